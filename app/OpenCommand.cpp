@@ -1,0 +1,114 @@
+#include "OpenCommand.h"
+
+#include "DemoDbCommand.h"
+#include "HostPaths.h"
+
+#include <qrt/statCharts.h>
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QFileInfo>
+#include <QPixmap>
+#include <QPointer>
+#include <QWidget>
+
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint64 kFirstRunDemoItems = 200000;
+
+QString connectionOrDemo(const QStringList &positional)
+{
+    if (!positional.isEmpty())
+        return positional.first();
+    const QString demo = HostPaths::demoDatabase();
+    if (!QFileInfo::exists(demo)) {
+        std::fprintf(stderr, "creating the demo database %s\n", qPrintable(demo));
+        QString error;
+        if (!DemoDbCommand::create(demo, kFirstRunDemoItems, &error))
+            std::fprintf(stderr, "zorvane-stats: %s\n", qPrintable(error));
+    }
+    return demo;
+}
+
+QString numbered(const QString &path, int n)
+{
+    if (n == 1)
+        return path;
+    const QFileInfo info(path);
+    return info.path() + u'/' + info.completeBaseName() + u'-' + QString::number(n) + u'.' +
+           info.suffix();
+}
+
+bool headless()
+{
+    const QString platform = QGuiApplication::platformName();
+    return platform == u"offscreen"_s || platform == u"minimal"_s;
+}
+
+// Renders every window to a PNG, then closes them as a user would, so that
+// whatever a close does happens here too.
+int renderAndClose(const QList<QPointer<QWidget>> &windows, const QString &screenshot)
+{
+    QCoreApplication::processEvents();
+    int status = 0;
+    int n = 0;
+    for (const auto &window : windows) {
+        ++n;
+        if (!window)
+            continue;
+        const QString path = numbered(screenshot, n);
+        if (window->grab().save(path, "PNG")) {
+            std::printf("window rendered to %s\n", qPrintable(path));
+        } else {
+            std::fprintf(stderr, "zorvane-stats: cannot write %s\n", qPrintable(path));
+            status = 1;
+        }
+        window->close();
+    }
+    QCoreApplication::processEvents();
+    return status;
+}
+
+} // namespace
+
+int OpenCommand::run(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(u"Statistic charts over a news database."_s);
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addPositionalArgument(
+        u"connection"_s,
+        u"A SQLite file, an ADO-style connection string or a postgresql:// URL "
+        "(default: the demo database, created on first use)."_s,
+        u"[connection]"_s);
+    parser.addOptions({
+        {u"windows"_s, u"Open N windows at once (default 1)."_s, u"N"_s, u"1"_s},
+        {u"screenshot"_s, u"Without a display, the PNG to render the window to."_s, u"FILE"_s},
+    });
+    parser.process(arguments);
+    bool ok = false;
+    const int count = parser.value(u"windows"_s).toInt(&ok);
+    if (!ok || count < 1) {
+        std::fputs("zorvane-stats: --windows takes a number from 1 up\n", stderr);
+        return 2;
+    }
+    statCharts charts;
+    charts.ConnectionString(connectionOrDemo(parser.positionalArguments()));
+    QList<QPointer<QWidget>> windows;
+    for (int i = 0; i < count; ++i) {
+        if (QWidget *window = charts.ShowChartForm()) {
+            window->show();
+            windows << window;
+        }
+    }
+    if (headless())
+        return renderAndClose(windows, parser.isSet(u"screenshot"_s)
+                                           ? parser.value(u"screenshot"_s)
+                                           : HostPaths::defaultScreenshot());
+    return QApplication::exec();
+}

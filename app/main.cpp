@@ -1,0 +1,45 @@
+// zorvane-stats: the host program of the statistics component. It opens the
+// chart window on a database, and works headless for scripts and tests.
+
+#include "DemoDbCommand.h"
+#include "OpenCommand.h"
+
+#include <QApplication>
+#include <QCoreApplication>
+
+#include <cstring>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void nameApplication()
+{
+    QCoreApplication::setOrganizationName(u"Koltrin"_s);
+    QCoreApplication::setApplicationName(u"zorvane-stats"_s);
+    QCoreApplication::setApplicationVersion(QStringLiteral(QRT_VERSION_STRING));
+}
+
+// Without a display the window is drawn offscreen, so the same program runs
+// on a server, in CI and in a terminal.
+void chooseOffscreenWithoutDisplay()
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY") &&
+        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    if (argc > 1 && std::strcmp(argv[1], "demo-db") == 0) {
+        QCoreApplication app(argc, argv);
+        nameApplication();
+        return DemoDbCommand::run(QCoreApplication::arguments());
+    }
+    chooseOffscreenWithoutDisplay();
+    QApplication app(argc, argv);
+    nameApplication();
+    return OpenCommand::run(QCoreApplication::arguments());
+}

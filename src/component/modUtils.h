@@ -1,0 +1,32 @@
+#pragma once
+// The component's shared state. A statCharts creation fills it; the windows
+// and their child forms read it. One set per GUI thread, so two threads that
+// each host the component share nothing.
+
+#include "component/ChartFormCollection.h"
+
+#include <QString>
+
+#include <memory>
+
+namespace qrt::db {
+class Connection;
+}
+
+// The one connection object; readers open it, read to the end and close it.
+extern thread_local std::unique_ptr<qrt::db::Connection> gConnection;
+extern thread_local QString gConnectionString;
+extern thread_local ChartFormCollection gChartForms;
+// Running number of the windows made so far; never reused.
+extern thread_local qint16 gChartFormIndex;
+// Panel colours in the classic 0x00BBGGRR form, or a system-colour index
+// with the top bit set (0x8000000F is the button face).
+extern thread_local quint32 gThemeFillColor;
+extern thread_local quint32 gThemeGradientColor;
+
+// The key of a window in gChartForms: "KEY" and its index, e.g. "KEY1".
+QString ChartFormKey(qint16 index);
+
+// Reads the panel colours from the current style, falling back to the
+// button face colour when the application does not follow the desktop theme.
+void LoadThemeColors();

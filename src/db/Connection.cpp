@@ -1,0 +1,167 @@
+#include "db/Connection.h"
+
+#include "db/DbLog.h"
+#include "db/Recordset.h"
+#include "db/SqliteFunctions.h"
+
+#include <QFileInfo>
+#include <QSqlDriver>
+#include <QSqlError>
+#include <QSqlQuery>
+
+#include <atomic>
+
+Q_LOGGING_CATEGORY(lcDb, "qrt.db", QtWarningMsg)
+
+using namespace Qt::StringLiterals;
+
+namespace qrt::db {
+
+namespace {
+
+QString uniqueName()
+{
+    static std::atomic<quint64> counter{0};
+    return u"qrt-connection-%1"_s.arg(++counter);
+}
+
+// Seconds a PostgreSQL login may take before the reader gives up: an
+// unreachable server must not hang the window.
+constexpr int kConnectTimeoutSeconds = 5;
+
+} // namespace
+
+Connection::Connection() : m_name(uniqueName()) {}
+
+Connection::~Connection()
+{
+    Close();
+}
+
+void Connection::setLastError(const QString &error)
+{
+    m_lastError = error;
+    qCWarning(lcDb).noquote() << error;
+}
+
+QSqlDatabase Connection::database() const
+{
+    return QSqlDatabase::database(m_name, false);
+}
+
+bool Connection::IsOpen() const
+{
+    return m_engine != Engine::None && database().isOpen();
+}
+
+bool Connection::Open(const QString &connectionString, Access access)
+{
+    Close();
+    m_lastError.clear();
+    const ConnectionString cs = ConnectionString::parse(connectionString);
+    bool ok = false;
+    switch (cs.engine) {
+    case Engine::SQLite:
+        ok = openSqlite(cs, access);
+        break;
+    case Engine::PostgreSQL:
+        ok = openPostgres(cs, access);
+        break;
+    case Engine::ODBC:
+        ok = openOdbc(cs, access);
+        break;
+    case Engine::None:
+        setLastError(u"cannot open the database: "_s + cs.error);
+        break;
+    }
+    if (ok)
+        m_engine = cs.engine;
+    else
+        Close();
+    return ok;
+}
+
+bool Connection::finishOpen(QSqlDatabase &db)
+{
+    if (db.open())
+        return true;
+    setLastError(u"cannot open the database: "_s + db.lastError().text());
+    return false;
+}
+
+bool Connection::openSqlite(const ConnectionString &cs, Access access)
+{
+    if (access == Access::ReadOnly && !QFileInfo(cs.database).isFile()) {
+        setLastError(u"cannot open the database: no file \"%1\""_s.arg(cs.database));
+        return false;
+    }
+    QSqlDatabase db = QSqlDatabase::addDatabase(u"QSQLITE"_s, m_name);
+    db.setDatabaseName(cs.database);
+    if (access == Access::ReadOnly)
+        db.setConnectOptions(u"QSQLITE_OPEN_READONLY;QSQLITE_BUSY_TIMEOUT=5000"_s);
+    if (!finishOpen(db))
+        return false;
+    m_sqlite = *static_cast<sqlite3 *const *>(db.driver()->handle().constData());
+    SqliteFunctions::install(m_sqlite);
+    if (access == Access::ReadOnly) // also refuses writes to ATTACHed files
+        QSqlQuery(u"PRAGMA query_only = 1"_s, db);
+    return true;
+}
+
+bool Connection::openPostgres(const ConnectionString &cs, Access access)
+{
+    QSqlDatabase db = QSqlDatabase::addDatabase(u"QPSQL"_s, m_name);
+    db.setHostName(cs.host);
+    if (cs.port > 0)
+        db.setPort(cs.port);
+    db.setDatabaseName(cs.database);
+    db.setUserName(cs.user);
+    db.setPassword(cs.password);
+    QString options = u"connect_timeout=%1"_s.arg(kConnectTimeoutSeconds);
+    if (access == Access::ReadOnly)
+        options += u";options='-c default_transaction_read_only=on'"_s;
+    db.setConnectOptions(options);
+    if (!finishOpen(db))
+        return false;
+    if (access == Access::ReadOnly)
+        QSqlQuery(u"SET SESSION CHARACTERISTICS AS TRANSACTION READ ONLY"_s, db);
+    return true;
+}
+
+bool Connection::openOdbc(const ConnectionString &cs, Access access)
+{
+    QSqlDatabase db = QSqlDatabase::addDatabase(u"QODBC"_s, m_name);
+    db.setDatabaseName(cs.odbc);
+    if (access == Access::ReadOnly)
+        db.setConnectOptions(u"SQL_ATTR_ACCESS_MODE=SQL_MODE_READ_ONLY;SQL_ATTR_LOGIN_TIMEOUT=%1"_s.arg(
+            kConnectTimeoutSeconds));
+    return finishOpen(db);
+}
+
+void Connection::attach(Recordset *recordset)
+{
+    m_recordsets.push_back(recordset);
+}
+
+void Connection::detach(Recordset *recordset)
+{
+    std::erase(m_recordsets, recordset);
+}
+
+void Connection::Close()
+{
+    // Statements still open would keep the engine's handle alive.
+    while (!m_recordsets.empty())
+        m_recordsets.back()->Close();
+    m_sqlite = nullptr;
+    m_engine = Engine::None;
+    if (!QSqlDatabase::contains(m_name))
+        return;
+    {
+        QSqlDatabase db = QSqlDatabase::database(m_name, false);
+        db.close();
+    }
+    QSqlDatabase::removeDatabase(m_name);
+}
+
+} // namespace qrt::db

@@ -1,0 +1,62 @@
+#pragma once
+// The component's connection to the news database: opened by a reader, read
+// to the end and closed again within one procedure. It only ever reads:
+// SQLite files open read-only and PostgreSQL sessions are read-only, so a
+// statement that tries to write fails and leaves the data as it was.
+
+#include "db/ConnectionString.h"
+
+#include <QSqlDatabase>
+#include <QString>
+
+#include <vector>
+
+struct sqlite3;
+
+namespace qrt::db {
+
+class Recordset;
+
+class Connection
+{
+public:
+    enum class Access { ReadOnly, ReadWrite };
+
+    Connection();
+    ~Connection();
+    Connection(const Connection &) = delete;
+    Connection &operator=(const Connection &) = delete;
+
+    // Opens the database the string names. False, with the reason in
+    // lastError(), for a bad string, a missing file or a refused login.
+    // ReadWrite is for the demo-data generator and tests, never the component.
+    bool Open(const QString &connectionString, Access access = Access::ReadOnly);
+    void Close();
+    bool IsOpen() const;
+
+    Engine engine() const { return m_engine; }
+    const QString &lastError() const { return m_lastError; }
+    void setLastError(const QString &error);
+
+    QSqlDatabase database() const;
+    // The engine's own handle on SQLite, for stepping statements natively.
+    sqlite3 *sqliteHandle() const { return m_sqlite; }
+
+private:
+    friend class Recordset;
+    void attach(Recordset *recordset);
+    void detach(Recordset *recordset);
+
+    bool openSqlite(const ConnectionString &cs, Access access);
+    bool openPostgres(const ConnectionString &cs, Access access);
+    bool openOdbc(const ConnectionString &cs, Access access);
+    bool finishOpen(QSqlDatabase &db);
+
+    QString m_name;
+    Engine m_engine = Engine::None;
+    sqlite3 *m_sqlite = nullptr;
+    QString m_lastError;
+    std::vector<Recordset *> m_recordsets; // open on this connection
+};
+
+} // namespace qrt::db

@@ -1,0 +1,22 @@
+#pragma once
+// The statements keep the text the application writes them in: nested
+// parenthesised INNER JOINs, Count(...) and CDate("...") date literals. This
+// makes that text run on each engine without changing its meaning, its
+// column order or its row order.
+
+#include "db/ConnectionString.h"
+
+#include <QString>
+
+namespace qrt::db {
+
+class Dialect
+{
+public:
+    // CDate("2005-03-15") becomes CDate('2005-03-15') on SQLite, where a
+    // CDate function of ours normalises it, and a TIMESTAMP literal on
+    // PostgreSQL. Other engines get the text unchanged.
+    static QString translate(const QString &statement, Engine engine);
+};
+
+} // namespace qrt::db
