@@ -46,4 +46,21 @@ QString Dialect::translate(const QString &statement, Engine engine)
     return out;
 }
 
+QString Dialect::columnSpelling(const QString &statement, const QString &name)
+{
+    if (name.isEmpty())
+        return name;
+    const QString escaped = QRegularExpression::escape(name);
+    // An alias ("AS NewsDate") names the column before any other use of the word.
+    const QStringList patterns = {u"\\bAS\\s+("_s + escaped + u")\\b"_s,
+                                  u"\\b("_s + escaped + u")\\b"_s};
+    for (const QString &pattern : patterns) {
+        const QRegularExpression word(pattern, QRegularExpression::CaseInsensitiveOption);
+        const auto match = word.match(statement);
+        if (match.hasMatch())
+            return match.captured(1);
+    }
+    return name;
+}
+
 } // namespace qrt::db

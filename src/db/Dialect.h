@@ -17,6 +17,11 @@ public:
     // CDate function of ours normalises it, and a TIMESTAMP literal on
     // PostgreSQL. Other engines get the text unchanged.
     static QString translate(const QString &statement, Engine engine);
+
+    // PostgreSQL folds unquoted names to lower case, so "AS NewsDate" comes
+    // back as "newsdate". This gives a column name the spelling it has in the
+    // statement, so fields are named alike on every engine.
+    static QString columnSpelling(const QString &statement, const QString &name);
 };
 
 } // namespace qrt::db

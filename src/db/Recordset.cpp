@@ -33,6 +33,13 @@ bool Recordset::Open(const QString &statement, Connection &connection)
     }
     m_connection = &connection;
     connection.attach(this);
+    if (statement.trimmed().isEmpty()) {
+        fail(u"statement refused: the statement is empty"_s);
+        Close();
+        return false;
+    }
+    m_statement = statement;
+    m_foldsNames = connection.engine() == Engine::PostgreSQL;
     const QString sql = Dialect::translate(statement, connection.engine());
     if (connection.engine() == Engine::SQLite)
         m_source = std::make_unique<SqliteRecordSource>(connection.sqliteHandle(), sql);
@@ -72,7 +79,10 @@ int Recordset::FieldCount() const
 
 QString Recordset::FieldName(int column) const
 {
-    return m_source ? m_source->columnName(column) : QString();
+    if (!m_source)
+        return {};
+    const QString name = m_source->columnName(column);
+    return m_foldsNames ? Dialect::columnSpelling(m_statement, name) : name;
 }
 
 bool Recordset::IsNull(int column) const

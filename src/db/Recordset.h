@@ -48,6 +48,8 @@ private:
     std::unique_ptr<RecordSource> m_source;
     Connection *m_connection = nullptr;
     bool m_onRow = false;
+    bool m_foldsNames = false; // the engine lower-cases unquoted names
+    QString m_statement;
     QString m_lastError;
 };
 

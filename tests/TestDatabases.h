@@ -1,0 +1,84 @@
+#pragma once
+// Databases for tests: a scratch PostgreSQL database per test on the server
+// scripts/test starts (QRT_TEST_PG), and writable connections to fill them.
+// In CI the PostgreSQL cases must run; elsewhere they skip without a server.
+
+#include "db/Connection.h"
+
+#include <QCoreApplication>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QTest>
+#include <QUrl>
+
+namespace qrt::test {
+
+// The URL of a new, empty database named after the test, or an empty string
+// with the reason in *why.
+inline QString createPostgresDatabase(const QString &name, QString *why)
+{
+    const QString server = qEnvironmentVariable("QRT_TEST_PG");
+    if (server.isEmpty()) {
+        *why = QStringLiteral("QRT_TEST_PG is not set (scripts/test starts a server)");
+        return {};
+    }
+    const QString database =
+        name.toLower() + QLatin1Char('_') + QString::number(QCoreApplication::applicationPid());
+    db::Connection admin;
+    if (!admin.Open(server, db::Connection::Access::ReadWrite)) {
+        *why = admin.lastError();
+        return {};
+    }
+    QSqlQuery query(admin.database());
+    query.exec(QStringLiteral("DROP DATABASE IF EXISTS ") + database);
+    if (!query.exec(QStringLiteral("CREATE DATABASE ") + database)) {
+        *why = query.lastError().text();
+        return {};
+    }
+    QUrl url(server);
+    url.setPath(QLatin1Char('/') + database);
+    return url.toString();
+}
+
+// Runs statements on a writable connection; fails the test on the first error.
+inline bool execAll(const QString &connection, const QStringList &statements)
+{
+    db::Connection writer;
+    if (!writer.Open(connection, db::Connection::Access::ReadWrite)) {
+        qWarning() << writer.lastError();
+        return false;
+    }
+    for (const QString &sql : statements) {
+        QSqlQuery query(writer.database());
+        if (!query.exec(sql)) {
+            qWarning() << sql << query.lastError().text();
+            return false;
+        }
+    }
+    return true;
+}
+
+inline qint64 countRows(const QString &connection, const QString &table)
+{
+    db::Connection writer;
+    if (!writer.Open(connection, db::Connection::Access::ReadWrite))
+        return -1;
+    QSqlQuery query(writer.database());
+    if (!query.exec(QStringLiteral("SELECT COUNT(*) FROM ") + table) || !query.next())
+        return -1;
+    return query.value(0).toLongLong();
+}
+
+} // namespace qrt::test
+
+// Skips where no server was started, but fails in CI, where one must be.
+#define QRT_REQUIRE_POSTGRES(url, name)                                                           \
+    do {                                                                                           \
+        QString why_;                                                                              \
+        url = qrt::test::createPostgresDatabase(name, &why_);                                      \
+        if (url.isEmpty()) {                                                                       \
+            if (qEnvironmentVariableIsSet("CI") || qEnvironmentVariableIsSet("QRT_TEST_PG"))       \
+                QFAIL(qPrintable(why_));                                                           \
+            QSKIP(qPrintable(why_));                                                               \
+        }                                                                                          \
+    } while (false)

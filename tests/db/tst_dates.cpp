@@ -1,0 +1,122 @@
+#include "db/Dates.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+namespace dates = qrt::dates;
+
+class tst_Dates : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void textForms_data();
+    void textForms();
+    void invalidText_data();
+    void invalidText();
+    void everyDayReadsBack();
+    void qtConversions_data();
+    void qtConversions();
+    void timeOfDayRounding();
+};
+
+void tst_Dates::textForms_data()
+{
+    QTest::addColumn<double>("value");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("day 0") << 0.0 << u"00:00:00"_s;
+    QTest::newRow("noon of day 0") << 0.5 << u"12:00:00"_s;
+    QTest::newRow("day 1") << 1.0 << u"1899-12-31"_s;
+    QTest::newRow("day -1") << -1.0 << u"1899-12-29"_s;
+    QTest::newRow("day -1 06:00") << -1.25 << u"1899-12-29 06:00:00"_s;
+    QTest::newRow("first of 1900") << 2.0 << u"1900-01-01"_s;
+    QTest::newRow("1900-03-01 (no leap day)") << 61.0 << u"1900-03-01"_s;
+    QTest::newRow("2005-03-15") << 38426.0 << u"2005-03-15"_s;
+    QTest::newRow("2005-03-15 10:00") << 38426.0 + 10.0 / 24 << u"2005-03-15 10:00:00"_s;
+    QTest::newRow("leap day 2000") << 36585.0 << u"2000-02-29"_s;
+    QTest::newRow("one second to midnight") << 38426.0 + 86399.0 / 86400
+                                            << u"2005-03-15 23:59:59"_s;
+    QTest::newRow("1753-01-01") << -53688.0 << u"1753-01-01"_s;
+    QTest::newRow("9999-12-31") << 2958465.0 << u"9999-12-31"_s;
+}
+
+void tst_Dates::textForms()
+{
+    QFETCH(double, value);
+    QFETCH(QString, text);
+    QCOMPARE(dates::toText(value), text);
+    const auto back = dates::fromText(text);
+    QVERIFY(back.has_value());
+    QCOMPARE(*back, value);
+    const QByteArray utf8 = text.toUtf8();
+    QCOMPARE(dates::fromText(std::string_view(utf8.constData(), utf8.size())), back);
+}
+
+void tst_Dates::invalidText_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("empty") << QString();
+    QTest::newRow("words") << u"yesterday"_s;
+    QTest::newRow("month 13") << u"2005-13-01"_s;
+    QTest::newRow("30 February") << u"2005-02-30"_s;
+    QTest::newRow("29 February of a common year") << u"2005-02-29"_s;
+    QTest::newRow("hour 24") << u"2005-03-15 24:00:00"_s;
+    QTest::newRow("minute 60") << u"10:60:00"_s;
+    QTest::newRow("short year") << u"05-03-15"_s;
+    QTest::newRow("trailing junk") << u"2005-03-15x"_s;
+    QTest::newRow("US order") << u"03/15/2005"_s;
+}
+
+void tst_Dates::invalidText()
+{
+    QFETCH(QString, text);
+    QVERIFY(!dates::fromText(text).has_value());
+}
+
+// Every caption of a period must read back to its own day, whatever the day.
+void tst_Dates::everyDayReadsBack()
+{
+    const double first = dates::fromYmd(1753, 1, 1);
+    const double last = dates::fromYmd(9999, 12, 31);
+    QDate expected(1753, 1, 1);
+    for (double day = first; day <= last; day += 1.0, expected = expected.addDays(1)) {
+        const QString text = dates::toText(day);
+        const auto back = dates::fromText(text);
+        if (!back || *back != day || dates::toQDate(day) != expected)
+            QFAIL(qPrintable(u"day %1 (%2) does not read back"_s.arg(day).arg(text)));
+    }
+    QCOMPARE(expected, QDate(10000, 1, 1));
+}
+
+void tst_Dates::qtConversions_data()
+{
+    QTest::addColumn<QDateTime>("dateTime");
+    QTest::addColumn<double>("value");
+    QTest::newRow("epoch") << QDateTime(QDate(1899, 12, 30), QTime(0, 0)) << 0.0;
+    QTest::newRow("evening") << QDateTime(QDate(2005, 3, 15), QTime(18, 0)) << 38426.75;
+    QTest::newRow("before epoch") << QDateTime(QDate(1899, 12, 29), QTime(6, 0)) << -1.25;
+    QTest::newRow("milliseconds")
+        << QDateTime(QDate(2005, 3, 15), QTime(0, 0, 0, 500)) << 38426.0 + 0.5 / 86400;
+}
+
+void tst_Dates::qtConversions()
+{
+    QFETCH(QDateTime, dateTime);
+    QFETCH(double, value);
+    QCOMPARE(dates::fromQDateTime(dateTime), value);
+    QCOMPARE(dates::toQDateTime(value), dateTime);
+    QCOMPARE(dates::toQDate(value), dateTime.date());
+    QCOMPARE(dates::fromQDate(dateTime.date()), dates::dayOf(value));
+}
+
+// A value a hair below midnight is the next day, not 23:59:59.999...
+void tst_Dates::timeOfDayRounding()
+{
+    const double almost = 38427.0 - 1e-10;
+    QCOMPARE(dates::toText(almost), u"2005-03-16"_s);
+    QCOMPARE(dates::toTimestampText(38426.0), u"2005-03-15 00:00:00"_s);
+    QCOMPARE(dates::toTimestampText(0.0), u"1899-12-30 00:00:00"_s);
+}
+
+QTEST_APPLESS_MAIN(tst_Dates)
+#include "tst_dates.moc"

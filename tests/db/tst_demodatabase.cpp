@@ -1,0 +1,185 @@
+// The demo data: exactly as many items as asked, the same database for the
+// same options, a catalogue shaped like a real one, and no silent overwrite.
+
+#include "TestDatabases.h"
+#include "db/Connection.h"
+#include "db/DemoDatabase.h"
+#include "db/Recordset.h"
+
+#include <QCryptographicHash>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using qrt::db::Connection;
+using qrt::db::DemoDatabase;
+using qrt::db::Recordset;
+
+namespace {
+
+QList<qint64> column(const QString &connection, const QString &statement)
+{
+    Connection c;
+    QList<qint64> values;
+    if (!c.Open(connection))
+        return values;
+    Recordset rs;
+    for (rs.Open(statement, c); !rs.IsEOF(); rs.MoveNext())
+        values << rs.Int(0);
+    return values;
+}
+
+// A digest of every row of every table, in key order.
+QByteArray digest(const QString &connection)
+{
+    Connection c;
+    if (!c.Open(connection))
+        return {};
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    for (const QString &sql : {u"SELECT ID, Name FROM Categories ORDER BY ID"_s,
+                               u"SELECT ID, Provider FROM Providers ORDER BY ID"_s,
+                               u"SELECT ID, Channel, Provider, Category FROM Channels ORDER BY ID"_s,
+                               u"SELECT ID, pubDate, Channel, Title FROM News ORDER BY ID"_s}) {
+        Recordset rs;
+        for (rs.Open(sql, c); !rs.IsEOF(); rs.MoveNext())
+            for (int i = 0; i < rs.FieldCount(); ++i)
+                hash.addData(QByteArray(rs.Text(i).toUtf8() + '|'));
+    }
+    return hash.result();
+}
+
+DemoDatabase::Options options(qint64 items, quint64 seed = 1)
+{
+    DemoDatabase::Options o;
+    o.items = items;
+    o.seed = seed;
+    o.until = QDate(2026, 6, 30);
+    o.days = 3 * 365;
+    return o;
+}
+
+} // namespace
+
+class tst_DemoDatabase : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void deterministic();
+    void realisticShape();
+    void refusesToOverwrite();
+    void cancel();
+    void postgres();
+
+private:
+    QTemporaryDir m_dir;
+};
+
+void tst_DemoDatabase::deterministic()
+{
+    const QString a = m_dir.filePath(u"a.db"_s), b = m_dir.filePath(u"b.db"_s),
+                  c = m_dir.filePath(u"c.db"_s);
+    QString error;
+    QVERIFY2(DemoDatabase::create(a, options(5000, 7), &error), qPrintable(error));
+    QVERIFY2(DemoDatabase::create(b, options(5000, 7), &error), qPrintable(error));
+    QVERIFY2(DemoDatabase::create(c, options(5000, 8), &error), qPrintable(error));
+    QCOMPARE(digest(a), digest(b));
+    QVERIFY(digest(a) != digest(c));
+    QVERIFY(!QFile::exists(a + u".part"_s));
+}
+
+void tst_DemoDatabase::realisticShape()
+{
+    const QString path = m_dir.filePath(u"shape.db"_s);
+    QString error;
+    QVERIFY2(DemoDatabase::create(path, options(60000), &error), qPrintable(error));
+    QCOMPARE(column(path, u"SELECT COUNT(*) FROM News"_s), QList<qint64>{60000});
+    const qint64 providers = column(path, u"SELECT COUNT(*) FROM Providers"_s).value(0);
+    const qint64 channels = column(path, u"SELECT COUNT(*) FROM Channels"_s).value(0);
+    const qint64 categories = column(path, u"SELECT COUNT(*) FROM Categories"_s).value(0);
+    QVERIFY2(providers >= 24 && providers <= 60, qPrintable(QString::number(providers)));
+    QVERIFY2(channels >= 100 && channels <= 200, qPrintable(QString::number(channels)));
+    QVERIFY2(categories >= 8 && categories <= 12, qPrintable(QString::number(categories)));
+
+    // A few channels never publish, and activity is very unequal.
+    const QList<qint64> perChannel = column(
+        path, u"SELECT COUNT(News.ID) FROM Channels LEFT JOIN News ON News.Channel = Channels.ID "
+              "GROUP BY Channels.ID ORDER BY 1 DESC"_s);
+    QCOMPARE(perChannel.size(), channels);
+    QVERIFY(perChannel.last() == 0);
+    QVERIFY(perChannel.count(0) <= 10);
+    const qint64 median = perChannel.at(perChannel.size() / 2);
+    QVERIFY2(perChannel.first() > 10 * median, qPrintable(u"%1 vs %2"_s.arg(perChannel.first()).arg(median)));
+
+    // Weekends are quieter than weekdays, nights quieter than mornings, and
+    // every item lies in the span that ends on `until`.
+    const QList<qint64> weekend = column(
+        path, u"SELECT COUNT(*) FROM News WHERE strftime('%w', pubDate) IN ('0','6')"_s);
+    QVERIFY(weekend.value(0) * 5 < (60000 - weekend.value(0)) * 2 * 0.8);
+    const QList<qint64> night =
+        column(path, u"SELECT COUNT(*) FROM News WHERE substr(pubDate, 12, 2) < '05'"_s);
+    const QList<qint64> morning = column(
+        path, u"SELECT COUNT(*) FROM News WHERE substr(pubDate, 12, 2) BETWEEN '08' AND '12'"_s);
+    QVERIFY(night.value(0) * 3 < morning.value(0));
+    Connection conn;
+    QVERIFY(conn.Open(path));
+    Recordset span;
+    QVERIFY(span.Open(u"SELECT MIN(pubDate), MAX(pubDate), COUNT(DISTINCT Title) FROM News"_s, conn));
+    QVERIFY(span.Text(0) >= u"2023-07-01"_s);
+    QVERIFY(span.Text(1) < u"2026-07-01"_s);
+    QVERIFY(span.Int(2) > 1000); // real-looking, varied titles
+}
+
+void tst_DemoDatabase::refusesToOverwrite()
+{
+    const QString path = m_dir.filePath(u"keep.db"_s);
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("precious");
+    file.close();
+    QString error;
+    QVERIFY(!DemoDatabase::create(path, options(100), &error));
+    QVERIFY(error.contains(u"exists"_s));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), QByteArray("precious"));
+    file.close();
+    auto replace = options(100);
+    replace.replace = true;
+    QVERIFY2(DemoDatabase::create(path, replace, &error), qPrintable(error));
+    QCOMPARE(column(path, u"SELECT COUNT(*) FROM News"_s), QList<qint64>{100});
+}
+
+void tst_DemoDatabase::cancel()
+{
+    const QString path = m_dir.filePath(u"cancelled.db"_s);
+    QString error;
+    qint64 calls = 0;
+    QVERIFY(!DemoDatabase::create(path, options(300000), &error, [&](qint64 done, qint64 total) {
+        ++calls;
+        return done < total / 2;
+    }));
+    QVERIFY(calls > 0);
+    QVERIFY(!QFile::exists(path));
+    QVERIFY(!QFile::exists(path + u".part"_s));
+}
+
+void tst_DemoDatabase::postgres()
+{
+    QString url;
+    QRT_REQUIRE_POSTGRES(url, u"tst_demodatabase"_s);
+    QString error;
+    QVERIFY2(DemoDatabase::create(url, options(5000, 7), &error), qPrintable(error));
+    QCOMPARE(column(url, u"SELECT COUNT(*) FROM News"_s), QList<qint64>{5000});
+    // A second run over existing tables is refused and leaves them whole.
+    QVERIFY(!DemoDatabase::create(url, options(10, 7), &error));
+    QCOMPARE(column(url, u"SELECT COUNT(*) FROM News"_s), QList<qint64>{5000});
+    // The same content as the SQLite file of the same options.
+    const QString file = m_dir.filePath(u"same.db"_s);
+    QVERIFY(DemoDatabase::create(file, options(5000, 7), &error));
+    QCOMPARE(column(url, u"SELECT Channel FROM News ORDER BY ID"_s),
+             column(file, u"SELECT Channel FROM News ORDER BY ID"_s));
+}
+
+QTEST_GUILESS_MAIN(tst_DemoDatabase)
+#include "tst_demodatabase.moc"

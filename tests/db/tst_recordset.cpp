@@ -1,0 +1,385 @@
+// The database layer on both engines: the application's statements run as
+// written, rows come back in order with their values, every write is
+// refused with the data unchanged, and anything broken ends in no rows.
+
+#include "TestDatabases.h"
+#include "db/Connection.h"
+#include "db/Dates.h"
+#include "db/Recordset.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using qrt::db::Connection;
+using qrt::db::Recordset;
+
+namespace {
+
+const QString kStatistics =
+    u"SELECT News.pubDate, Count(News.ID) AS NewsCount, Channels.ID as Chan_ID, Providers.ID as "
+    "Prov_ID, Categories.ID as Categ_ID, Channels.Channel, Providers.Provider, Categories.Name as "
+    "Categories FROM Categories INNER JOIN (Providers INNER JOIN (Channels INNER JOIN News ON "
+    "Channels.ID = News.Channel) ON Providers.ID = Channels.Provider) ON Categories.ID = "
+    "Channels.Category  WHERE %1 GROUP BY News.pubDate, Channels.ID, Channels.Channel, "
+    "Providers.ID, Providers.Provider, Categories.ID, Categories.Name %2"_s;
+
+const QString kAllTicked =
+    u"Categories.ID  not in (0) AND Providers.ID  not in (0) AND Channels.ID  not in (0) "_s;
+
+const QString kGrids =
+    u"SELECT distinct Channels.ID as Chan_ID, Providers.ID as Prov_ID, Categories.ID as Categ_ID, "
+    "Channels.Channel, Providers.Provider, Categories.Name as Categories FROM Providers INNER JOIN "
+    "(Categories INNER JOIN (Channels INNER JOIN News ON Channels.ID = News.Channel) ON "
+    "Categories.ID = Channels.Category) ON Providers.ID = Channels.Provider ORDER BY "
+    "Channels.ID,Providers.ID , Categories.ID"_s;
+
+const QString kPivot =
+    u"SELECT Providers.Provider, Channels.Channel, News.Title AS News, News.pubDate as NewsDate, "
+    "Categories.Name AS Category FROM Categories INNER JOIN (Providers INNER JOIN (Channels INNER "
+    "JOIN News ON Channels.ID = News.Channel) ON Providers.ID = Channels.Provider) ON "
+    "Categories.ID = Channels.Category; "_s;
+
+QString period(const QString &from, const QString &tillPlusOne)
+{
+    return u"(News.pubDate >= CDate(\"%1\") AND News.pubDate<=CDate(\"%2\")) AND "_s.arg(from,
+                                                                                        tillPlusOne);
+}
+
+QStringList fixture(bool postgres)
+{
+    const QString date = postgres ? u"timestamp"_s : u"TEXT"_s;
+    QStringList sql = {
+        u"CREATE TABLE Categories (ID integer PRIMARY KEY, Name text)"_s,
+        u"CREATE TABLE Providers (ID integer PRIMARY KEY, Provider text)"_s,
+        u"CREATE TABLE Channels (ID integer PRIMARY KEY, Channel text, Provider integer, "
+        "Category integer)"_s,
+        u"CREATE TABLE News (ID integer PRIMARY KEY, pubDate %1, Channel integer, Title text)"_s.arg(
+            date),
+        u"INSERT INTO Categories VALUES (1, 'World'), (2, 'Sports')"_s,
+        u"INSERT INTO Providers VALUES (1, 'Alpha Wire'), (2, 'Beta News'), (3, 'Gamma Idle')"_s,
+        u"INSERT INTO Channels VALUES (1, 'Alpha World', 1, 1), (2, 'Alpha Sports', 1, 2), "
+        "(3, 'Beta World', 2, 1), (4, 'Beta Silent', 2, 2)"_s,
+        u"INSERT INTO News VALUES (1, '2005-03-10 08:00:00', 1, 'a'), (2, '2005-03-10 08:00:00', "
+        "1, 'b'), (3, '2005-03-10 09:30:00', 2, 'c'), (4, '2005-03-12 00:00:00', 3, 'd'), "
+        "(5, '2005-03-16 00:00:00', 1, 'e'), (6, '2005-03-16 00:00:01', 1, 'f'), "
+        "(7, '2005-03-09 23:59:59', 3, 'g')"_s,
+    };
+    return sql;
+}
+
+// One row of the statistics statement, as text for easy comparison.
+QString statisticsRow(const Recordset &rs)
+{
+    const auto date = rs.DateValue(0);
+    return (date ? qrt::dates::toTimestampText(*date) : u"?"_s) + u" n=%1 ids=%2/%3/%4 %5|%6|%7"_s
+                                                                      .arg(rs.Int(1))
+                                                                      .arg(rs.Int(2))
+                                                                      .arg(rs.Int(3))
+                                                                      .arg(rs.Int(4))
+                                                                      .arg(rs.Text(5), rs.Text(6),
+                                                                           rs.Text(7));
+}
+
+QStringList readAll(const QString &connection, const QString &statement,
+                    QString (*row)(const Recordset &), QString *error = nullptr)
+{
+    Connection c;
+    QStringList rows;
+    if (!c.Open(connection)) {
+        if (error)
+            *error = c.lastError();
+        return rows;
+    }
+    Recordset rs;
+    rs.Open(statement, c);
+    for (; !rs.IsEOF(); rs.MoveNext())
+        rows << row(rs);
+    if (error)
+        *error = rs.lastError();
+    c.Close();
+    return rows;
+}
+
+QString firstColumn(const Recordset &rs)
+{
+    return rs.Text(0);
+}
+
+} // namespace
+
+class tst_Recordset : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void statements_data();
+    void statements();
+    void pivotColumns_data();
+    void pivotColumns();
+    void writesRefused_data();
+    void writesRefused();
+    void brokenStatements_data();
+    void brokenStatements();
+    void badConnections_data();
+    void badConnections();
+    void missingFileStaysMissing();
+    void closingConnectionEndsReaders();
+
+private:
+    void addEngineRows(const char *name);
+    QString m_sqlite;
+    QString m_postgres;
+    QString m_postgresWhy;
+    QTemporaryDir m_dir;
+};
+
+void tst_Recordset::initTestCase()
+{
+    m_sqlite = m_dir.filePath(u"news.db"_s);
+    QVERIFY(qrt::test::execAll(m_sqlite, fixture(false)));
+    m_postgres = qrt::test::createPostgresDatabase(u"tst_recordset"_s, &m_postgresWhy);
+    if (!m_postgres.isEmpty())
+        QVERIFY(qrt::test::execAll(m_postgres, fixture(true)));
+}
+
+// Adds one row per engine; a PostgreSQL row without a server skips, or fails in CI.
+void tst_Recordset::addEngineRows(const char *name)
+{
+    QTest::newRow(qPrintable(u"SQLite: "_s + QLatin1StringView(name))) << m_sqlite;
+    QTest::newRow(qPrintable(u"PostgreSQL: "_s + QLatin1StringView(name))) << m_postgres;
+}
+
+#define QRT_NEED_CONNECTION(connection)                                                            \
+    if (connection.isEmpty()) {                                                                    \
+        if (qEnvironmentVariableIsSet("CI") || qEnvironmentVariableIsSet("QRT_TEST_PG"))          \
+            QFAIL(qPrintable(m_postgresWhy));                                                      \
+        QSKIP(qPrintable(m_postgresWhy));                                                          \
+    }
+
+void tst_Recordset::statements_data()
+{
+    QTest::addColumn<QString>("connection");
+    QTest::addColumn<QString>("statement");
+    QTest::addColumn<QStringList>("expected");
+    const QString byProvider =
+        kStatistics.arg(period(u"2005-03-10"_s, u"2005-03-16"_s) + kAllTicked,
+                        u"ORDER BY Providers.ID, News.pubDate"_s);
+    // Midnight after the last day is in, a second later is out; two items
+    // of one channel at one instant count together.
+    const QStringList providerRows = {
+        u"2005-03-10 08:00:00 n=2 ids=1/1/1 Alpha World|Alpha Wire|World"_s,
+        u"2005-03-10 09:30:00 n=1 ids=2/1/2 Alpha Sports|Alpha Wire|Sports"_s,
+        u"2005-03-16 00:00:00 n=1 ids=1/1/1 Alpha World|Alpha Wire|World"_s,
+        u"2005-03-12 00:00:00 n=1 ids=3/2/1 Beta World|Beta News|World"_s,
+    };
+    const QString byCategoryFiltered = kStatistics.arg(
+        period(u"2005-03-10"_s, u"2005-03-16"_s) +
+            u"Categories.ID  in ( 1) AND Providers.ID  not in (0) AND Channels.ID  not in ( 3) "_s,
+        u"ORDER BY Categories.ID, News.pubDate"_s);
+    const QStringList categoryRows = {
+        u"2005-03-10 08:00:00 n=2 ids=1/1/1 Alpha World|Alpha Wire|World"_s,
+        u"2005-03-16 00:00:00 n=1 ids=1/1/1 Alpha World|Alpha Wire|World"_s,
+    };
+    // "All" starts at day 0, which reads as the time alone.
+    const QString all = kStatistics.arg(period(u"00:00:00"_s, u"2005-03-17"_s) + kAllTicked,
+                                        u"ORDER BY Channels.ID, News.pubDate"_s);
+    const QStringList allRows = {
+        u"2005-03-10 08:00:00 n=2 ids=1/1/1 Alpha World|Alpha Wire|World"_s,
+        u"2005-03-16 00:00:00 n=1 ids=1/1/1 Alpha World|Alpha Wire|World"_s,
+        u"2005-03-16 00:00:01 n=1 ids=1/1/1 Alpha World|Alpha Wire|World"_s,
+        u"2005-03-10 09:30:00 n=1 ids=2/1/2 Alpha Sports|Alpha Wire|Sports"_s,
+        u"2005-03-09 23:59:59 n=1 ids=3/2/1 Beta World|Beta News|World"_s,
+        u"2005-03-12 00:00:00 n=1 ids=3/2/1 Beta World|Beta News|World"_s,
+    };
+    const QString none = kStatistics.arg(
+        period(u"2005-03-10"_s, u"2005-03-16"_s) +
+            u"Categories.ID  in (0) AND Providers.ID  not in (0) AND Channels.ID  not in (0) "_s,
+        u"ORDER BY Channels.ID, News.pubDate"_s);
+    for (const QString &connection : {m_sqlite, m_postgres}) {
+        const QString engine = connection == m_sqlite ? u"SQLite"_s : u"PostgreSQL"_s;
+        auto row = [&](const QString &name) -> QTestData & {
+            return QTest::newRow(qPrintable(engine + u": "_s + name)) << connection;
+        };
+        row(u"by provider"_s) << byProvider << providerRows;
+        row(u"by category, filtered"_s) << byCategoryFiltered << categoryRows;
+        row(u"all, by channel"_s) << all << allRows;
+        row(u"nothing ticked"_s) << none << QStringList();
+    }
+}
+
+void tst_Recordset::statements()
+{
+    QFETCH(QString, connection);
+    QFETCH(QString, statement);
+    QFETCH(QStringList, expected);
+    QRT_NEED_CONNECTION(connection);
+    QString error;
+    QCOMPARE(readAll(connection, statement, statisticsRow, &error), expected);
+    QVERIFY2(error.isEmpty(), qPrintable(error));
+}
+
+void tst_Recordset::pivotColumns_data()
+{
+    QTest::addColumn<QString>("connection");
+    addEngineRows("pivot statement");
+}
+
+// The pivot views name their fields after the columns, so the names keep
+// the statement's spelling on every engine, and the grid statement's
+// distinct rows come in channel order.
+void tst_Recordset::pivotColumns()
+{
+    QFETCH(QString, connection);
+    QRT_NEED_CONNECTION(connection);
+    Connection c;
+    QVERIFY2(c.Open(connection), qPrintable(c.lastError()));
+    Recordset rs;
+    QVERIFY2(rs.Open(kPivot, c), qPrintable(rs.lastError()));
+    QStringList names;
+    for (int i = 0; i < rs.FieldCount(); ++i)
+        names << rs.FieldName(i);
+    QCOMPARE(names, (QStringList{u"Provider"_s, u"Channel"_s, u"News"_s, u"NewsDate"_s,
+                                 u"Category"_s}));
+    int rows = 0;
+    for (; !rs.IsEOF(); rs.MoveNext())
+        ++rows;
+    QCOMPARE(rows, 7);
+    rs.Close();
+    c.Close();
+    QCOMPARE(readAll(connection, kGrids, firstColumn), (QStringList{u"1"_s, u"2"_s, u"3"_s}));
+}
+
+void tst_Recordset::writesRefused_data()
+{
+    QTest::addColumn<QString>("connection");
+    QTest::addColumn<QString>("statement");
+    const QStringList writes = {
+        u"DELETE FROM News"_s,
+        u"UPDATE News SET Title = 'x'"_s,
+        u"INSERT INTO News VALUES (99, '2005-03-10 08:00:00', 1, 'z')"_s,
+        u"DROP TABLE News"_s,
+        u"CREATE TABLE Intruder (ID integer)"_s,
+        u"DELETE FROM News WHERE ID IN (SELECT ID FROM News)"_s,
+    };
+    for (const QString &connection : {m_sqlite, m_postgres})
+        for (const QString &sql : writes)
+            QTest::newRow(qPrintable((connection == m_sqlite ? u"SQLite: "_s : u"PostgreSQL: "_s) +
+                                     sql))
+                << connection << sql;
+    QTest::newRow("SQLite: ATTACH and write")
+        << m_sqlite << u"ATTACH DATABASE '%1' AS other"_s.arg(m_dir.filePath(u"other.db"_s));
+    QTest::newRow("SQLite: second statement after ;")
+        << m_sqlite << u"SELECT 1; DELETE FROM News"_s;
+}
+
+void tst_Recordset::writesRefused()
+{
+    QFETCH(QString, connection);
+    QFETCH(QString, statement);
+    QRT_NEED_CONNECTION(connection);
+    Connection c;
+    QVERIFY(c.Open(connection));
+    Recordset rs;
+    QVERIFY(!rs.Open(statement, c));
+    QVERIFY(rs.IsEOF());
+    QVERIFY(!rs.lastError().isEmpty());
+    c.Close();
+    QCOMPARE(qrt::test::countRows(connection, u"News"_s), 7);
+    QCOMPARE(readAll(connection, u"SELECT Title FROM News WHERE ID = 1"_s, firstColumn),
+             QStringList{u"a"_s});
+    QVERIFY(!QFile::exists(m_dir.filePath(u"other.db"_s)));
+}
+
+void tst_Recordset::brokenStatements_data()
+{
+    QTest::addColumn<QString>("connection");
+    QTest::addColumn<QString>("statement");
+    for (const QString &connection : {m_sqlite, m_postgres}) {
+        const QString engine = connection == m_sqlite ? u"SQLite: "_s : u"PostgreSQL: "_s;
+        QTest::newRow(qPrintable(engine + u"missing table"_s))
+            << connection << u"SELECT * FROM Nowhere"_s;
+        QTest::newRow(qPrintable(engine + u"syntax"_s)) << connection << u"SELEC 1"_s;
+        QTest::newRow(qPrintable(engine + u"not a date"_s))
+            << connection << u"SELECT ID FROM News WHERE pubDate >= CDate(\"soon\")"_s;
+        QTest::newRow(qPrintable(engine + u"empty"_s)) << connection << QString();
+    }
+}
+
+void tst_Recordset::brokenStatements()
+{
+    QFETCH(QString, connection);
+    QFETCH(QString, statement);
+    QRT_NEED_CONNECTION(connection);
+    Connection c;
+    QVERIFY(c.Open(connection));
+    Recordset rs;
+    QVERIFY(!rs.Open(statement, c));
+    QVERIFY(rs.IsEOF());
+    QVERIFY(!rs.lastError().isEmpty());
+    QCOMPARE(rs.Int(0), 0);
+    QVERIFY(!rs.DateValue(0).has_value());
+    // The connection stays usable for the next reader.
+    Recordset next;
+    QVERIFY2(next.Open(u"SELECT COUNT(*) FROM News"_s, c), qPrintable(next.lastError()));
+    QCOMPARE(next.Int(0), 7);
+}
+
+void tst_Recordset::badConnections_data()
+{
+    QTest::addColumn<QString>("connection");
+    QFile garbage(m_dir.filePath(u"garbage.db"_s));
+    QVERIFY(garbage.open(QIODevice::WriteOnly));
+    garbage.write(QByteArray(4096, 'x'));
+    garbage.close();
+    QTest::newRow("empty") << QString();
+    QTest::newRow("unknown provider") << u"Provider=Nope;Data Source=x"_s;
+    QTest::newRow("missing file") << m_dir.filePath(u"missing/news.db"_s);
+    QTest::newRow("a folder") << m_dir.path();
+    QTest::newRow("not a database") << garbage.fileName();
+    QTest::newRow("no server on the port") << u"postgresql://qrt@127.0.0.1:1/postgres"_s;
+    if (!m_postgres.isEmpty()) {
+        QUrl url(m_postgres);
+        url.setPath(u"/no_such_database"_s);
+        QTest::newRow("no such database") << url.toString();
+    }
+}
+
+void tst_Recordset::badConnections()
+{
+    QFETCH(QString, connection);
+    QString error;
+    QVERIFY(readAll(connection, u"SELECT * FROM News"_s, firstColumn, &error).isEmpty());
+    QVERIFY(!error.isEmpty());
+}
+
+void tst_Recordset::missingFileStaysMissing()
+{
+    const QString path = m_dir.filePath(u"never.db"_s);
+    Connection c;
+    QVERIFY(!c.Open(u"Provider=SQLite;Data Source="_s + path));
+    QVERIFY(!QFile::exists(path));
+}
+
+void tst_Recordset::closingConnectionEndsReaders()
+{
+    Connection c;
+    QVERIFY(c.Open(m_sqlite));
+    Recordset rs;
+    QVERIFY(rs.Open(u"SELECT ID FROM News ORDER BY ID"_s, c));
+    QCOMPARE(rs.Int(0), 1);
+    c.Close();
+    QVERIFY(rs.IsEOF());
+    rs.MoveNext();
+    QVERIFY(rs.IsEOF());
+    // The same object opens again for the next reader.
+    QVERIFY(c.Open(m_sqlite));
+    QVERIFY(rs.Open(u"SELECT COUNT(*) FROM News"_s, c));
+    QCOMPARE(rs.Int(0), 7);
+}
+
+QTEST_GUILESS_MAIN(tst_Recordset)
+#include "tst_recordset.moc"
