@@ -1,5 +1,6 @@
 #include "DemoDbCommand.h"
 
+#include "db/ConnectionString.h"
 #include "db/DemoDatabase.h"
 
 #include <QCommandLineParser>
@@ -87,7 +88,10 @@ int DemoDbCommand::run(const QStringList &arguments)
                      qPrintable(error));
         return 1;
     }
+    // A server's connection string may hold a password: name only files.
+    const auto cs = qrt::db::ConnectionString::parse(target);
+    const QString where = cs.engine == qrt::db::Engine::SQLite ? cs.database : u"the database"_s;
     std::printf("%lld news items written to %s in %.1f s\n", static_cast<long long>(items),
-                qPrintable(target), timer.elapsed() / 1000.0);
+                qPrintable(where), timer.elapsed() / 1000.0);
     return 0;
 }

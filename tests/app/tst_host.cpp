@@ -1,0 +1,150 @@
+// The host program as users and scripts run it: headless it renders the
+// window to a PNG and says where; demo-db makes databases and refuses bad
+// arguments with a clear message and exit code.
+
+#include <QFile>
+#include <QImage>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Run
+{
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+Run run(const QStringList &arguments, const QProcessEnvironment &env)
+{
+    QProcess process;
+    process.setProcessEnvironment(env);
+    process.start(qEnvironmentVariable("ZORVANE_STATS"), arguments);
+    Run result;
+    if (!process.waitForFinished(120000)) {
+        process.kill();
+        result.err = u"timed out"_s;
+        return result;
+    }
+    result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2;
+    result.out = QString::fromLocal8Bit(process.readAllStandardOutput());
+    result.err = QString::fromLocal8Bit(process.readAllStandardError());
+    return result;
+}
+
+} // namespace
+
+class tst_Host : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void headlessFirstRun();
+    void severalWindows();
+    void demoDbArguments_data();
+    void demoDbArguments();
+    void demoDbKeepsExistingFile();
+
+private:
+    QTemporaryDir m_home;
+    QProcessEnvironment m_env;
+};
+
+void tst_Host::init()
+{
+    QVERIFY(m_home.isValid());
+    m_env = QProcessEnvironment::systemEnvironment();
+    m_env.remove(u"DISPLAY"_s);
+    m_env.remove(u"WAYLAND_DISPLAY"_s);
+    m_env.remove(u"QT_QPA_PLATFORM"_s); // the program must choose offscreen by itself
+    m_env.insert(u"XDG_DATA_HOME"_s, m_home.filePath(u"data"_s));
+    m_env.insert(u"XDG_CONFIG_HOME"_s, m_home.filePath(u"config"_s));
+}
+
+void tst_Host::headlessFirstRun()
+{
+    const Run r = run({}, m_env);
+    QVERIFY2(r.exitCode == 0, qPrintable(r.err));
+    const QString demo = m_home.filePath(u"data/Koltrin/zorvane-stats/demo.db"_s);
+    QVERIFY(QFile::exists(demo));
+    const QString png = m_home.filePath(u"data/Koltrin/zorvane-stats/window.png"_s);
+    QVERIFY2(r.out.contains(u"window rendered to "_s + png), qPrintable(r.out));
+    const QImage image(png);
+    QCOMPARE(image.size(), QSize(592, 338));
+    // A second run opens the same demo database instead of making another.
+    const QDateTime made = QFileInfo(demo).lastModified();
+    const Run again = run({u"--screenshot"_s, m_home.filePath(u"again.png"_s)}, m_env);
+    QCOMPARE(again.exitCode, 0);
+    QVERIFY(!again.err.contains(u"creating the demo database"_s));
+    QCOMPARE(QFileInfo(demo).lastModified(), made);
+    QVERIFY(!QImage(m_home.filePath(u"again.png"_s)).isNull());
+}
+
+void tst_Host::severalWindows()
+{
+    const QString db = m_home.filePath(u"news.db"_s);
+    QCOMPARE(run({u"demo-db"_s, db, u"--items"_s, u"500"_s}, m_env).exitCode, 0);
+    const Run r = run({db, u"--windows"_s, u"2"_s, u"--screenshot"_s, m_home.filePath(u"w.png"_s)},
+                      m_env);
+    QVERIFY2(r.exitCode == 0, qPrintable(r.err));
+    QVERIFY(!QImage(m_home.filePath(u"w.png"_s)).isNull());
+    QVERIFY(!QImage(m_home.filePath(u"w-2.png"_s)).isNull());
+}
+
+void tst_Host::demoDbArguments_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("no target") << QStringList{u"demo-db"_s} << 2 << u"target"_s;
+    QTest::newRow("items not a number")
+        << QStringList{u"demo-db"_s, u"x.db"_s, u"--items"_s, u"many"_s} << 2 << u"--items"_s;
+    QTest::newRow("negative items")
+        << QStringList{u"demo-db"_s, u"x.db"_s, u"--items"_s, u"-5"_s} << 2 << u"--items"_s;
+    QTest::newRow("bad date")
+        << QStringList{u"demo-db"_s, u"x.db"_s, u"--until"_s, u"31/12/2025"_s} << 2 << u"--until"_s;
+    QTest::newRow("ODBC target") << QStringList{u"demo-db"_s, u"DSN=news"_s} << 1
+                                 << u"SQLite or PostgreSQL"_s;
+    QTest::newRow("folder missing")
+        << QStringList{u"demo-db"_s, u"/nonexistent/folder/x.db"_s} << 1 << u"cannot create"_s;
+}
+
+void tst_Host::demoDbArguments()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QString, message);
+    const Run r = run(arguments, m_env);
+    QCOMPARE(r.exitCode, exitCode);
+    QVERIFY2(r.err.contains(message), qPrintable(r.err));
+}
+
+void tst_Host::demoDbKeepsExistingFile()
+{
+    const QString db = m_home.filePath(u"existing.db"_s);
+    QCOMPARE(run({u"demo-db"_s, db, u"--items"_s, u"300"_s, u"--until"_s, u"2025-01-31"_s}, m_env)
+                 .exitCode,
+             0);
+    QFile file(db);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray before = file.readAll();
+    file.close();
+    const Run r = run({u"demo-db"_s, db, u"--items"_s, u"10"_s}, m_env);
+    QCOMPARE(r.exitCode, 1);
+    QVERIFY(r.err.contains(u"exists"_s));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), before);
+    file.close();
+    const Run replaced = run({u"demo-db"_s, db, u"--items"_s, u"10"_s, u"--replace"_s}, m_env);
+    QCOMPARE(replaced.exitCode, 0);
+    QVERIFY2(replaced.out.contains(u"10 news items"_s), qPrintable(replaced.out));
+}
+
+QTEST_GUILESS_MAIN(tst_Host)
+#include "tst_host.moc"

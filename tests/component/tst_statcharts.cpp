@@ -1,0 +1,232 @@
+// The component's front door: window keys and numbers, the shared state per
+// GUI thread, the first window's shape, the theme colours, and creating the
+// class by its id from the loaded library.
+
+#include <qrt/statCharts.h>
+
+#include "component/ThemeColors.h"
+#include "component/modUtils.h"
+#include "db/Connection.h"
+#include "workspace/frmCharts.h"
+
+#include <QApplication>
+#include <QPointer>
+#include <QTabWidget>
+#include <QTest>
+
+#include <dlfcn.h>
+#include <thread>
+
+using namespace Qt::StringLiterals;
+
+class tst_statCharts : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void keysCountUpAndAreNeverReused();
+    void windowBeforeConnectionString();
+    void unshownWindowStaysAndHoldsNothing();
+    void secondInstanceReplacesSharedObjects();
+    void indexLimit();
+    void globalsArePerThread();
+    void firstWindow();
+    void themeColors_data();
+    void themeColors();
+    void systemColorFollowsPalette();
+    void createByClassId_data();
+    void createByClassId();
+};
+
+void tst_statCharts::keysCountUpAndAreNeverReused()
+{
+    gChartFormIndex = 0;
+    statCharts charts;
+    QPointer<QWidget> first = charts.ShowChartForm();
+    QPointer<QWidget> second = charts.ShowChartForm();
+    QVERIFY(first && second);
+    QCOMPARE(gChartForms.Item(u"KEY1"_s), first.data());
+    QCOMPARE(gChartForms.Item(u"KEY2"_s), second.data());
+    QCOMPARE(qobject_cast<frmCharts *>(second.data())->fIndex, qint16(2));
+    first->show();
+    second->show();
+    QVERIFY(first->close());
+    QTRY_VERIFY(!first); // deletes itself on close
+    QVERIFY(!gChartForms.Contains(u"KEY1"_s));
+    QCOMPARE(gChartForms.Item(u"KEY2"_s), second.data());
+    QPointer<QWidget> third = charts.ShowChartForm();
+    QCOMPARE(qobject_cast<frmCharts *>(third.data())->fIndex, qint16(3));
+    QVERIFY(!gChartForms.Contains(u"KEY1"_s));
+    QCOMPARE(gChartForms.Count(), 2);
+    delete second;
+    delete third;
+    QCOMPARE(gChartForms.Count(), 0);
+}
+
+void tst_statCharts::windowBeforeConnectionString()
+{
+    gConnectionString.clear();
+    statCharts charts;
+    std::unique_ptr<QWidget> window(charts.ShowChartForm());
+    QVERIFY(window);
+    window->show();
+    QVERIFY(qobject_cast<frmCharts *>(window.get())->isLoaded());
+    QVERIFY(!gConnection->Open(gConnectionString));
+    QVERIFY(!gConnection->lastError().isEmpty());
+}
+
+void tst_statCharts::unshownWindowStaysAndHoldsNothing()
+{
+    statCharts charts;
+    std::unique_ptr<QWidget> window(charts.ShowChartForm());
+    const QString key = ChartFormKey(gChartFormIndex);
+    QApplication::processEvents();
+    QVERIFY(gChartForms.Contains(key));
+    QVERIFY(!qobject_cast<frmCharts *>(window.get())->isLoaded());
+}
+
+void tst_statCharts::secondInstanceReplacesSharedObjects()
+{
+    statCharts first;
+    first.ConnectionString(u"/srv/news.db"_s);
+    std::unique_ptr<QWidget> window(first.ShowChartForm());
+    const qrt::db::Connection *before = gConnection.get();
+    const qint16 index = gChartFormIndex;
+    statCharts second;
+    QVERIFY(gConnection.get() != before);
+    QCOMPARE(gConnectionString, u"/srv/news.db"_s);
+    QCOMPARE(gChartFormIndex, index);
+    QVERIFY(gChartForms.Contains(ChartFormKey(index)));
+}
+
+void tst_statCharts::indexLimit()
+{
+    const qint16 saved = gChartFormIndex;
+    gChartFormIndex = 32766;
+    statCharts charts;
+    std::unique_ptr<QWidget> last(charts.ShowChartForm());
+    QVERIFY(last);
+    QCOMPARE(qobject_cast<frmCharts *>(last.get())->fIndex, qint16(32767));
+    QCOMPARE(charts.ShowChartForm(), nullptr);
+    QCOMPARE(gChartFormIndex, qint16(32767));
+    last.reset();
+    gChartFormIndex = saved;
+}
+
+void tst_statCharts::globalsArePerThread()
+{
+    statCharts charts;
+    charts.ConnectionString(u"main-thread.db"_s);
+    std::unique_ptr<QWidget> window(charts.ShowChartForm());
+    QString otherString = u"unset"_s;
+    qint16 otherIndex = -1;
+    bool otherHasConnection = true;
+    std::thread([&] {
+        otherString = gConnectionString;
+        otherIndex = gChartFormIndex;
+        otherHasConnection = gConnection != nullptr;
+        gConnectionString = u"other-thread.db"_s;
+    }).join();
+    QCOMPARE(otherString, QString());
+    QCOMPARE(otherIndex, qint16(0));
+    QVERIFY(!otherHasConnection);
+    QCOMPARE(gConnectionString, u"main-thread.db"_s);
+}
+
+void tst_statCharts::firstWindow()
+{
+    statCharts charts;
+    std::unique_ptr<QWidget> window(charts.ShowChartForm());
+    QCOMPARE(window->windowTitle(), u"Statistic Charts"_s);
+    QCOMPARE(window->size(), QSize(592, 338));
+    QVERIFY(window->isWindow());
+    auto *tabs = window->findChild<QTabWidget *>(u"tabCharts"_s);
+    QVERIFY(tabs);
+    QCOMPARE(tabs->count(), 3);
+    QCOMPARE(tabs->tabText(0), u"&Built-In Chart"_s);
+    QCOMPARE(tabs->tabText(1), u"MS Office &Pivot Chart"_s);
+    QCOMPARE(tabs->tabText(2), u"MS Office Pivot &Table"_s);
+    QCOMPARE(tabs->widget(0)->objectName(), u"elsBorder"_s);
+    QCOMPARE(tabs->widget(1)->objectName(), u"elstMSchart"_s);
+    QCOMPARE(tabs->widget(2)->objectName(), u"WebBrowser1"_s);
+    window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(window.get()));
+    // The access keys switch pages.
+    QTest::keyClick(window.get(), Qt::Key_T, Qt::AltModifier);
+    QCOMPARE(tabs->currentIndex(), 2);
+    QTest::keyClick(window.get(), Qt::Key_P, Qt::AltModifier);
+    QCOMPARE(tabs->currentIndex(), 1);
+    QTest::keyClick(window.get(), Qt::Key_B, Qt::AltModifier);
+    QCOMPARE(tabs->currentIndex(), 0);
+}
+
+void tst_statCharts::themeColors_data()
+{
+    QTest::addColumn<bool>("themed");
+    QTest::newRow("desktop theme followed") << true;
+    QTest::newRow("desktop theme ignored") << false;
+}
+
+void tst_statCharts::themeColors()
+{
+    QFETCH(bool, themed);
+    const bool saved = QApplication::desktopSettingsAware();
+    QApplication::setDesktopSettingsAware(themed);
+    LoadThemeColors();
+    QApplication::setDesktopSettingsAware(saved);
+    if (themed) {
+        const QPalette palette = QApplication::palette();
+        QCOMPARE(gThemeFillColor, ThemeColors::fromQColor(palette.color(QPalette::Window)));
+        QCOMPARE(gThemeGradientColor, ThemeColors::fromQColor(palette.color(QPalette::Midlight)));
+        QCOMPARE(ThemeColors::toQColor(gThemeFillColor), palette.color(QPalette::Window).toRgb());
+    } else {
+        QCOMPARE(gThemeFillColor, 0x8000000Fu);
+        QCOMPARE(gThemeGradientColor, 0x8000000Fu);
+    }
+}
+
+void tst_statCharts::systemColorFollowsPalette()
+{
+    QPalette palette = QApplication::palette();
+    const QPalette saved = palette;
+    palette.setColor(QPalette::Button, QColor(0x12, 0x34, 0x56));
+    QApplication::setPalette(palette);
+    QCOMPARE(ThemeColors::toQColor(ThemeColors::ButtonFace), QColor(0x12, 0x34, 0x56));
+    QCOMPARE(ThemeColors::fromQColor(QColor(0x12, 0x34, 0x56)), 0x00563412u);
+    QCOMPARE(ThemeColors::toQColor(0x00563412u), QColor(0x12, 0x34, 0x56));
+    QApplication::setPalette(saved);
+}
+
+void tst_statCharts::createByClassId_data()
+{
+    QTest::addColumn<QByteArray>("classId");
+    QTest::addColumn<bool>("created");
+    QTest::newRow("the class id") << QByteArray(statCharts::ClassId) << true;
+    QTest::newRow("in lower case") << QByteArray(statCharts::ClassId).toLower() << true;
+    QTest::newRow("the interface id") << QByteArray(statCharts::InterfaceId) << false;
+    QTest::newRow("empty") << QByteArray() << false;
+}
+
+void tst_statCharts::createByClassId()
+{
+    QFETCH(QByteArray, classId);
+    QFETCH(bool, created);
+    const QByteArray path = qgetenv("QRT_STATCHARTS_LIBRARY");
+    QVERIFY2(!path.isEmpty(), "QRT_STATCHARTS_LIBRARY names the built library");
+    void *library = dlopen(path.constData(), RTLD_NOW);
+    QVERIFY2(library, dlerror());
+    auto create = reinterpret_cast<QRT_CreateObjectFn>(dlsym(library, "QRT_CreateObject"));
+    auto release = reinterpret_cast<QRT_ReleaseObjectFn>(dlsym(library, "QRT_ReleaseObject"));
+    QVERIFY(create && release);
+    statCharts *object = create(classId.constData());
+    QCOMPARE(object != nullptr, created);
+    if (object) {
+        std::unique_ptr<QWidget> window(object->ShowChartForm());
+        QVERIFY(window);
+        release(object);
+        QVERIFY(gChartForms.Contains(ChartFormKey(gChartFormIndex))); // dropping it ends nothing
+    }
+}
+
+QTEST_MAIN(tst_statCharts)
+#include "tst_statcharts.moc"
