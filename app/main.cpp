@@ -3,6 +3,7 @@
 
 #include "DemoDbCommand.h"
 #include "OpenCommand.h"
+#include "SettingsCommand.h"
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -37,6 +38,11 @@ int main(int argc, char *argv[])
         QCoreApplication app(argc, argv);
         nameApplication();
         return DemoDbCommand::run(QCoreApplication::arguments());
+    }
+    if (argc > 1 && std::strcmp(argv[1], "settings") == 0) {
+        QCoreApplication app(argc, argv);
+        nameApplication();
+        return SettingsCommand::run(QCoreApplication::arguments());
     }
     chooseOffscreenWithoutDisplay();
     QApplication app(argc, argv);

@@ -2,6 +2,7 @@
 
 #include "component/ThemeColors.h"
 #include "db/Connection.h"
+#include "settings/CAppSettings.h"
 
 using namespace Qt::StringLiterals;
 
@@ -9,6 +10,7 @@ thread_local std::unique_ptr<qrt::db::Connection> gConnection;
 thread_local QString gConnectionString;
 thread_local ChartFormCollection gChartForms;
 thread_local qint16 gChartFormIndex = 0;
+thread_local std::unique_ptr<CAppSettings> gSettings;
 thread_local quint32 gThemeFillColor = ThemeColors::ButtonFace;
 thread_local quint32 gThemeGradientColor = ThemeColors::ButtonFace;
 

@@ -9,6 +9,8 @@
 
 #include <memory>
 
+class CAppSettings;
+
 namespace qrt::db {
 class Connection;
 }
@@ -19,6 +21,8 @@ extern thread_local QString gConnectionString;
 extern thread_local ChartFormCollection gChartForms;
 // Running number of the windows made so far; never reused.
 extern thread_local qint16 gChartFormIndex;
+// The settings store of this thread, set up for the component's own sections.
+extern thread_local std::unique_ptr<CAppSettings> gSettings;
 // Panel colours in the classic 0x00BBGGRR form, or a system-colour index
 // with the top bit set (0x8000000F is the button face).
 extern thread_local quint32 gThemeFillColor;

@@ -2,6 +2,7 @@
 
 #include "component/modUtils.h"
 #include "db/Connection.h"
+#include "settings/CAppSettings.h"
 #include "workspace/frmCharts.h"
 
 #include <QLoggingCategory>
@@ -14,6 +15,8 @@ Q_LOGGING_CATEGORY(lcComponent, "qrt.component", QtWarningMsg)
 statCharts::statCharts()
 {
     // The error handler and the settings store join here as they are built.
+    gSettings = std::make_unique<CAppSettings>();
+    gSettings->Init(QStringLiteral("Koltrin"), QStringLiteral("Zorvane"));
     gConnection = std::make_unique<qrt::db::Connection>();
 }
 
