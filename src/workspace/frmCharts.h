@@ -1,12 +1,16 @@
 #pragma once
 // The component's main window: three views of the stored news on the tabs of
-// tabCharts — the built-in chart, the pivot chart and the pivot table. It
-// loads the first time it is shown and unloads when it closes; a window that
-// is never shown holds nothing but its number.
+// tabCharts — the built-in chart, the pivot chart and the pivot table. The
+// first page holds the dock studio dsChart with the tool bar, the filter
+// panel and the calendar pop-up. The window loads the first time it is shown
+// and unloads when it closes; a window never shown holds only its number.
 
 #include <QWidget>
 
 class QTabWidget;
+class DockStudio;
+class frmCalendar;
+class PopupWindow;
 
 class frmCharts : public QWidget
 {
@@ -18,6 +22,8 @@ public:
 
     // Running number, set by ShowChartForm before the window loads.
     qint16 fIndex = 0;
+    DockStudio *dsChart = nullptr;
+    QTabWidget *tabCharts = nullptr;
 
     bool isLoaded() const { return m_loaded; }
 
@@ -32,8 +38,11 @@ private:
     void Form_Load();
     void Form_Unload();
     void buildPages();
+    void buildDockStudio(QWidget *page);
 
-    QTabWidget *tabCharts = nullptr;
+    frmCalendar *fCalendar = nullptr;
+    PopupWindow *pwCalendar = nullptr;
+    bool bCalendarFrom = false;
     bool m_loaded = false;
     bool m_unloaded = false;
 };

@@ -1,0 +1,30 @@
+#pragma once
+// A button tool with a value: 1 shows it pressed, 0 released. A click does
+// not change the value by itself; the command that handles the click does.
+
+#include "workspace/Tool.h"
+
+#include <QIcon>
+#include <QPointer>
+
+class QToolButton;
+
+class ButtonTool : public Tool
+{
+    Q_OBJECT
+
+public:
+    ButtonTool(const QString &id, const QString &caption, const QIcon &icon,
+               QObject *parent = nullptr);
+    ~ButtonTool() override;
+
+    int Value() const;
+    void setValue(int value);
+    void setCaption(const QString &caption) override;
+    QString Caption() const override;
+
+    QWidget *widget() const override;
+
+private:
+    QPointer<QToolButton> m_button;
+};

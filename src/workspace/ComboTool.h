@@ -1,0 +1,36 @@
+#pragma once
+// A combo box tool with its caption before it. Its text is the chosen item,
+// or a text set from outside that is none of the items, which it shows in
+// place of a choice. Every choice fires, also of the item already chosen.
+
+#include "workspace/Tool.h"
+
+#include <QPointer>
+#include <QStringList>
+
+class QComboBox;
+class QLabel;
+
+class ComboTool : public Tool
+{
+    Q_OBJECT
+
+public:
+    ComboTool(const QString &id, const QString &caption, const QStringList &items,
+              QObject *parent = nullptr);
+    ~ComboTool() override;
+
+    QString Text() const;
+    void setText(const QString &text);
+    QStringList items() const;
+
+    QString Caption() const override;
+    void setCaption(const QString &caption) override;
+    QWidget *widget() const override;
+    QComboBox *comboBox() const { return m_combo; }
+
+private:
+    QPointer<QWidget> m_box;
+    QLabel *m_label;
+    QComboBox *m_combo;
+};
