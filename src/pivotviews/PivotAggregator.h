@@ -1,0 +1,23 @@
+#pragma once
+// Aggregates a view's data for its current layout into a PivotResult. The
+// field sets on the row and column axes with their included fields make the
+// member trees; the member choices of the field sets on the filter, row and
+// column axes drop rows; the totals on the data axis make the values.
+//
+// Rows are read chunk by chunk in blocks that stay in the cache: each field
+// set turns its column's codes into member ordinals through a small table,
+// the ordinals combine into one cell key per row, and the cells count and
+// sum. Subtotals and the grand totals come from rolling the leaf cells up.
+
+namespace qrt::pivot {
+
+class PivotResult;
+class PivotView;
+
+class PivotAggregator
+{
+public:
+    static PivotResult run(const PivotView &view);
+};
+
+} // namespace qrt::pivot

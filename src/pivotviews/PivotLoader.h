@@ -1,0 +1,33 @@
+#pragma once
+// Runs a command text over a connection string and reads every row into a
+// PivotData. Works on whatever thread calls it, on a connection of its own.
+// On SQLite it steps the engine's statement itself and hands the text bytes
+// straight to the dictionaries, with no QString or QVariant per value.
+
+#include <QString>
+#include <functional>
+#include <memory>
+
+namespace qrt::pivot {
+
+class PivotData;
+
+class PivotLoader
+{
+public:
+    // Called every few thousand rows with the rows read so far; answering
+    // false cancels the load.
+    using Progress = std::function<bool(qint64 rows)>;
+
+    static constexpr qint64 ProgressStep = 16384;
+
+    // The data, or null with the reason in *error ("cancelled" when the
+    // progress callback stopped it).
+    static std::shared_ptr<PivotData> load(const QString &connectionString,
+                                           const QString &commandText, const Progress &progress,
+                                           QString *error);
+
+    static QString cancelledText();
+};
+
+} // namespace qrt::pivot
