@@ -200,30 +200,32 @@ std::optional<Filter> makeFilter(const PivotFieldSet &fieldSet)
 struct Accumulator
 {
     bool dense = true;
-    int slots = 0;
+    int slotCount = 0;
+    quint32 spare = 0;
     std::vector<quint32> rows;
-    std::vector<Acc> accs; // cell * slots + slot
+    std::vector<Acc> accs; // cell * slotCount + slot
     std::unordered_map<quint64, quint32> index;
     std::vector<quint64> keys; // sparse: cell -> key
 
-    void init(bool isDense, quint64 space, int accSlots)
+    void init(bool isDense, quint64 space, int accSlotCount)
     {
         dense = isDense;
-        slots = accSlots;
-        if (dense) {
-            rows.assign(static_cast<std::size_t>(space), 0);
-            accs.assign(static_cast<std::size_t>(space) * static_cast<std::size_t>(slots), Acc());
-        }
+        slotCount = accSlotCount;
+        // The spare cell, where the dropped rows go: past the leaf cells
+        // when they are counted in arrays, the first cell otherwise.
+        spare = dense ? static_cast<quint32>(space) : 0;
+        rows.assign(static_cast<std::size_t>(spare) + 1, 0);
+        accs.assign((static_cast<std::size_t>(spare) + 1) * static_cast<std::size_t>(slotCount),
+                    Acc());
+        keys.assign(dense ? 0 : 1, kSkip);
     }
     quint32 cell(quint64 key)
     {
-        if (dense)
-            return static_cast<quint32>(key);
         const auto [it, added] = index.try_emplace(key, static_cast<quint32>(rows.size()));
         if (added) {
             rows.push_back(0);
             keys.push_back(key);
-            accs.resize(accs.size() + static_cast<std::size_t>(slots));
+            accs.resize(accs.size() + static_cast<std::size_t>(slotCount));
         }
         return it->second;
     }
@@ -310,9 +312,10 @@ private:
         visitCodes(f.column->codes(chunk), [&](const auto &codes) {
             const quint8 *table = f.table.data();
             if (f.times.empty()) {
+                // Branch-free: a filter passes about as often as not.
                 for (qint64 r = begin; r < end; ++r)
-                    if (!table[codes[static_cast<std::size_t>(r)]])
-                        keys[r - begin] = kSkip;
+                    keys[r - begin] |=
+                        quint64(0) - quint64(table[codes[static_cast<std::size_t>(r)]] == 0);
                 return;
             }
             const std::vector<quint32> &secs = f.column->seconds(chunk);
@@ -333,15 +336,25 @@ private:
     void count(Accumulator &acc, int chunk, qint64 begin, qint64 end, const quint64 *keys,
                quint32 *cells) const
     {
-        for (qint64 r = begin; r < end; ++r) {
-            const quint64 key = keys[r - begin];
-            if (key == kSkip) {
-                cells[r - begin] = ~quint32(0);
-                continue;
+        if (acc.dense) {
+            // Dropped rows go to a spare cell past the end, which saves a
+            // branch the processor could not predict.
+            quint32 *rows = acc.rows.data();
+            const quint64 spare = acc.spare;
+            for (qint64 r = begin; r < end; ++r) {
+                const quint64 key = keys[r - begin];
+                const quint64 dropped = quint64(0) - quint64(key == kSkip); // all ones or none
+                const quint64 cell = (key & ~dropped) | (spare & dropped);
+                cells[r - begin] = static_cast<quint32>(cell);
+                ++rows[cell];
             }
-            const quint32 cell = acc.cell(key);
-            cells[r - begin] = cell;
-            ++acc.rows[cell];
+        } else {
+            for (qint64 r = begin; r < end; ++r) {
+                const quint64 key = keys[r - begin];
+                const quint32 cell = key == kSkip ? acc.spare : acc.cell(key);
+                cells[r - begin] = cell;
+                ++acc.rows[cell];
+            }
         }
         for (const TotalSpec &total : m_totals) {
             if (total.slot < 0)
@@ -352,10 +365,10 @@ private:
                 for (qint64 r = begin; r < end; ++r) {
                     const quint32 cell = cells[r - begin];
                     const quint32 code = codes[static_cast<std::size_t>(r)];
-                    if (cell == ~quint32(0) || code == 0)
+                    if (cell == acc.spare || code == 0)
                         continue;
                     Acc &a = acc.accs[static_cast<std::size_t>(cell) *
-                                          static_cast<std::size_t>(acc.slots) +
+                                          static_cast<std::size_t>(acc.slotCount) +
                                       static_cast<std::size_t>(total.slot)];
                     if (total.function == PivotTotal::Count) {
                         ++a.count;
@@ -484,13 +497,13 @@ PivotResult PivotAggregator::run(const PivotView &view)
                 filters.push_back(std::move(*filter));
 
     std::vector<TotalSpec> totals;
-    int slots = 0;
+    int slotCount = 0;
     for (const PivotTotal *total : view.DataAxis().Totals()) {
         TotalSpec spec;
         spec.column = &total->Field()->FieldSet()->hierarchy().column();
         spec.function = total->Function();
         const bool countsRows = spec.function == PivotTotal::Count && !spec.column->hasBlank();
-        spec.slot = countsRows ? -1 : slots++;
+        spec.slot = countsRows ? -1 : slotCount++;
         totals.push_back(spec);
         result.m_totalCaptions.push_back(total->Caption());
         result.m_functions.push_back(total->Function());
@@ -510,15 +523,15 @@ PivotResult PivotAggregator::run(const PivotView &view)
         parts.push_back(&part);
 
     const PivotData &data = *view.data();
-    const bool dense = cellSpace <= kDenseCells / static_cast<quint64>(1 + slots);
+    const bool dense = cellSpace <= kDenseCells / static_cast<quint64>(1 + slotCount);
     Accumulator acc;
-    acc.init(dense, cellSpace, slots);
+    acc.init(dense, cellSpace, slotCount);
     const Pass pass(data, parts, filters, totals);
     const int chunks = cellSpace == 0 ? 0 : data.chunkCount();
     if (dense && chunks >= 4 && QThread::idealThreadCount() > 1) {
         // Two halves on two threads; the leaf cells are small enough to add up.
         Accumulator other;
-        other.init(true, cellSpace, slots);
+        other.init(true, cellSpace, slotCount);
         QFuture<void> half = QtConcurrent::run([&] { pass.run(chunks / 2, chunks, other); });
         pass.run(0, chunks / 2, acc);
         half.waitForFinished();
@@ -543,7 +556,7 @@ PivotResult PivotAggregator::run(const PivotView &view)
         for (quint64 key = 0; key < cellSpace; ++key)
             addLeaf(key, static_cast<quint32>(key));
     } else {
-        for (std::size_t cell = 0; cell < acc.keys.size(); ++cell)
+        for (std::size_t cell = 1; cell < acc.keys.size(); ++cell)
             addLeaf(acc.keys[cell], static_cast<quint32>(cell));
     }
     std::vector<quint64> rowTuples, columnTuples;
@@ -583,7 +596,7 @@ PivotResult PivotAggregator::run(const PivotView &view)
                     if (totals[t].slot >= 0)
                         result.m_cellAccs[cell * totalCount + t].merge(
                             acc.accs[static_cast<std::size_t>(leaf.cell) *
-                                         static_cast<std::size_t>(slots) +
+                                         static_cast<std::size_t>(slotCount) +
                                      static_cast<std::size_t>(totals[t].slot)]);
             }
         }

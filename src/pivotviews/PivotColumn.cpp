@@ -40,12 +40,11 @@ const QString &PivotColumn::caption(quint32 code) const
     return code ? m_captions[code - 1] : blank;
 }
 
-bool PivotColumn::lessCaption(const QString &a, const QString &b)
+std::string PivotColumn::sortKey(const QString &caption)
 {
-    // Case-insensitive first, so "apple" and "Apple" sit together; the
-    // case-sensitive tie-break keeps the order total.
-    const int c = a.compare(b, Qt::CaseInsensitive);
-    return c != 0 ? c < 0 : a < b;
+    // Case-folded UTF-8, then the exact UTF-8 after a NUL: "apple" and
+    // "Apple" sit together, ties stay ordered, and comparing is a memcmp.
+    return caption.toCaseFolded().toStdString() + '\0' + caption.toStdString();
 }
 
 std::optional<quint32> PivotColumn::codeOf(QStringView caption) const
@@ -62,7 +61,10 @@ std::optional<quint32> PivotColumn::codeOf(QStringView caption) const
         return std::nullopt;
     }
     const QString key = caption.toString();
-    const auto it = std::lower_bound(m_captions.begin(), m_captions.end(), key, lessCaption);
+    const std::string wanted = sortKey(key);
+    const auto it =
+        std::lower_bound(m_captions.begin(), m_captions.end(), wanted,
+                         [](const QString &a, const std::string &b) { return sortKey(a) < b; });
     if (it != m_captions.end() && *it == key)
         return static_cast<quint32>(it - m_captions.begin()) + 1;
     if (m_hasBlank && key == this->caption(0))

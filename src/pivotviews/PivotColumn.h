@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <variant>
 #include <vector>
 
@@ -43,7 +44,8 @@ public:
     // The value as a number; NaN for the blank and for text that is none.
     double number(quint32 code) const { return code ? m_numbers[code - 1] : qQNaN(); }
     std::optional<quint32> codeOf(QStringView caption) const;
-    static bool lessCaption(const QString &a, const QString &b);
+    // Text members sort by this key.
+    static std::string sortKey(const QString &caption);
 
     // Date columns. Day code c (1..dayCodeCount()) is day number
     // firstDay() + c - 1, counted from 1899-12-30; 0 is a blank date.

@@ -99,18 +99,42 @@ void PivotColumnBuilder::addNull()
     }
 }
 
+void PivotColumnBuilder::growSlots()
+{
+    std::vector<Slot> slots(std::max<std::size_t>(1024, m_slots.size() * 2));
+    const std::size_t mask = slots.size() - 1;
+    for (const Slot &slot : m_slots) {
+        if (!slot.code)
+            continue;
+        std::size_t i = slot.hash & mask;
+        while (slots[i].code)
+            i = (i + 1) & mask;
+        slots[i] = slot;
+    }
+    m_slots = std::move(slots);
+}
+
 quint32 PivotColumnBuilder::textCode(std::string_view utf8)
 {
     if (utf8.empty()) {
         m_hasBlank = true;
         return 0;
     }
-    if (const auto it = m_textCodes.find(utf8); it != m_textCodes.end())
-        return it->second;
-    const std::string &kept = m_texts.emplace_back(utf8);
-    const auto code = static_cast<quint32>(m_texts.size());
-    m_textCodes.emplace(std::string_view(kept), code);
-    return code;
+    if (m_lastCode && text(m_lastCode) == utf8)
+        return m_lastCode;
+    if ((m_texts.size() + 1) * 2 > m_slots.size())
+        growSlots();
+    const auto hash = static_cast<quint32>(std::hash<std::string_view>()(utf8));
+    const std::size_t mask = m_slots.size() - 1;
+    std::size_t i = hash & mask;
+    for (; m_slots[i].code; i = (i + 1) & mask) {
+        if (m_slots[i].hash == hash && text(m_slots[i].code) == utf8)
+            return m_lastCode = m_slots[i].code;
+    }
+    m_texts.emplace_back(m_arena.size(), utf8.size());
+    m_arena.append(utf8);
+    m_slots[i] = {static_cast<quint32>(m_texts.size()), hash};
+    return m_lastCode = m_slots[i].code;
 }
 
 quint32 PivotColumnBuilder::numberCode(double value)
@@ -270,6 +294,28 @@ PivotColumn PivotColumnBuilder::finish()
     return column;
 }
 
+double PivotColumnBuilder::numberOf(const QString &text)
+{
+    // Only text that is a number as a whole counts; most captions are not
+    // numbers at all, so the cheap first-character test saves the parse.
+    if (text.isEmpty() || !(text.front().isDigit() || text.front() == u'-' ||
+                            text.front() == u'+' || text.front() == u'.'))
+        return qQNaN();
+    bool ok = false;
+    const double value = text.toDouble(&ok);
+    return ok ? value : qQNaN();
+}
+
+void PivotColumnBuilder::sortCaptions(const std::vector<QString> &captions,
+                                      std::vector<quint32> &order)
+{
+    // One key per caption, not one folding per comparison.
+    std::vector<std::string> keys(captions.size());
+    for (std::size_t i = 0; i < captions.size(); ++i)
+        keys[i] = PivotColumn::sortKey(captions[i]);
+    std::sort(order.begin(), order.end(), [&](quint32 a, quint32 b) { return keys[a] < keys[b]; });
+}
+
 PivotColumn PivotColumnBuilder::finishValues()
 {
     PivotColumn column;
@@ -282,12 +328,14 @@ PivotColumn PivotColumnBuilder::finishValues()
         for (std::size_t i = 0; i < count; ++i)
             captions[i] = QString::fromStdString(numberText(m_numbers[i]));
     } else {
-        for (std::size_t i = 0; i < count; ++i)
-            captions[i] =
-                QString::fromUtf8(m_texts[i].data(), static_cast<qsizetype>(m_texts[i].size()));
+        for (std::size_t i = 0; i < count; ++i) {
+            const std::string_view utf8 = text(static_cast<quint32>(i + 1));
+            captions[i] = QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
+        }
     }
-    m_textCodes.clear();
-    m_texts.clear();
+    m_slots = {};
+    m_texts = {};
+    m_arena = {};
 
     std::vector<quint32> order(count);
     std::iota(order.begin(), order.end(), 0);
@@ -295,9 +343,7 @@ PivotColumn PivotColumnBuilder::finishValues()
         std::sort(order.begin(), order.end(),
                   [&](quint32 a, quint32 b) { return m_numbers[a] < m_numbers[b]; });
     else
-        std::sort(order.begin(), order.end(), [&](quint32 a, quint32 b) {
-            return PivotColumn::lessCaption(captions[a], captions[b]);
-        });
+        sortCaptions(captions, order);
 
     std::vector<quint32> remap(count + 1, 0); // old code -> sorted code
     column.m_captions.resize(count);
@@ -309,9 +355,7 @@ PivotColumn PivotColumnBuilder::finishValues()
         if (numbers) {
             column.m_numbers[rank] = m_numbers[old];
         } else {
-            bool ok = false;
-            const double value = column.m_captions[rank].toDouble(&ok);
-            column.m_numbers[rank] = ok ? value : qQNaN();
+            column.m_numbers[rank] = numberOf(column.m_captions[rank]);
         }
     }
     for (auto &chunk : m_codes)

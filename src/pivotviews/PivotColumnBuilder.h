@@ -9,7 +9,6 @@
 #include "pivotviews/PivotColumn.h"
 
 #include <QVariant>
-#include <deque>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -36,23 +35,30 @@ public:
 private:
     enum class State { Unknown, Text, Number, Date };
 
-    struct StringHash
+    // Open addressing over one flat array: a look-up touches one slot and
+    // the text bytes, where a node-based map chases a pointer per step.
+    struct Slot
     {
-        using is_transparent = void;
-        std::size_t operator()(std::string_view s) const
-        {
-            return std::hash<std::string_view>()(s);
-        }
+        quint32 code = 0; // 0: free
+        quint32 hash = 0;
     };
 
     void pushCode(quint32 code);
     void pushDate(qint32 day, quint32 second);
     quint32 textCode(std::string_view utf8);
+    std::string_view text(quint32 code) const
+    {
+        const auto &[offset, length] = m_texts[code - 1];
+        return std::string_view(m_arena).substr(offset, length);
+    }
+    void growSlots();
     quint32 numberCode(double value);
     void settle(State state);
     void becomeText();
     static std::string numberText(double value);
 
+    static double numberOf(const QString &text);
+    static void sortCaptions(const std::vector<QString> &captions, std::vector<quint32> &order);
     PivotColumn finishValues();
     PivotColumn finishDates();
 
@@ -63,8 +69,10 @@ private:
 
     // Text and number values: codes in the order first seen, 0 for blank.
     std::vector<std::vector<quint32>> m_codes;
-    std::deque<std::string> m_texts;
-    std::unordered_map<std::string_view, quint32, StringHash, std::equal_to<>> m_textCodes;
+    std::string m_arena;                                      // the distinct texts, back to back
+    std::vector<std::pair<std::size_t, std::size_t>> m_texts; // code - 1 -> offset, length
+    std::vector<Slot> m_slots;
+    quint32 m_lastCode = 0; // rows often repeat the value of the row before
     std::vector<double> m_numbers;
     std::unordered_map<double, quint32> m_numberCodes;
 
