@@ -9,7 +9,10 @@
 
 #include <memory>
 
+class QWidget;
+
 class CAppSettings;
+class CErrorHandler;
 
 namespace qrt::db {
 class Connection;
@@ -23,6 +26,8 @@ extern thread_local ChartFormCollection gChartForms;
 extern thread_local qint16 gChartFormIndex;
 // The settings store of this thread, set up for the component's own sections.
 extern thread_local std::unique_ptr<CAppSettings> gSettings;
+// The error handler of this thread; the newest statCharts replaces it.
+extern thread_local std::unique_ptr<CErrorHandler> gErrorHandler;
 // Panel colours in the classic 0x00BBGGRR form, or a system-colour index
 // with the top bit set (0x8000000F is the button face).
 extern thread_local quint32 gThemeFillColor;
@@ -30,6 +35,10 @@ extern thread_local quint32 gThemeGradientColor;
 
 // The key of a window in gChartForms: "KEY" and its index, e.g. "KEY1".
 QString ChartFormKey(qint16 index);
+
+// A new workspace window under the next number, entered in gChartForms but
+// not yet shown; null once the numbers of this thread are used up.
+QWidget *ShowNewChartForm();
 
 // Reads the panel colours from the current style, falling back to the
 // button face colour when the application does not follow the desktop theme.

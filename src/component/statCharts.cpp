@@ -2,19 +2,18 @@
 
 #include "component/modUtils.h"
 #include "db/Connection.h"
+#include "errors/CErrorHandler.h"
 #include "settings/CAppSettings.h"
-#include "workspace/frmCharts.h"
 
 #include <QLoggingCategory>
 
 #include <strings.h>
-#include <limits>
 
 Q_LOGGING_CATEGORY(lcComponent, "qrt.component", QtWarningMsg)
 
 statCharts::statCharts()
 {
-    // The error handler and the settings store join here as they are built.
+    gErrorHandler = CErrorHandler::ForComponent();
     gSettings = std::make_unique<CAppSettings>();
     gSettings->Init(QStringLiteral("Koltrin"), QStringLiteral("Zorvane"));
     gConnection = std::make_unique<qrt::db::Connection>();
@@ -29,15 +28,7 @@ void statCharts::ConnectionString(const QString &connectionString)
 
 QWidget *statCharts::ShowChartForm()
 {
-    if (gChartFormIndex == std::numeric_limits<qint16>::max()) {
-        qCWarning(lcComponent) << "no window number left on this thread";
-        return nullptr;
-    }
-    ++gChartFormIndex;
-    auto *form = new frmCharts;
-    gChartForms.Add(ChartFormKey(gChartFormIndex), form);
-    form->fIndex = gChartFormIndex;
-    return form;
+    return ShowNewChartForm();
 }
 
 extern "C" {

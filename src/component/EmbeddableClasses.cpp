@@ -1,0 +1,37 @@
+#include "component/EmbeddableClasses.h"
+
+#include <QHash>
+#include <QWidget>
+
+namespace {
+
+// Widgets live on the GUI thread, and so does their registry.
+thread_local QHash<QString, EmbeddableClasses::Factory> registry;
+
+} // namespace
+
+void EmbeddableClasses::registerClass(const QString &className, Factory factory)
+{
+    registry.insert(className.toLower(), std::move(factory));
+}
+
+void EmbeddableClasses::unregisterClass(const QString &className)
+{
+    registry.remove(className.toLower());
+}
+
+bool EmbeddableClasses::isRegistered(const QString &className)
+{
+    return registry.contains(className.toLower());
+}
+
+QStringList EmbeddableClasses::classNames()
+{
+    return registry.keys();
+}
+
+QWidget *EmbeddableClasses::create(const QString &className, QWidget *parent)
+{
+    const auto it = registry.constFind(className.toLower());
+    return it == registry.constEnd() ? nullptr : (*it)(parent);
+}
