@@ -1,0 +1,91 @@
+#pragma once
+// The desktop's shell for the component: opens documents, folders and URLs,
+// starts programs, starts a new mail and shows a file's property sheet, and
+// turns the desktop's failures into raised errors with plain messages. It
+// keeps no state; callers make one for the call.
+//
+// The desktop answers in its own terms; each answer is first read as the
+// value the Windows shell would have returned, and that value goes through
+// the operation's table (the long one, or the short one of OpenUrl and
+// CreateNewMailMessage, which only knows 8, 26, 28, 29 and 30). Values a
+// table does not list raise nothing.
+//
+//   Opening with xdg-open (OpenUrl, CreateNewMailMessage, OpenFolder,
+//   ExploreFolder, OpenDocument):
+//     exits 0                                          > 32   success
+//     exits 2 "file does not exist", its folder exists    2   File not found
+//     exits 2, the folder on the way is missing           3   Path not found
+//     exits 3 "no tool/application for it"               31   No association for file extension
+//     exits 4 "the action failed"                        27   Incomplete or invalid file
+//     association exits 75 (EX_TEMPFAIL, "try again later")          30   DDE busy exits 1 or any
+//     other code                           0   (nothing raised) ends by a signal 29   DDE
+//     transaction failed still running after OpenerTimeLimit (10 s)         28   DDE timeout no
+//     xdg-open on the search path, and Qt's desktop
+//       services cannot open it either                   32   DLL not found
+//   Starting a program (LaunchProgram without waiting; also the start of
+//   xdg-open itself), by posix_spawn's error:
+//     ENOENT                                              2   File not found
+//     ENOTDIR                                             3   Path not found
+//     EACCES, EPERM (not executable)                      5   File not found
+//     ENOMEM, E2BIG (arguments too long)                  8   Out of memory
+//     ENOEXEC (no program format the kernel knows)       11   Invalid EXE file or error in EXE
+//     image ETXTBSY (the file is open for writing)             26   A sharing violation occurred
+//     EAGAIN (process limit)                             30   DDE busy
+//     any other error                                     0   (nothing raised)
+//
+// The desktop keeps one action per file type, its default application's,
+// and xdg-open finds it from the same shared MIME database QMimeDatabase
+// reads; so every verb ("open", "explore", the verb of a document's type)
+// comes to xdg-open on the item. A program is started directly, never
+// through a shell, so its parameters are split into arguments here (blanks
+// separate, double quotes group) and nothing in them is expanded.
+
+#include "errors/ComponentError.h"
+
+#include <QString>
+#include <QVariant>
+
+class CShell
+{
+public:
+    static constexpr qint32 ErrFileNotFound = ComponentError::ObjectErrorBase + 18041;
+    static constexpr qint32 ErrPathNotFound = ComponentError::ObjectErrorBase + 18042;
+    static constexpr qint32 ErrOutOfMemory = ComponentError::ObjectErrorBase + 18044;
+    static constexpr qint32 ErrDllNotFound = ComponentError::ObjectErrorBase + 18045;
+    static constexpr qint32 ErrSharingViolation = ComponentError::ObjectErrorBase + 18046;
+    static constexpr qint32 ErrAssocIncomplete = ComponentError::ObjectErrorBase + 18047;
+    static constexpr qint32 ErrDdeTimeout = ComponentError::ObjectErrorBase + 18048;
+    static constexpr qint32 ErrDdeFail = ComponentError::ObjectErrorBase + 18049;
+    static constexpr qint32 ErrDdeBusy = ComponentError::ObjectErrorBase + 18050;
+    static constexpr qint32 ErrNoAssociation = ComponentError::ObjectErrorBase + 18051;
+    static constexpr qint32 ErrBadFormat = ComponentError::ObjectErrorBase + 18052;
+    static constexpr qint32 ErrCannotCreateProcess = ComponentError::ObjectErrorBase + 18053;
+    static constexpr qint32 ErrCannotShowProperties = ComponentError::ObjectErrorBase + 18054;
+    static constexpr qint32 ErrComponentFailure = ComponentError::ObjectErrorBase + 18055;
+
+    // "mailto:" and the recipient, then subject=, cc= and body= where given,
+    // the first behind "?", the others behind "&". Nothing is escaped.
+    void CreateNewMailMessage(const QString &RecipientAddress,
+                              const QString &CCRecipientAddress = QString(),
+                              const QString &Subject = QString(), const QString &Body = QString());
+    void ExploreFolder(const QString &FolderName);
+    // Raises "File not found" for a path that names nothing, before anything
+    // else. Without waiting the program starts in the folder of its path and
+    // runs on; with WaitToFinish it starts in StartDirectory (the current
+    // directory when empty) and this call returns only when it has ended.
+    void LaunchProgram(const QString &PathFileName, const QVariant &Parameters = QVariant(),
+                       bool WaitToFinish = false, const QString &StartDirectory = QString());
+    void OpenDocument(const QString &PathFileName);
+    void OpenFolder(const QString &FolderName);
+    void OpenUrl(const QString &URL);
+    // The file manager's property sheet; there is no owner window on this
+    // desktop, so HWndOwner changes nothing.
+    void ShowProperties(const QString &PathFileName, qint32 HWndOwner = 0);
+
+private:
+    // The file associations come from the desktop, not from a registry, so
+    // the registry helpers (GetRegistryString, QueryValueEx, StripNull) have
+    // no counterpart here.
+    static bool FileExists(const QString &PathFileName);
+    static QString GetLastPart(const QString &Text, const QString &Delimiter);
+};

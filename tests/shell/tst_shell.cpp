@@ -1,0 +1,573 @@
+// CShell against a desktop made of stand-ins: an xdg-open on the search path
+// that answers as the test tells it, programs written for the test, and a
+// file manager on a private session bus. Every row of both failure tables is
+// produced by a real outcome.
+
+#include "shell/CShell.h"
+#include "shell/DesktopShell.h"
+
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusError>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QScopeGuard>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QThread>
+#include <optional>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr qint32 FileNotFound = -2147203463;
+constexpr qint32 PathNotFound = -2147203462;
+constexpr qint32 OutOfMemory = -2147203460;
+constexpr qint32 DllNotFound = -2147203459;
+constexpr qint32 SharingViolation = -2147203458;
+constexpr qint32 AssocIncomplete = -2147203457;
+constexpr qint32 DdeTimeout = -2147203456;
+constexpr qint32 DdeFail = -2147203455;
+constexpr qint32 DdeBusy = -2147203454;
+constexpr qint32 NoAssociation = -2147203453;
+constexpr qint32 BadFormat = -2147203452;
+constexpr qint32 CannotCreateProcess = -2147203451;
+constexpr qint32 CannotShowProperties = -2147203450;
+constexpr qint32 ComponentFailure = -2147203449;
+
+QString Description(qint32 number)
+{
+    switch (number) {
+    case FileNotFound:
+        return u"File not found"_s;
+    case PathNotFound:
+        return u"Path not found"_s;
+    case OutOfMemory:
+        return u"Out of memory"_s;
+    case DllNotFound:
+        return u"DLL not found"_s;
+    case SharingViolation:
+        return u"A sharing violation occurred"_s;
+    case AssocIncomplete:
+        return u"Incomplete or invalid file association"_s;
+    case DdeTimeout:
+        return u"DDE timeout"_s;
+    case DdeFail:
+        return u"DDE transaction failed"_s;
+    case DdeBusy:
+        return u"DDE busy"_s;
+    case NoAssociation:
+        return u"No association for file extension"_s;
+    case BadFormat:
+        return u"Invalid EXE file or error in EXE image"_s;
+    case CannotCreateProcess:
+        return u"Cannot create process"_s;
+    case CannotShowProperties:
+        return u"Cannot show properties"_s;
+    default:
+        return u"CShell component failure"_s;
+    }
+}
+
+// The number raised (0 for none), after checking source and description.
+qint32 RaisedBy(const std::function<void()> &call)
+{
+    try {
+        call();
+    } catch (const ComponentError &error) {
+        if (error.source != u"QRT_StatCharts.CShell"_s ||
+            error.description != Description(error.number))
+            return 1;
+        return error.number;
+    }
+    return 0;
+}
+
+void WriteFile(const QString &path, const QByteArray &content, bool executable)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(content);
+    file.close();
+    QFile::Permissions permissions = QFile::ReadOwner | QFile::WriteOwner;
+    if (executable)
+        permissions |= QFile::ExeOwner;
+    file.setPermissions(permissions);
+}
+
+QByteArray ReadFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// A file manager on the bus: notes the items it was asked about, or refuses.
+class FakeFileManager : public QObject, protected QDBusContext
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.FileManager1")
+
+public:
+    QStringList shown;
+    bool refuse = false;
+
+public Q_SLOTS:
+    void ShowItemProperties(const QStringList &uris, const QString &startupId)
+    {
+        Q_UNUSED(startupId);
+        if (refuse)
+            sendErrorReply(QDBusError::Failed, u"no sheet today"_s);
+        else
+            shown += uris;
+    }
+};
+
+} // namespace
+
+class tst_CShell : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+    void openerOutcomes_data();
+    void openerOutcomes();
+    void openerStartOutcomes_data();
+    void openerStartOutcomes();
+    void itemReachesTheOpener_data();
+    void itemReachesTheOpener();
+    void mailMessage_data();
+    void mailMessage();
+    void launchWithoutWaiting_data();
+    void launchWithoutWaiting();
+    void launchStartsInTheProgramsFolder();
+    void launchWaitsForTheEnd();
+    void launchMissingFileFirst_data();
+    void launchMissingFileFirst();
+    void launchCannotCreateProcess_data();
+    void launchCannotCreateProcess();
+    void parametersThatAreNoText();
+    void propertiesWithoutFileManager_data();
+    void propertiesWithoutFileManager();
+    void propertiesFromTheFileManager();
+
+private:
+    void SetOpener(const QByteArray &body);
+    qint32 Call(const QString &operation, const QString &item);
+
+    QTemporaryDir m_dir;
+    QString m_bin;
+    QString m_openedLog;
+};
+
+void tst_CShell::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+    QDir root(m_dir.path());
+    QVERIFY(root.mkpath(u"bin"_s) && root.mkpath(u"docs/sub"_s) && root.mkpath(u"empty"_s));
+    m_bin = root.filePath(u"bin"_s);
+    m_openedLog = root.filePath(u"opened.txt"_s);
+    WriteFile(root.filePath(u"docs/report.txt"_s), "news\n", false);
+    QDir::setCurrent(m_dir.path());
+    qrt::shell::SetOpenerTimeLimit(400ms);
+    // No session bus unless a test starts one.
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + root.filePath(u"no-bus"_s).toLocal8Bit());
+}
+
+void tst_CShell::init()
+{
+    qputenv("PATH", m_bin.toLocal8Bit() + ":/usr/bin:/bin");
+    QFile::remove(m_openedLog);
+}
+
+void tst_CShell::SetOpener(const QByteArray &body)
+{
+    WriteFile(m_bin + u"/xdg-open"_s,
+              "#!/bin/sh\nprintf '%s\\n' \"$1\" >> '" + m_openedLog.toLocal8Bit() + "'\n" + body +
+                  "\n",
+              true);
+}
+
+qint32 tst_CShell::Call(const QString &operation, const QString &item)
+{
+    CShell shell;
+    return RaisedBy([&] {
+        if (operation == u"OpenUrl"_s)
+            shell.OpenUrl(item);
+        else if (operation == u"CreateNewMailMessage"_s)
+            shell.CreateNewMailMessage(item);
+        else if (operation == u"OpenFolder"_s)
+            shell.OpenFolder(item);
+        else if (operation == u"ExploreFolder"_s)
+            shell.ExploreFolder(item);
+        else if (operation == u"OpenDocument"_s)
+            shell.OpenDocument(item);
+        else
+            QFAIL("unknown operation");
+    });
+}
+
+void tst_CShell::openerOutcomes_data()
+{
+    QTest::addColumn<QByteArray>("opener");
+    QTest::addColumn<QString>("operation");
+    QTest::addColumn<QString>("item");
+    QTest::addColumn<qint32>("raises");
+
+    const QString url = u"https://news.example/today"_s;
+    const QString doc = u"docs/report.txt"_s;
+    const QString gone = u"docs/gone"_s;
+    const QString deep = u"docs/missing/gone"_s;
+    struct Outcome
+    {
+        const char *name;
+        QByteArray opener;
+        qint32 longTable;
+        qint32 shortTable;
+    };
+    const Outcome outcomes[] = {
+        {"exit 0", "exit 0", 0, 0},
+        {"exit 1", "exit 1", 0, 0},
+        {"exit 3 no application", "exit 3", NoAssociation, 0},
+        {"exit 4 action failed", "exit 4", AssocIncomplete, 0},
+        {"exit 75 try later", "exit 75", DdeBusy, DdeBusy},
+        {"killed by a signal", "kill -SEGV $$", DdeFail, DdeFail},
+        {"no answer in time", "exec sleep 5", DdeTimeout, DdeTimeout},
+        {"exit 9", "exit 9", 0, 0},
+    };
+    for (const Outcome &o : outcomes) {
+        QTest::addRow("%s: OpenDocument", o.name)
+            << o.opener << u"OpenDocument"_s << doc << o.longTable;
+        QTest::addRow("%s: OpenFolder", o.name)
+            << o.opener << u"OpenFolder"_s << u"docs"_s << o.longTable;
+        QTest::addRow("%s: ExploreFolder", o.name)
+            << o.opener << u"ExploreFolder"_s << u"docs"_s << o.longTable;
+        QTest::addRow("%s: OpenUrl", o.name) << o.opener << u"OpenUrl"_s << url << o.shortTable;
+        QTest::addRow("%s: CreateNewMailMessage", o.name)
+            << o.opener << u"CreateNewMailMessage"_s << u"a@b.example"_s << o.shortTable;
+    }
+    // "Does not exist": a missing item, or a missing folder on its way.
+    QTest::newRow("exit 2: OpenFolder, item missing")
+        << QByteArray("exit 2") << u"OpenFolder"_s << gone << FileNotFound;
+    QTest::newRow("exit 2: OpenFolder, folder missing")
+        << QByteArray("exit 2") << u"OpenFolder"_s << deep << PathNotFound;
+    QTest::newRow("exit 2: ExploreFolder, absolute path, folder missing")
+        << QByteArray("exit 2") << u"ExploreFolder"_s << m_dir.filePath(deep) << PathNotFound;
+    QTest::newRow("exit 2: file URL, folder missing")
+        << QByteArray("exit 2") << u"OpenFolder"_s
+        << QUrl::fromLocalFile(m_dir.filePath(deep)).toString() << PathNotFound;
+    QTest::newRow("exit 2: OpenUrl") << QByteArray("exit 2") << u"OpenUrl"_s << deep << 0;
+    QTest::newRow("exit 2: OpenUrl, mail")
+        << QByteArray("exit 2") << u"OpenUrl"_s << u"mailto:x@y.example"_s << 0;
+}
+
+void tst_CShell::openerOutcomes()
+{
+    QFETCH(QByteArray, opener);
+    QFETCH(QString, operation);
+    QFETCH(QString, item);
+    QFETCH(qint32, raises);
+
+    SetOpener(opener);
+    QCOMPARE(Call(operation, item), raises);
+    QVERIFY(QFile::exists(m_openedLog)); // the opener was asked
+}
+
+void tst_CShell::openerStartOutcomes_data()
+{
+    QTest::addColumn<QString>("opener"); // how xdg-open cannot start
+    QTest::addColumn<QString>("operation");
+    QTest::addColumn<QString>("item");
+    QTest::addColumn<qint32>("raises");
+
+    const QString huge(200000, u'x'); // longer than one argument may be
+    const QString url = u"https://news.example/"_s;
+    QTest::newRow("missing: OpenFolder")
+        << u"missing"_s << u"OpenFolder"_s << u"docs"_s << DllNotFound;
+    QTest::newRow("missing: OpenUrl") << u"missing"_s << u"OpenUrl"_s << url << 0;
+    QTest::newRow("not executable: OpenFolder")
+        << u"noexec"_s << u"OpenFolder"_s << u"docs"_s << FileNotFound;
+    QTest::newRow("not executable: OpenUrl") << u"noexec"_s << u"OpenUrl"_s << url << 0;
+    QTest::newRow("no program: OpenDocument")
+        << u"garbage"_s << u"OpenDocument"_s << u"docs/report.txt"_s << BadFormat;
+    QTest::newRow("no program: OpenUrl") << u"garbage"_s << u"OpenUrl"_s << url << 0;
+    QTest::newRow("open for writing: ExploreFolder")
+        << u"busy"_s << u"ExploreFolder"_s << u"docs"_s << SharingViolation;
+    QTest::newRow("open for writing: OpenUrl")
+        << u"busy"_s << u"OpenUrl"_s << url << SharingViolation;
+    QTest::newRow("argument too long: OpenUrl")
+        << u"exit 0"_s << u"OpenUrl"_s << url + huge << OutOfMemory;
+    QTest::newRow("argument too long: CreateNewMailMessage")
+        << u"exit 0"_s << u"CreateNewMailMessage"_s << huge << OutOfMemory;
+    QTest::newRow("argument too long: OpenFolder")
+        << u"exit 0"_s << u"OpenFolder"_s << huge << OutOfMemory;
+}
+
+void tst_CShell::openerStartOutcomes()
+{
+    QFETCH(QString, opener);
+    QFETCH(QString, operation);
+    QFETCH(QString, item);
+    QFETCH(qint32, raises);
+
+    const QString program = m_bin + u"/xdg-open"_s;
+    QFile::remove(program);
+    std::optional<QFile> holder;
+    if (opener == u"missing"_s)
+        qputenv("PATH", m_dir.filePath(u"empty"_s).toLocal8Bit());
+    else if (opener == u"noexec"_s)
+        WriteFile(program, "#!/bin/sh\nexit 0\n", false);
+    else if (opener == u"garbage"_s)
+        WriteFile(program, QByteArray("\x7f\x01\x02garbage", 10), true);
+    else if (opener == u"busy"_s) {
+        WriteFile(program, "#!/bin/sh\nexit 0\n", true);
+        holder.emplace(program);
+        QVERIFY(holder->open(QIODevice::Append)); // still being written
+    } else
+        SetOpener(opener.toLatin1());
+    QCOMPARE(Call(operation, item), raises);
+}
+
+void tst_CShell::itemReachesTheOpener_data()
+{
+    QTest::addColumn<QString>("operation");
+    QTest::addColumn<QString>("item");
+
+    QTest::newRow("url with query") << u"OpenUrl"_s << u"https://x.example/a b?q=1&r=%20"_s;
+    QTest::newRow("folder") << u"OpenFolder"_s << u"docs/sub"_s;
+    QTest::newRow("explore") << u"ExploreFolder"_s << u"docs"_s;
+    QTest::newRow("document") << u"OpenDocument"_s << u"docs/report.txt"_s;
+    QTest::newRow("quote and dollar stay literal") << u"OpenUrl"_s << u"it's $HOME `id`"_s;
+}
+
+void tst_CShell::itemReachesTheOpener()
+{
+    QFETCH(QString, operation);
+    QFETCH(QString, item);
+
+    SetOpener("exit 0");
+    QCOMPARE(Call(operation, item), 0);
+    QCOMPARE(QString::fromLocal8Bit(ReadFile(m_openedLog)), item + u'\n');
+}
+
+void tst_CShell::mailMessage_data()
+{
+    QTest::addColumn<QStringList>("arguments"); // recipient, cc, subject, body
+    QTest::addColumn<QString>("address");
+
+    QTest::newRow("recipient only")
+        << QStringList({u"a@b.example"_s, {}, {}, {}}) << u"mailto:a@b.example"_s;
+    QTest::newRow("subject") << QStringList({u"a@b.example"_s, {}, u"Hi"_s, {}})
+                             << u"mailto:a@b.example?subject=Hi"_s;
+    QTest::newRow("cc first present") << QStringList({u"a@b.example"_s, u"c@d.example"_s, {}, {}})
+                                      << u"mailto:a@b.example?cc=c@d.example"_s;
+    QTest::newRow("body only") << QStringList({u"a@b.example"_s, {}, {}, u"text"_s})
+                               << u"mailto:a@b.example?body=text"_s;
+    QTest::newRow("all, in order subject cc body")
+        << QStringList({u"a@b.example"_s, u"c@d.example"_s, u"S"_s, u"B"_s})
+        << u"mailto:a@b.example?subject=S&cc=c@d.example&body=B"_s;
+    QTest::newRow("nothing escaped") << QStringList({u"a@b.example"_s, {}, u"a b&c=d"_s, {}})
+                                     << u"mailto:a@b.example?subject=a b&c=d"_s;
+}
+
+void tst_CShell::mailMessage()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, address);
+
+    SetOpener("exit 0");
+    CShell().CreateNewMailMessage(arguments.at(0), arguments.at(1), arguments.at(2),
+                                  arguments.at(3));
+    QCOMPARE(QString::fromLocal8Bit(ReadFile(m_openedLog)), address + u'\n');
+}
+
+void tst_CShell::launchWithoutWaiting_data()
+{
+    QTest::addColumn<QByteArray>("program");
+    QTest::addColumn<bool>("executable");
+    QTest::addColumn<bool>("heldOpen");
+    QTest::addColumn<QString>("parameters");
+    QTest::addColumn<qint32>("raises");
+
+    const QByteArray script = "#!/bin/sh\nexit 0\n";
+    QTest::newRow("starts") << script << true << false << QString() << 0;
+    QTest::newRow("not executable") << script << false << false << QString() << FileNotFound;
+    QTest::newRow("no program format")
+        << QByteArray("\x7f\x01garbage") << true << false << QString() << BadFormat;
+    QTest::newRow("open for writing") << script << true << true << QString() << SharingViolation;
+    QTest::newRow("arguments too long")
+        << script << true << false << QString(200000, u'p') << OutOfMemory;
+}
+
+void tst_CShell::launchWithoutWaiting()
+{
+    QFETCH(QByteArray, program);
+    QFETCH(bool, executable);
+    QFETCH(bool, heldOpen);
+    QFETCH(QString, parameters);
+    QFETCH(qint32, raises);
+
+    const QString path = m_dir.filePath(u"docs/program"_s);
+    WriteFile(path, program, executable);
+    QFile holder(path);
+    if (heldOpen)
+        QVERIFY(holder.open(QIODevice::Append));
+    QCOMPARE(RaisedBy([&] { CShell().LaunchProgram(path, parameters); }), raises);
+}
+
+void tst_CShell::launchStartsInTheProgramsFolder()
+{
+    // The program waits for a go that only comes after the call returned.
+    WriteFile(m_dir.filePath(u"docs/sub/where"_s),
+              "#!/bin/sh\nwhile [ ! -e go ]; do sleep 0.02; done\n"
+              "printf '%s|%s|%s' \"$#\" \"$1\" \"$(pwd)\" > out\n",
+              true);
+    CShell().LaunchProgram(u"docs/sub/where"_s, u"\"two words\""_s);
+    QVERIFY(!QFile::exists(m_dir.filePath(u"docs/sub/out"_s)));
+    WriteFile(m_dir.filePath(u"docs/sub/go"_s), "", false);
+    QTRY_COMPARE(ReadFile(m_dir.filePath(u"docs/sub/out"_s)),
+                 "1|two words|" + m_dir.filePath(u"docs/sub"_s).toLocal8Bit());
+}
+
+void tst_CShell::launchWaitsForTheEnd()
+{
+    const QString out = m_dir.filePath(u"empty/waited"_s);
+    WriteFile(
+        m_dir.filePath(u"docs/slow"_s),
+        "#!/bin/sh\nsleep 0.3\nprintf '%s|%s|%s|%s' \"$#\" \"$1\" \"$2\" \"$(pwd)\" > waited\n",
+        true);
+    QElapsedTimer clock;
+    clock.start();
+    CShell().LaunchProgram(u"docs/slow"_s, u"alpha \"beta gamma\""_s, true,
+                           m_dir.filePath(u"empty"_s));
+    QVERIFY(clock.elapsed() >= 300);
+    QCOMPARE(ReadFile(out), "2|alpha|beta gamma|" + m_dir.filePath(u"empty"_s).toLocal8Bit());
+    QFile::remove(out);
+
+    // Without a start directory it runs in the caller's; a number is a parameter too.
+    CShell().LaunchProgram(m_dir.filePath(u"docs/slow"_s), 42, true);
+    QCOMPARE(ReadFile(m_dir.filePath(u"waited"_s)), "1|42||" + m_dir.path().toLocal8Bit());
+}
+
+void tst_CShell::launchMissingFileFirst_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<bool>("wait");
+
+    QTest::newRow("missing, not waiting") << u"docs/none"_s << false;
+    QTest::newRow("missing, waiting") << u"docs/none"_s << true;
+    QTest::newRow("only on the search path") << u"sh"_s << false;
+    QTest::newRow("only on the search path, waiting") << u"sh"_s << true;
+    QTest::newRow("empty") << QString() << true;
+}
+
+void tst_CShell::launchMissingFileFirst()
+{
+    QFETCH(QString, path);
+    QFETCH(bool, wait);
+    QCOMPARE(RaisedBy([&] { CShell().LaunchProgram(path, u"-c 'exit 0'"_s, wait, u"/nowhere"_s); }),
+             FileNotFound);
+}
+
+void tst_CShell::launchCannotCreateProcess_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("startDirectory");
+
+    QTest::newRow("not executable") << u"docs/report.txt"_s << QString();
+    QTest::newRow("start directory missing") << u"docs/slow"_s << u"docs/nowhere"_s;
+    QTest::newRow("a folder") << u"docs"_s << QString();
+}
+
+void tst_CShell::launchCannotCreateProcess()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, startDirectory);
+    WriteFile(m_dir.filePath(u"docs/slow"_s), "#!/bin/sh\nexit 0\n", true);
+    QCOMPARE(RaisedBy([&] { CShell().LaunchProgram(path, {}, true, startDirectory); }),
+             CannotCreateProcess);
+}
+
+void tst_CShell::parametersThatAreNoText()
+{
+    WriteFile(m_dir.filePath(u"docs/slow"_s), "#!/bin/sh\nexit 0\n", true);
+    QCOMPARE(RaisedBy([&] {
+                 CShell().LaunchProgram(u"docs/slow"_s, QVariantMap{{u"a"_s, 1}}, true);
+             }),
+             ComponentFailure);
+}
+
+void tst_CShell::propertiesWithoutFileManager_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<qint32>("raises");
+
+    QTest::newRow("file") << u"docs/report.txt"_s << CannotShowProperties;
+    QTest::newRow("folder") << u"docs"_s << CannotShowProperties;
+    QTest::newRow("wildcard that matches") << u"docs/*.txt"_s << CannotShowProperties;
+    QTest::newRow("wildcard that matches nothing") << u"docs/*.pdf"_s << FileNotFound;
+    QTest::newRow("missing") << u"docs/none.txt"_s << FileNotFound;
+    QTest::newRow("empty") << QString() << FileNotFound;
+}
+
+void tst_CShell::propertiesWithoutFileManager()
+{
+    QFETCH(QString, path);
+    QFETCH(qint32, raises);
+    QCOMPARE(RaisedBy([&] { CShell().ShowProperties(path); }), raises);
+}
+
+void tst_CShell::propertiesFromTheFileManager()
+{
+    const QString daemonProgram = QStandardPaths::findExecutable(u"dbus-daemon"_s);
+    if (daemonProgram.isEmpty())
+        QSKIP("no dbus-daemon to run a session bus on");
+    QProcess daemon;
+    daemon.start(daemonProgram,
+                 {u"--session"_s, u"--nofork"_s, u"--nopidfile"_s, u"--print-address=1"_s});
+    QVERIFY(daemon.waitForReadyRead(10000));
+    const QByteArray address = daemon.readLine().trimmed();
+    QVERIFY(!address.isEmpty());
+    const QByteArray before = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+    qputenv("DBUS_SESSION_BUS_ADDRESS", address);
+
+    // The file manager answers from a thread of its own, as it would from its process.
+    QThread thread;
+    thread.start();
+    auto *manager = new FakeFileManager;
+    manager->moveToThread(&thread);
+    const auto cleanup = qScopeGuard([&] {
+        QDBusConnection::disconnectFromBus(u"file-manager"_s);
+        thread.quit();
+        thread.wait();
+        delete manager;
+        daemon.kill();
+        daemon.waitForFinished();
+        qputenv("DBUS_SESSION_BUS_ADDRESS", before);
+    });
+    {
+        QDBusConnection bus =
+            QDBusConnection::connectToBus(QString::fromLatin1(address), u"file-manager"_s);
+        QVERIFY(bus.isConnected());
+        QVERIFY(bus.registerObject(u"/org/freedesktop/FileManager1"_s, manager,
+                                   QDBusConnection::ExportAllSlots));
+        QVERIFY(bus.registerService(u"org.freedesktop.FileManager1"_s));
+    }
+
+    QCOMPARE(RaisedBy([] { CShell().ShowProperties(u"docs/report.txt"_s, 12345); }), 0);
+    QCOMPARE(manager->shown,
+             QStringList({QUrl::fromLocalFile(m_dir.filePath(u"docs/report.txt"_s)).toString()}));
+    QCOMPARE(RaisedBy([] { CShell().ShowProperties(u"docs/none"_s); }), FileNotFound);
+    manager->refuse = true;
+    QCOMPARE(RaisedBy([] { CShell().ShowProperties(u"docs"_s); }), CannotShowProperties);
+}
+
+QTEST_MAIN(tst_CShell)
+#include "tst_shell.moc"
