@@ -1,0 +1,696 @@
+// The error handler's state, its validation, the call stack, the trace and
+// error logs read back byte for byte, the system log, Clear, and HandleError
+// on the paths that ask nobody.
+
+#include "DialogAnswerer.h"
+#include "component/modUtils.h"
+#include "errors/CErrorHandler.h"
+#include "errors/ErrorTexts.h"
+#include "errors/SystemLog.h"
+
+#include <QDate>
+#include <QDir>
+#include <QFile>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+#include <functional>
+#include <qrt/statCharts.h>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint32 InvalidFileName = -2147204103;
+constexpr qint32 InvalidActions = -2147204102;
+constexpr qint32 InvalidTracingFlags = -2147204101;
+constexpr qint32 ComponentFailure = -2147204100;
+
+const QString Source = u"QRT_StatCharts.CErrorHandler"_s;
+
+QString Description(qint32 number)
+{
+    switch (number) {
+    case InvalidFileName:
+        return u"Invalid file name"_s;
+    case InvalidActions:
+        return u"Invalid error handler actions"_s;
+    case InvalidTracingFlags:
+        return u"Invalid tracing flags"_s;
+    default:
+        return u"CErrorHandler component failure"_s;
+    }
+}
+
+// The error a call raised, or none.
+std::optional<ComponentError> Raised(const std::function<void()> &call)
+{
+    try {
+        call();
+    } catch (const ComponentError &error) {
+        return error;
+    }
+    return std::nullopt;
+}
+
+#define VERIFY_RAISES(call, expected)                                                              \
+    do {                                                                                           \
+        const auto raised = Raised([&] { call; });                                                 \
+        QVERIFY2(raised, "nothing raised");                                                        \
+        QCOMPARE(raised->number, expected);                                                        \
+        QCOMPARE(raised->source, Source);                                                          \
+        QCOMPARE(raised->description, Description(expected));                                      \
+    } while (false)
+
+QByteArray ReadAll(const QString &fileName)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
+// Date and time change from run to run; every stamp must have the ISO forms,
+// lie between the test's start and now, and is replaced by "D - T".
+QByteArray Unstamped(const QByteArray &text, QDate from)
+{
+    static const QRegularExpression stamp(u"(\\d{4}-\\d{2}-\\d{2}) - (\\d{2}):(\\d{2}):(\\d{2})"_s);
+    QString result = QString::fromLatin1(text);
+    for (auto match = stamp.globalMatch(result); match.hasNext();) {
+        const auto m = match.next();
+        const QDate date = QDate::fromString(m.captured(1), Qt::ISODate);
+        if (!date.isValid() || date < from || date > QDate::currentDate() ||
+            m.captured(2).toInt() > 23 || m.captured(3).toInt() > 59 || m.captured(4).toInt() > 59)
+            return "bad stamp: " + m.captured(0).toLatin1();
+    }
+    result.replace(stamp, u"D - T"_s);
+    return result.toLatin1();
+}
+
+// A datagram socket standing in for the log daemon.
+class LogDaemon
+{
+public:
+    explicit LogDaemon(const QString &path)
+        : m_path(path.toLocal8Bit())
+    {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::memcpy(address.sun_path, m_path.constData(), size_t(m_path.size()));
+        m_fd = ::socket(AF_UNIX, SOCK_DGRAM, 0);
+        ::bind(m_fd, reinterpret_cast<sockaddr *>(&address), sizeof address);
+    }
+    ~LogDaemon() { Stop(); }
+    void Stop()
+    {
+        if (m_fd >= 0) {
+            ::close(m_fd);
+            ::unlink(m_path.constData());
+        }
+        m_fd = -1;
+    }
+    QByteArray Receive() const
+    {
+        QByteArray buffer(65536, '\0');
+        const ssize_t size = ::recv(m_fd, buffer.data(), size_t(buffer.size()), MSG_DONTWAIT);
+        return size < 0 ? QByteArray() : buffer.left(size);
+    }
+
+private:
+    QByteArray m_path;
+    int m_fd = -1;
+};
+
+ComponentError SampleError(qint32 number = ComponentError::ObjectErrorBase + 0x4284, int line = 0)
+{
+    return ComponentError(number, u"QRT_StatCharts.CAppSettings"_s,
+                          u"CAppSettings component failure"_s, line);
+}
+
+// Calls HandleError as a failing procedure does, from its catch block.
+qint32 HandleWhileFailing(CErrorHandler &handler, const ComponentError &error,
+                          const QString &procedure = QString())
+{
+    try {
+        throw error;
+    } catch (...) {
+        return handler.HandleError(procedure);
+    }
+}
+
+} // namespace
+
+class tst_CErrorHandler : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void stateAfterConstruction();
+    void configurationOfTheComponent();
+    void setterValidation_data();
+    void setterValidation();
+    void initStopsAtTheFirstRefusal_data();
+    void initStopsAtTheFirstRefusal();
+    void callStack();
+    void tracing_data();
+    void tracing();
+    void traceFollowsTheCurrentDirectory();
+    void unwritableTraceLog();
+    void errorLogEntries_data();
+    void errorLogEntries();
+    void entriesFollowEachOther();
+    void recordsEveryKindOfFailure_data();
+    void recordsEveryKindOfFailure();
+    void unwritableErrorLog();
+    void eventLog();
+    void eventLogRefused();
+    void clear_data();
+    void clear();
+    void deepStack();
+
+private:
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QString m_startDir;
+    QDate m_startDate;
+};
+
+void tst_CErrorHandler::init()
+{
+    m_startDate = QDate::currentDate();
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+    m_startDir = QDir::currentPath();
+    QDir::setCurrent(m_dir->path());
+    qrt::errors::SystemLog::SetSocketPath(m_dir->filePath(u"no-daemon"_s));
+}
+
+void tst_CErrorHandler::cleanup()
+{
+    QDir::setCurrent(m_startDir);
+    m_dir.reset();
+}
+
+void tst_CErrorHandler::stateAfterConstruction()
+{
+    CErrorHandler handler;
+    QCOMPARE(handler.ErrorHandlerActions(), 1);
+    QCOMPARE(handler.TracingFlags(), 0);
+    QCOMPARE(handler.TracingEnabled(), false);
+    QCOMPARE(handler.CallStackEnabled(), false);
+    QCOMPARE(handler.ErrorLogFile(), u"Error Log.txt"_s);
+    QCOMPARE(handler.TracingLogFile(), u"Tracing Log.txt"_s);
+    QCOMPARE(handler.ErrorNumber(), 0);
+    QCOMPARE(handler.ErrorLine(), 0);
+    QVERIFY(handler.ErrorDescription().isEmpty());
+    QVERIFY(handler.SupportMail().isEmpty());
+    QVERIFY(handler.Tag().isEmpty());
+    QVERIFY(handler.CallStack().isEmpty());
+    QVERIFY(!handler.IsWindowsNT());
+
+    // Tracing is off before Init: a push writes nothing.
+    handler.CallStackPush(u"A"_s);
+    QVERIFY(!QFile::exists(u"Tracing Log.txt"_s));
+
+    LogDaemon daemon(m_dir->filePath(u"log"_s));
+    qrt::errors::SystemLog::SetSocketPath(m_dir->filePath(u"log"_s));
+    QVERIFY(CErrorHandler().IsWindowsNT());
+}
+
+void tst_CErrorHandler::configurationOfTheComponent()
+{
+    statCharts first;
+    CErrorHandler *handler = gErrorHandler.get();
+    QVERIFY(handler);
+    QCOMPARE(handler->ErrorHandlerActions(), CErrorHandler::ActionErrorForm);
+    QCOMPARE(handler->ErrorLogFile(), u"Error Log.txt"_s);
+    QCOMPARE(handler->CallStackEnabled(), true);
+    QCOMPARE(handler->TracingEnabled(), false);
+    QCOMPARE(handler->TracingFlags(), CErrorHandler::TraceLogFile);
+    QCOMPARE(handler->TracingLogFile(), u"Tracing Log.txt"_s);
+    QCOMPARE(handler->SupportMail(), u"statistics-support@zorvane.example"_s);
+
+    handler->CallStackPush(u"QRT_StatCharts.frmCharts.ParseMembers"_s);
+    handler->CallStackPop();
+    QVERIFY(QDir().entryList(QDir::Files).isEmpty()); // neither log is written
+
+    handler->Tag(u"first"_s);
+    statCharts second;
+    QVERIFY(gErrorHandler);
+    QVERIFY(gErrorHandler->Tag().isEmpty()); // a new object took its place
+}
+
+void tst_CErrorHandler::setterValidation_data()
+{
+    QTest::addColumn<QString>("property");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<qint32>("raises");
+
+    QTest::newRow("actions 0") << u"ErrorHandlerActions"_s << QVariant(0) << InvalidActions;
+    QTest::newRow("actions 16") << u"ErrorHandlerActions"_s << QVariant(16) << InvalidActions;
+    QTest::newRow("actions -1") << u"ErrorHandlerActions"_s << QVariant(-1) << InvalidActions;
+    QTest::newRow("actions 1") << u"ErrorHandlerActions"_s << QVariant(1) << 0;
+    QTest::newRow("actions 15") << u"ErrorHandlerActions"_s << QVariant(15) << 0;
+    QTest::newRow("flags 0") << u"TracingFlags"_s << QVariant(0) << InvalidTracingFlags;
+    QTest::newRow("flags 4") << u"TracingFlags"_s << QVariant(4) << InvalidTracingFlags;
+    QTest::newRow("flags 1") << u"TracingFlags"_s << QVariant(1) << 0;
+    QTest::newRow("flags 3") << u"TracingFlags"_s << QVariant(3) << 0;
+    QTest::newRow("error log empty") << u"ErrorLogFile"_s << QVariant(QString()) << InvalidFileName;
+    QTest::newRow("error log named") << u"ErrorLogFile"_s << QVariant(u"x/y?.txt"_s) << 0;
+    QTest::newRow("trace log empty")
+        << u"TracingLogFile"_s << QVariant(QString()) << InvalidFileName;
+    QTest::newRow("trace log named") << u"TracingLogFile"_s << QVariant(u" "_s) << 0;
+}
+
+void tst_CErrorHandler::setterValidation()
+{
+    QFETCH(QString, property);
+    QFETCH(QVariant, value);
+    QFETCH(qint32, raises);
+
+    CErrorHandler handler;
+    handler.Init(5, u"before.txt"_s, false, false, 2, u"before-trace.txt"_s);
+    const std::map<QString, std::function<void()>> set{
+        {u"ErrorHandlerActions"_s, [&] { handler.ErrorHandlerActions(value.toInt()); }},
+        {u"TracingFlags"_s, [&] { handler.TracingFlags(value.toInt()); }},
+        {u"ErrorLogFile"_s, [&] { handler.ErrorLogFile(value.toString()); }},
+        {u"TracingLogFile"_s, [&] { handler.TracingLogFile(value.toString()); }}};
+    const std::map<QString, std::function<QVariant()>> get{
+        {u"ErrorHandlerActions"_s, [&] { return QVariant(handler.ErrorHandlerActions()); }},
+        {u"TracingFlags"_s, [&] { return QVariant(handler.TracingFlags()); }},
+        {u"ErrorLogFile"_s, [&] { return QVariant(handler.ErrorLogFile()); }},
+        {u"TracingLogFile"_s, [&] { return QVariant(handler.TracingLogFile()); }}};
+    const QVariant before = get.at(property)();
+
+    if (raises) {
+        VERIFY_RAISES(set.at(property)(), raises);
+        QCOMPARE(get.at(property)(), before);
+    } else {
+        set.at(property)();
+        QCOMPARE(get.at(property)().toString(), value.toString());
+    }
+}
+
+void tst_CErrorHandler::initStopsAtTheFirstRefusal_data()
+{
+    QTest::addColumn<qint32>("actions");
+    QTest::addColumn<QString>("errorLog");
+    QTest::addColumn<qint32>("flags");
+    QTest::addColumn<QString>("traceLog");
+    QTest::addColumn<qint32>("raises");
+    QTest::addColumn<QString>("storedSoFar"); // actions,errorLog,callStack,flags,traceLog
+
+    QTest::newRow("all good") << 6 << u"e.txt"_s << 3 << u"t.txt"_s << 0
+                              << u"6,e.txt,true,3,t.txt"_s;
+    QTest::newRow("actions 16 changes nothing")
+        << 16 << u"e.txt"_s << 3 << u"t.txt"_s << InvalidActions
+        << u"1,Error Log.txt,false,0,Tracing Log.txt"_s;
+    QTest::newRow("empty error log keeps the actions")
+        << 3 << QString() << 3 << u"t.txt"_s << InvalidFileName
+        << u"3,Error Log.txt,false,0,Tracing Log.txt"_s;
+    QTest::newRow("flags 0 after the switches")
+        << 3 << u"e.txt"_s << 0 << u"t.txt"_s << InvalidTracingFlags
+        << u"3,e.txt,true,0,Tracing Log.txt"_s;
+    QTest::newRow("empty trace log last") << 3 << u"e.txt"_s << 1 << QString() << InvalidFileName
+                                          << u"3,e.txt,true,1,Tracing Log.txt"_s;
+}
+
+void tst_CErrorHandler::initStopsAtTheFirstRefusal()
+{
+    QFETCH(qint32, actions);
+    QFETCH(QString, errorLog);
+    QFETCH(qint32, flags);
+    QFETCH(QString, traceLog);
+    QFETCH(qint32, raises);
+    QFETCH(QString, storedSoFar);
+
+    CErrorHandler handler;
+    const auto init = [&] { handler.Init(actions, errorLog, true, true, flags, traceLog); };
+    if (raises)
+        VERIFY_RAISES(init(), raises);
+    else
+        init();
+    const QString stored =
+        QString::number(handler.ErrorHandlerActions()) % u',' % handler.ErrorLogFile() % u',' %
+        (handler.CallStackEnabled() ? u"true"_s : u"false"_s) % u',' %
+        QString::number(handler.TracingFlags()) % u',' % handler.TracingLogFile();
+    QCOMPARE(stored, storedSoFar);
+    QCOMPARE(handler.TracingEnabled(), handler.CallStackEnabled());
+}
+
+void tst_CErrorHandler::callStack()
+{
+    CErrorHandler handler;  // CallStackEnabled off
+    handler.CallStackPop(); // empty: nothing, no raise
+    handler.CallStackPush(u"A"_s, u"a=1"_s);
+    handler.CallStackPush(u"B"_s);
+    QCOMPARE(handler.CallStack(), QStringList({u"A"_s, u"B"_s}));
+    QCOMPARE(handler.CallStackData(), QStringList({u"a=1"_s, QString()}));
+
+    handler.CallStackClear(); // switched off: untouched
+    QCOMPARE(handler.CallStack().size(), 2);
+
+    handler.CallStackPop();
+    QCOMPARE(handler.CallStack(), QStringList({u"A"_s}));
+    QCOMPARE(handler.CallStackData(), QStringList({u"a=1"_s}));
+
+    handler.CallStackEnabled(true);
+    handler.CallStackPush(u"C"_s);
+    handler.CallStackClear();
+    QVERIFY(handler.CallStack().isEmpty());
+    QVERIFY(handler.CallStackData().isEmpty());
+    handler.CallStackPop();
+    QVERIFY(handler.CallStack().isEmpty());
+}
+
+void tst_CErrorHandler::tracing_data()
+{
+    QTest::addColumn<bool>("enabled");
+    QTest::addColumn<qint32>("flags");
+    QTest::addColumn<QByteArray>("expected");
+
+    const QByteArray lines = "D - T --- Entered routine: QRT_StatCharts.frmCharts.Outer\r\n"
+                             "D - T --- Entered routine: QRT_StatCharts.frmCharts.Inner\r\n"
+                             "D - T --- Exited routine: QRT_StatCharts.frmCharts.Inner\r\n"
+                             "D - T --- Exited routine: QRT_StatCharts.frmCharts.Outer\r\n";
+    QTest::newRow("debug flag only") << true << 1 << QByteArray("<missing>");
+    QTest::newRow("log file flag") << true << 2 << lines;
+    QTest::newRow("both flags") << true << 3 << lines;
+    QTest::newRow("tracing off") << false << 3 << QByteArray("<missing>");
+}
+
+void tst_CErrorHandler::tracing()
+{
+    QFETCH(bool, enabled);
+    QFETCH(qint32, flags);
+    QFETCH(QByteArray, expected);
+
+    CErrorHandler handler;
+    handler.Init(1, u"Error Log.txt"_s, true, enabled, flags, u"trace.log"_s);
+    handler.CallStackPush(u"QRT_StatCharts.frmCharts.Outer"_s, u"never traced"_s);
+    handler.CallStackPush(u"QRT_StatCharts.frmCharts.Inner"_s);
+    handler.CallStackPop();
+    handler.CallStackPop();
+    handler.CallStackPop(); // empty stack: no exit line
+    QCOMPARE(Unstamped(ReadAll(u"trace.log"_s), m_startDate), expected);
+}
+
+void tst_CErrorHandler::traceFollowsTheCurrentDirectory()
+{
+    CErrorHandler handler;
+    handler.Init(1, u"Error Log.txt"_s, true, true, 2);
+    QDir().mkdir(u"elsewhere"_s);
+    handler.CallStackPush(u"A"_s);
+    QDir::setCurrent(u"elsewhere"_s);
+    handler.CallStackPop();
+    QCOMPARE(Unstamped(ReadAll(m_dir->filePath(u"Tracing Log.txt"_s)), m_startDate),
+             QByteArray("D - T --- Entered routine: A\r\n"));
+    QCOMPARE(Unstamped(ReadAll(m_dir->filePath(u"elsewhere/Tracing Log.txt"_s)), m_startDate),
+             QByteArray("D - T --- Exited routine: A\r\n"));
+}
+
+void tst_CErrorHandler::unwritableTraceLog()
+{
+    QFile blocker(u"plain-file"_s);
+    QVERIFY(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    CErrorHandler handler;
+    // A folder that is a file cannot be written into, not even by root.
+    handler.Init(1, u"Error Log.txt"_s, true, true, 2, u"plain-file/trace.log"_s);
+
+    VERIFY_RAISES(handler.CallStackPush(u"A"_s, u"data"_s), ComponentFailure);
+    QCOMPARE(handler.CallStack(), QStringList({u"A"_s})); // pushed before the trace failed
+    QCOMPARE(handler.CallStackData(), QStringList({u"data"_s}));
+    VERIFY_RAISES(handler.CallStackPop(), ComponentFailure);
+    QCOMPARE(handler.CallStack(), QStringList({u"A"_s})); // not removed
+}
+
+void tst_CErrorHandler::errorLogEntries_data()
+{
+    QTest::addColumn<QStringList>("stack");
+    QTest::addColumn<bool>("callStackEnabled");
+    QTest::addColumn<QString>("procedure");
+    QTest::addColumn<qint32>("number");
+    QTest::addColumn<int>("line");
+    QTest::addColumn<QByteArray>("entry");
+
+    QTest::newRow("empty stack ends in an empty line")
+        << QStringList() << true << QString() << qint32(-2147204100) << 0
+        << QByteArray("D - T\r\n"
+                      "\tError: -2147204100, (CAppSettings component failure)\r\n"
+                      "\tin Unknown at line 0\r\n"
+                      "\r\n"
+                      "The call stack is:\r\n"
+                      "\r\n");
+    QTest::newRow("named by the top of the stack")
+        << QStringList(
+               {u"QRT_StatCharts.frmCharts.Outer"_s, u"QRT_StatCharts.frmCharts.ParseMembers"_s})
+        << true << QString() << qint32(5) << 120
+        << QByteArray("D - T\r\n"
+                      "\tError: 5, (CAppSettings component failure)\r\n"
+                      "\tin QRT_StatCharts.frmCharts.ParseMembers at line 120\r\n"
+                      "\r\n"
+                      "The call stack is:\r\n"
+                      "                    QRT_StatCharts.frmCharts.ParseMembers(arg 2)\r\n"
+                      "                    QRT_StatCharts.frmCharts.Outer(arg 1)\r\n");
+    QTest::newRow("call stack off names Unknown, listing stays")
+        << QStringList({u"A"_s}) << false << QString() << qint32(-1) << -3
+        << QByteArray("D - T\r\n"
+                      "\tError: -1, (CAppSettings component failure)\r\n"
+                      "\tin Unknown at line -3\r\n"
+                      "\r\n"
+                      "The call stack is:\r\n"
+                      "                    A(arg 1)\r\n");
+    QTest::newRow("a given name wins over the stack")
+        << QStringList({u"A"_s}) << true << u"Caller.Given"_s << qint32(0x7fffffff) << 1
+        << QByteArray("D - T\r\n"
+                      "\tError: 2147483647, (CAppSettings component failure)\r\n"
+                      "\tin Caller.Given at line 1\r\n"
+                      "\r\n"
+                      "The call stack is:\r\n"
+                      "                    A(arg 1)\r\n");
+}
+
+void tst_CErrorHandler::errorLogEntries()
+{
+    QFETCH(QStringList, stack);
+    QFETCH(bool, callStackEnabled);
+    QFETCH(QString, procedure);
+    QFETCH(qint32, number);
+    QFETCH(int, line);
+    QFETCH(QByteArray, entry);
+
+    CErrorHandler handler;
+    handler.Init(CErrorHandler::ActionLogFile, u"errors.log"_s, callStackEnabled);
+    for (qsizetype i = 0; i < stack.size(); ++i)
+        handler.CallStackPush(stack.at(i), u"arg "_s + QString::number(i + 1));
+
+    DialogAnswerer nobody({});
+    const qint32 result = HandleWhileFailing(handler, SampleError(number, line), procedure);
+    QCOMPARE(result, CErrorHandler::ResultAbort); // nobody asked
+    QCOMPARE(Unstamped(ReadAll(u"errors.log"_s), m_startDate), entry);
+    QCOMPARE(handler.ErrorNumber(), number);
+    QCOMPARE(handler.ErrorLine(), line);
+    QCOMPARE(handler.ErrorDescription(), u"CAppSettings component failure"_s);
+    QCOMPARE(handler.CallStack(), stack); // neither popped nor cleared
+    QCOMPARE(nobody.seen.size(), 0);
+}
+
+void tst_CErrorHandler::entriesFollowEachOther()
+{
+    CErrorHandler handler;
+    handler.Init(CErrorHandler::ActionLogFile, u"errors.log"_s, true);
+    handler.CallStackPush(u"P"_s);
+    HandleWhileFailing(handler, SampleError(1, 10));
+    HandleWhileFailing(handler, SampleError(2, 20));
+    QCOMPARE(
+        Unstamped(ReadAll(u"errors.log"_s), m_startDate),
+        QByteArray("D - T\r\n\tError: 1, (CAppSettings component failure)\r\n\tin P at line 10\r\n"
+                   "\r\nThe call stack is:\r\n                    P()\r\n"
+                   "D - T\r\n\tError: 2, (CAppSettings component failure)\r\n\tin P at line 20\r\n"
+                   "\r\nThe call stack is:\r\n                    P()\r\n"));
+    QCOMPARE(handler.ErrorNumber(), 2); // the second call overwrote the first
+    QCOMPARE(handler.ErrorLine(), 20);
+}
+
+void tst_CErrorHandler::recordsEveryKindOfFailure_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<qint32>("number");
+    QTest::addColumn<QString>("description");
+
+    QTest::newRow("no current error") << 0 << 0 << QString();
+    QTest::newRow("error record") << 1 << qint32(-2147203463) << u"File not found"_s;
+    QTest::newRow("other exception") << 2 << qint32(-2147467259) << u"disk on fire"_s;
+    QTest::newRow("out of memory") << 3 << 7 << u"Out of memory"_s;
+}
+
+void tst_CErrorHandler::recordsEveryKindOfFailure()
+{
+    QFETCH(int, kind);
+    QFETCH(qint32, number);
+    QFETCH(QString, description);
+
+    CErrorHandler handler;
+    handler.Init(CErrorHandler::ActionLogFile, u"errors.log"_s);
+    handler.ErrorNumber(99);
+    handler.ErrorLine(99);
+    if (kind == 0) {
+        QCOMPARE(handler.HandleError(), CErrorHandler::ResultAbort);
+    } else {
+        try {
+            if (kind == 1)
+                throw ComponentError(number, u"QRT_StatCharts.CShell"_s, description, 0);
+            if (kind == 2)
+                throw std::runtime_error("disk on fire");
+            throw std::bad_alloc();
+        } catch (...) {
+            handler.HandleError();
+        }
+    }
+    QCOMPARE(handler.ErrorNumber(), number);
+    QCOMPARE(handler.ErrorDescription(), description);
+    QCOMPARE(handler.ErrorLine(), 0);
+    const QByteArray expected = "D - T\r\n\tError: " + QByteArray::number(number) + ", (" +
+                                description.toLatin1() + ")\r\n\tin Unknown at line 0\r\n\r\n" +
+                                "The call stack is:\r\n\r\n";
+    QCOMPARE(Unstamped(ReadAll(u"errors.log"_s), m_startDate), expected);
+}
+
+void tst_CErrorHandler::unwritableErrorLog()
+{
+    QFile blocker(u"plain-file"_s);
+    QVERIFY(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    CErrorHandler handler;
+    handler.Init(CErrorHandler::ActionLogFile | CErrorHandler::ActionMessageBox |
+                     CErrorHandler::ActionErrorForm,
+                 u"plain-file/errors.log"_s, true);
+    handler.CallStackPush(u"P"_s);
+    DialogAnswerer nobody({});
+    try {
+        throw SampleError(42, 7);
+    } catch (...) {
+        VERIFY_RAISES(handler.HandleError(), ComponentFailure);
+    }
+    QCOMPARE(nobody.seen.size(), 0);     // the later steps did not run
+    QCOMPARE(handler.ErrorNumber(), 42); // the first step did
+    QCOMPARE(handler.ErrorLine(), 7);
+    QCOMPARE(handler.CallStack(), QStringList({u"P"_s}));
+}
+
+void tst_CErrorHandler::eventLog()
+{
+    const QString socket = m_dir->filePath(u"log"_s);
+    qrt::errors::SystemLog::SetSocketPath(socket);
+    LogDaemon daemon(socket);
+    CErrorHandler handler;
+    QVERIFY(handler.IsWindowsNT());
+    handler.Init(CErrorHandler::ActionEventLog, u"errors.log"_s, true);
+    handler.CallStackPush(u"P"_s);
+
+    QCOMPARE(HandleWhileFailing(handler, SampleError(-5, 3)), CErrorHandler::ResultAbort);
+    const QByteArray record = daemon.Receive();
+    const QByteArray tag = "<11>";
+    QVERIFY2(record.startsWith(tag), record.constData());
+    const QByteArray prefix = " QRT_StatCharts[" + QByteArray::number(::getpid()) + "]: ";
+    const qsizetype at = record.indexOf(prefix);
+    QVERIFY2(at == 4 + 15, record.constData()); // "Mmm dd hh:mm:ss"
+    QCOMPARE(
+        Unstamped(record.mid(at + prefix.size()), m_startDate),
+        QByteArray("D - T\r\n\tError: -5, (CAppSettings component failure)\r\n\tin P at line 3\r\n"
+                   "\r\nThe call stack is:\r\n                    P()"));
+    QVERIFY(!QFile::exists(u"errors.log"_s));
+
+    // Without a reachable log at construction the event log is not written.
+    daemon.Stop();
+    LogDaemon later(socket);
+    qrt::errors::SystemLog::SetSocketPath(m_dir->filePath(u"none"_s));
+    CErrorHandler noLog;
+    QVERIFY(!noLog.IsWindowsNT());
+    noLog.Init(CErrorHandler::ActionEventLog);
+    QCOMPARE(HandleWhileFailing(noLog, SampleError()), CErrorHandler::ResultAbort);
+    QVERIFY(later.Receive().isEmpty());
+}
+
+void tst_CErrorHandler::eventLogRefused()
+{
+    const QString socket = m_dir->filePath(u"log"_s);
+    qrt::errors::SystemLog::SetSocketPath(socket);
+    auto daemon = std::make_unique<LogDaemon>(socket);
+    CErrorHandler handler;
+    QVERIFY(handler.IsWindowsNT());
+    handler.Init(CErrorHandler::ActionEventLog | CErrorHandler::ActionMessageBox);
+    daemon.reset(); // the daemon went away after the handler was made
+    DialogAnswerer nobody({});
+    try {
+        throw SampleError();
+    } catch (...) {
+        VERIFY_RAISES(handler.HandleError(), ComponentFailure);
+    }
+    QCOMPARE(nobody.seen.size(), 0);
+}
+
+void tst_CErrorHandler::clear_data()
+{
+    QTest::addColumn<bool>("arguments");
+    QTest::addColumn<bool>("clearLog");
+    QTest::addColumn<bool>("clearTrace");
+    QTest::addColumn<bool>("logLeft");
+    QTest::addColumn<bool>("traceLeft");
+
+    QTest::newRow("no arguments") << false << true << true << false << false;
+    QTest::newRow("both false") << true << false << false << true << true;
+    QTest::newRow("error log only") << true << true << false << false << true;
+    QTest::newRow("trace log only") << true << false << true << true << false;
+}
+
+void tst_CErrorHandler::clear()
+{
+    QFETCH(bool, arguments);
+    QFETCH(bool, clearLog);
+    QFETCH(bool, clearTrace);
+    QFETCH(bool, logLeft);
+    QFETCH(bool, traceLeft);
+
+    CErrorHandler handler;
+    handler.Init(CErrorHandler::ActionLogFile, u"e.log"_s, true, true, 2, u"t.log"_s);
+    handler.CallStackPush(u"P"_s);
+    HandleWhileFailing(handler, SampleError());
+    QVERIFY(QFile::exists(u"e.log"_s) && QFile::exists(u"t.log"_s));
+    if (arguments)
+        handler.Clear(clearLog, clearTrace);
+    else
+        handler.Clear();
+    QCOMPARE(QFile::exists(u"e.log"_s), logLeft);
+    QCOMPARE(QFile::exists(u"t.log"_s), traceLeft);
+    handler.Clear(); // neither file there any more: nothing raised
+    QVERIFY(!QFile::exists(u"e.log"_s) && !QFile::exists(u"t.log"_s));
+}
+
+void tst_CErrorHandler::deepStack()
+{
+    CErrorHandler handler;
+    handler.Init(CErrorHandler::ActionLogFile, u"e.log"_s, true);
+    for (int i = 0; i < 32767; ++i)
+        handler.CallStackPush(u"P"_s);
+    HandleWhileFailing(handler, SampleError()); // 32,767 can still be listed
+    handler.CallStackPush(u"P"_s);
+    try {
+        throw SampleError();
+    } catch (...) {
+        VERIFY_RAISES(handler.HandleError(), ComponentFailure);
+    }
+    VERIFY_RAISES(handler.CallStackClear(), ComponentFailure);
+    QCOMPARE(handler.CallStack().size(), 32768);
+    handler.CallStackPop(); // pops need no walk
+    handler.CallStackClear();
+    QVERIFY(handler.CallStack().isEmpty());
+}
+
+QTEST_MAIN(tst_CErrorHandler)
+#include "tst_errorhandler.moc"

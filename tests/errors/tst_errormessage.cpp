@@ -1,0 +1,313 @@
+// The error dialog as a user meets it: its layout at design size and
+// stretched, the focus on Abort, the word each button leaves, the close
+// box, the version line, and the support mail down to the last character,
+// sent through a stand-in xdg-open.
+
+#include "errors/ErrorTexts.h"
+#include "errors/frmErrorMessage.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString VersionLine = u"\r\nVersion: "_s + QString::fromLatin1(QRT_VERSION_STRING);
+
+const QString Report =
+    u"2024-05-06 - 14:03:09\r\n\tError: 5, (Cannot open /srv/news/a.db?mode=ro&x=1 at 100%)\r\n"
+    "\tin P at line 0\r\n\r\nThe call stack is:\r\n                    P()"_s;
+
+QPushButton *Button(const QWidget &form, const QString &name)
+{
+    return form.findChild<QPushButton *>(name);
+}
+
+// Shows the dialog modally, as ShowErrorForm does, and lets `act` work on it
+// once it is up.
+QString RunModal(frmErrorMessage &form, const std::function<void()> &act)
+{
+    QTimer::singleShot(0, &form, [&] {
+        if (QTest::qWaitFor([&] { return form.isActiveWindow(); }))
+            act();
+    });
+    // A check that failed inside `act` must not leave the dialog up for good.
+    QTimer::singleShot(5000, &form, [&] { form.setVisible(false); });
+    form.exec();
+    return form.Tag;
+}
+
+} // namespace
+
+class tst_frmErrorMessage : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void layoutAtDesignSize();
+    void layoutStretched();
+    void activation();
+    void focusAndTabOrder();
+    void buttonsLeaveTheirWord_data();
+    void buttonsLeaveTheirWord();
+    void versionLine();
+    void mailEscaping_data();
+    void mailEscaping();
+    void mailAddress();
+    void sendToSupport();
+    void sendWithoutAddress();
+    void screenshot();
+
+private:
+    QTemporaryDir m_dir;
+    QString m_mailLog;
+};
+
+void tst_frmErrorMessage::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+    // A stand-in for the desktop's opener: it notes every address handed over.
+    m_mailLog = m_dir.filePath(u"opened.txt"_s);
+    QFile opener(m_dir.filePath(u"xdg-open"_s));
+    QVERIFY(opener.open(QIODevice::WriteOnly));
+    opener.write("#!/bin/sh\nprintf '%s\\n' \"$1\" >> '" + m_mailLog.toLocal8Bit() + "'\n");
+    opener.close();
+    opener.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    qputenv("PATH", m_dir.path().toLocal8Bit() + ":/usr/bin:/bin");
+}
+
+void tst_frmErrorMessage::layoutAtDesignSize()
+{
+    frmErrorMessage form;
+    form.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&form));
+    QCOMPARE(form.size(), QSize(359, 260)); // 5385 x 3900 twips
+
+    const auto place = [&](const char *name) {
+        QWidget *widget = form.findChild<QWidget *>(QString::fromLatin1(name));
+        return widget ? QRect(widget->mapTo(&form, QPoint(0, 0)), widget->size()) : QRect();
+    };
+    QCOMPARE(place("elaControls"), QRect(0, 0, 359, 260));
+    QCOMPARE(place("elaInfo"), QRect(0, 0, 359, 212));
+    QCOMPARE(place("elaTitle"), QRect(10, 10, 339, 36));
+    // The caption starts behind the picture column, inside the strip's frame.
+    QVERIFY(place("elaTitleCaption").left() >= 46 && place("elaTitleCaption").left() <= 47);
+    QCOMPARE(place("txtErrorMessage"), QRect(10, 54, 339, 148));
+    QCOMPARE(place("elaButtons"), QRect(0, 212, 359, 48));
+    QCOMPARE(place("btnAbort").top(), 222);
+    QCOMPARE(place("btnAbort").height(), 28);
+    QCOMPARE(place("btnAbort").left(), 10);
+    QCOMPARE(place("btnSend").right(), 348);
+    QCOMPARE(form.findChild<QPlainTextEdit *>(u"txtErrorMessage"_s)->verticalScrollBarPolicy(),
+             Qt::ScrollBarAlwaysOn);
+    QVERIFY(form.findChild<QPlainTextEdit *>(u"txtErrorMessage"_s)->isReadOnly());
+}
+
+void tst_frmErrorMessage::layoutStretched()
+{
+    frmErrorMessage form;
+    form.show();
+    form.resize(900, 520);
+    QVERIFY(QTest::qWaitForWindowExposed(&form));
+    QTRY_COMPARE(form.size(), QSize(900, 520));
+
+    QCOMPARE(form.findChild<QWidget *>(u"elaTitle"_s)->height(), 36);
+    QCOMPARE(form.findChild<QWidget *>(u"elaButtons"_s)->height(), 48);
+    // The report takes all the height the window gained.
+    QCOMPARE(form.findChild<QWidget *>(u"txtErrorMessage"_s)->height(), 148 + 520 - 260);
+    QCOMPARE(form.findChild<QWidget *>(u"txtErrorMessage"_s)->width(), 900 - 20);
+
+    // The buttons share the band as 7400 : 7400 : 7400 : 12099.
+    const double unit = (900 - 20 - 3 * 4) / 34299.0;
+    for (const char *name : {"btnAbort", "btnRetry", "btnIgnore"})
+        QVERIFY(qAbs(Button(form, QString::fromLatin1(name))->width() - 7400 * unit) <= 1.0);
+    QVERIFY(qAbs(Button(form, u"btnSend"_s)->width() - 12099 * unit) <= 1.0);
+}
+
+void tst_frmErrorMessage::activation()
+{
+    frmErrorMessage form;
+    const auto *caption = form.findChild<QLabel *>(u"elaTitleCaption"_s);
+    QCOMPARE(caption->text(), u"An Error occured in ..."_s); // until the dialog is active
+    form.SupportMail(u"help@example.org"_s);
+    form.show();
+    QVERIFY(QTest::qWaitForWindowActive(&form));
+    QCOMPARE(caption->text(), u"An error occurred in Statistic Charts"_s);
+    QCOMPARE(form.Tag, u"ABORT"_s);
+    QVERIFY(Button(form, u"btnSend"_s)->isEnabled());
+    QCOMPARE(form.windowTitle(), u"Error"_s);
+    QVERIFY(!form.windowIcon().isNull());
+
+    // Each activation presets the word again.
+    form.Tag = u"RETRY"_s;
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&other));
+    form.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&form));
+    QCOMPARE(form.Tag, u"ABORT"_s);
+}
+
+void tst_frmErrorMessage::focusAndTabOrder()
+{
+    frmErrorMessage form;
+    form.SupportMail(u"help@example.org"_s); // else Send is passed over
+    form.show();
+    QVERIFY(QTest::qWaitForWindowActive(&form));
+    QStringList order{QApplication::focusWidget()->objectName()};
+    for (int i = 0; i < 5; ++i) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        order.append(QApplication::focusWidget()->objectName());
+    }
+    QCOMPARE(order, QStringList({u"btnAbort"_s, u"txtErrorMessage"_s, u"btnRetry"_s, u"btnIgnore"_s,
+                                 u"btnSend"_s, u"btnAbort"_s}));
+}
+
+void tst_frmErrorMessage::buttonsLeaveTheirWord_data()
+{
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<QString>("word");
+
+    QTest::newRow("abort") << u"btnAbort"_s << u"ABORT"_s;
+    QTest::newRow("retry") << u"btnRetry"_s << u"RETRY"_s;
+    QTest::newRow("ignore") << u"btnIgnore"_s << u"IGNORE"_s;
+    QTest::newRow("close box") << u"close"_s << u"ABORT"_s;
+    QTest::newRow("escape") << u"escape"_s << u"ABORT"_s;
+    QTest::newRow("space on the focused Abort") << u"space"_s << u"ABORT"_s;
+}
+
+void tst_frmErrorMessage::buttonsLeaveTheirWord()
+{
+    QFETCH(QString, action);
+    QFETCH(QString, word);
+
+    frmErrorMessage form;
+    form.ErrorMessage(Report);
+    const QString tag = RunModal(form, [&] {
+        if (action == u"close"_s)
+            form.close();
+        else if (action == u"escape"_s)
+            QTest::keyClick(&form, Qt::Key_Escape);
+        else if (action == u"space"_s)
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+        else
+            QTest::mouseClick(Button(form, action), Qt::LeftButton);
+    });
+    QCOMPARE(tag, word);
+    QVERIFY(form.isHidden());
+}
+
+void tst_frmErrorMessage::versionLine()
+{
+    frmErrorMessage form;
+    form.ErrorMessage(Report);
+    QCOMPARE(form.ErrorMessage(), Report + VersionLine);
+    QCOMPARE(VersionLine, u"\r\nVersion: %1.%2.%3"_s.arg(QRT_VERSION_MAJOR)
+                              .arg(QRT_VERSION_MINOR)
+                              .arg(QRT_VERSION_PATCH));
+    // The box shows it line by line.
+    QCOMPARE(form.findChild<QPlainTextEdit *>(u"txtErrorMessage"_s)->toPlainText(),
+             QString(Report + VersionLine).replace(u"\r\n"_s, u"\n"_s));
+}
+
+void tst_frmErrorMessage::mailEscaping_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("escaped");
+
+    QTest::newRow("line end pair") << u"a\r\nb"_s << u"a%0Ab"_s;
+    QTest::newRow("lone LF stays") << u"a\nb"_s << u"a\nb"_s;
+    QTest::newRow("lone CR stays") << u"a\rb"_s << u"a\rb"_s;
+    QTest::newRow("CR before a pair") << u"\r\r\n"_s << u"\r%0A"_s;
+    QTest::newRow("tab") << u"\tx"_s << u"%09x"_s;
+    QTest::newRow("reserved characters") << u":/?=&"_s << u"%3A%2F%3F%3D%26"_s;
+    QTest::newRow("percent and blanks untouched") << u"100% sure"_s << u"100% sure"_s;
+    QTest::newRow("escapes are not escaped again") << u":%3A"_s << u"%3A%3A"_s;
+    QTest::newRow("non-ASCII untouched") << u"Zürich – €"_s << u"Zürich – €"_s;
+    QTest::newRow("path") << u"/srv/news/a.db"_s << u"%2Fsrv%2Fnews%2Fa.db"_s;
+}
+
+void tst_frmErrorMessage::mailEscaping()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, escaped);
+    QCOMPARE(qrt::errors::EscapeMailBody(text), escaped);
+}
+
+void tst_frmErrorMessage::mailAddress()
+{
+    QCOMPARE(qrt::errors::SupportMailAddress(u"s@x.org"_s, u"An error occurred in "_s, u"a:b"_s),
+             u"mailto:s@x.org?subject=An%20error%20occurred%20in%20&body="
+             "%0A%0A--------------------%0Aa%3Ab%0A--------------------"_s);
+}
+
+void tst_frmErrorMessage::sendToSupport()
+{
+    QFile::remove(m_mailLog);
+    frmErrorMessage form;
+    form.ErrorMessage(Report);
+    form.SupportMail(u"support@example.org"_s);
+    const QString tag = RunModal(form, [&] {
+        QTest::mouseClick(Button(form, u"btnSend"_s), Qt::LeftButton);
+        QTest::mouseClick(Button(form, u"btnSend"_s), Qt::LeftButton);
+        QVERIFY(form.isVisible()); // sending does not end the dialog
+        QTest::mouseClick(Button(form, u"btnRetry"_s), Qt::LeftButton);
+    });
+    QCOMPARE(tag, u"RETRY"_s);
+
+    const QByteArray address =
+        "mailto:support@example.org?subject=An%20error%20occurred%20in%20Statistic%20Charts"
+        "&body=%0A%0A--------------------%0A"
+        "2024-05-06 - 14%3A03%3A09%0A%09Error%3A 5, (Cannot open %2Fsrv%2Fnews%2Fa.db%3Fmode%3Dro"
+        "%26x%3D1 at 100%)%0A%09in P at line 0%0A%0AThe call stack is%3A%0A"
+        "                    P()%0AVersion%3A " +
+        QByteArray(QRT_VERSION_STRING) + "%0A--------------------";
+    QFile log(m_mailLog);
+    QVERIFY(log.open(QIODevice::ReadOnly));
+    QCOMPARE(log.readAll(), address + '\n' + address + '\n');
+}
+
+void tst_frmErrorMessage::sendWithoutAddress()
+{
+    QFile::remove(m_mailLog);
+    frmErrorMessage form;
+    form.ErrorMessage(Report);
+    const QString tag = RunModal(form, [&] {
+        QVERIFY(!Button(form, u"btnSend"_s)->isEnabled());
+        QTest::mouseClick(Button(form, u"btnSend"_s), Qt::LeftButton);
+        QTest::mouseClick(Button(form, u"btnIgnore"_s), Qt::LeftButton);
+    });
+    QCOMPARE(tag, u"IGNORE"_s);
+    QVERIFY(!QFile::exists(m_mailLog));
+}
+
+void tst_frmErrorMessage::screenshot()
+{
+    frmErrorMessage form;
+    form.ErrorMessage(
+        u"2024-05-06 - 14:03:09\r\n\tError: -2147203463, (File not found)\r\n"
+        "\tin QRT_StatCharts.frmCharts.ParseMembers at line 0\r\n\r\nThe call stack is:\r\n"
+        "                    QRT_StatCharts.frmCharts.ParseMembers()\r\n"
+        "                    QRT_StatCharts.frmCharts.Form_Load()"_s);
+    form.SupportMail(u"statistics-support@zorvane.example"_s);
+    form.show();
+    QVERIFY(QTest::qWaitForWindowActive(&form));
+    const QPixmap picture = form.grab();
+    QCOMPARE(picture.size(), QSize(359, 260));
+    const QString folder = qEnvironmentVariable("QRT_SCREENSHOT_DIR");
+    if (!folder.isEmpty())
+        QVERIFY(picture.save(QDir(folder).filePath(u"frmErrorMessage.png"_s)));
+}
+
+QTEST_MAIN(tst_frmErrorMessage)
+#include "tst_errormessage.moc"
