@@ -1,0 +1,68 @@
+#pragma once
+// Shares loads between the views of a process: a second request for the same
+// connection string and command text, while the first load still runs or
+// while its data is still held by a view, gets that load instead of reading
+// the database again. Loads run on a pool of their own, so a long one never
+// holds up the threads the aggregation borrows. Thread-safe.
+
+#include <QFuture>
+#include <QHash>
+#include <QMutex>
+#include <QString>
+#include <QThreadPool>
+#include <atomic>
+#include <memory>
+
+namespace qrt::pivot {
+
+class PivotData;
+
+class PivotDataCache
+{
+public:
+    struct Result
+    {
+        std::shared_ptr<const PivotData> data;
+        QString error; // empty when data is set
+    };
+
+    // One load, shared by everyone who asked for it.
+    class Entry
+    {
+    public:
+        QFuture<Result> future() const { return m_future; }
+        const QString &connectionString() const { return m_connectionString; }
+        const QString &commandText() const { return m_commandText; }
+
+    private:
+        friend class PivotDataCache;
+        QString m_connectionString;
+        QString m_commandText;
+        QFuture<Result> m_future;
+        std::atomic<int> m_holders{0};
+    };
+
+    static PivotDataCache &instance();
+
+    // The load for this pair, running, finished or new. Every acquire is
+    // matched by one release; the last release of an unfinished load
+    // cancels it.
+    std::shared_ptr<Entry> acquire(const QString &connectionString, const QString &commandText);
+    void release(const std::shared_ptr<Entry> &entry);
+
+    // Loads started since the process began; lets tests see sharing.
+    int loadsStarted() const { return m_started.loadRelaxed(); }
+
+private:
+    PivotDataCache();
+    static QString keyOf(const QString &connectionString, const QString &commandText);
+    std::shared_ptr<Entry> start(const QString &connectionString, const QString &commandText);
+
+    QMutex m_mutex;
+    QThreadPool m_pool;
+    QHash<QString, std::weak_ptr<Entry>> m_running;
+    QHash<QString, std::weak_ptr<const PivotData>> m_loaded;
+    QAtomicInt m_started;
+};
+
+} // namespace qrt::pivot

@@ -1,0 +1,110 @@
+#pragma once
+// Test data for the pivot engine: a SQLite news database of random content
+// (seeded, so a failure can be repeated with QRT_TEST_SEED), with blank and
+// missing titles, missing dates and captions that differ only in case, and
+// the pivot's own statement over it.
+
+#include "db/Connection.h"
+
+#include <QRandomGenerator>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QString>
+#include <QTest>
+
+namespace qrt::test {
+
+inline QString pivotStatement()
+{
+    return QStringLiteral("SELECT Providers.Provider, Channels.Channel, News.Title AS News, "
+                          "News.pubDate as NewsDate, "
+                          "Categories.Name AS Category FROM Categories INNER JOIN (Providers INNER "
+                          "JOIN (Channels INNER JOIN "
+                          "News ON Channels.ID = News.Channel) ON Providers.ID = "
+                          "Channels.Provider) ON Categories.ID = "
+                          "Channels.Category; ");
+}
+
+inline quint32 testSeed()
+{
+    static const quint32 seed = [] {
+        bool ok = false;
+        const quint32 fixed = qEnvironmentVariable("QRT_TEST_SEED").toUInt(&ok);
+        const quint32 s = ok ? fixed : QRandomGenerator::system()->generate();
+        qInfo("random data seed: %u (set QRT_TEST_SEED to repeat)", s);
+        return s;
+    }();
+    return seed;
+}
+
+// Writes `items` news items with random providers, channels, categories,
+// titles and times over about three years into a new SQLite file.
+inline bool makeRandomNewsDb(const QString &path, int items, quint32 seed)
+{
+    QFile::remove(path);
+    db::Connection writer;
+    if (!writer.Open(path, db::Connection::Access::ReadWrite))
+        return false;
+    QSqlDatabase database = writer.database();
+    QSqlQuery q(database);
+    const QStringList schema = {
+        QStringLiteral("CREATE TABLE Categories (ID INTEGER PRIMARY KEY, Name TEXT NOT NULL)"),
+        QStringLiteral("CREATE TABLE Providers (ID INTEGER PRIMARY KEY, Provider TEXT NOT NULL)"),
+        QStringLiteral("CREATE TABLE Channels (ID INTEGER PRIMARY KEY, Channel TEXT NOT NULL, "
+                       "Provider INTEGER, "
+                       "Category INTEGER)"),
+        QStringLiteral(
+            "CREATE TABLE News (ID INTEGER PRIMARY KEY, pubDate TEXT, Channel INTEGER, Title TEXT, "
+            "Words INTEGER)")};
+    for (const QString &sql : schema)
+        if (!q.exec(sql))
+            return false;
+    QRandomGenerator rng(seed);
+    const QStringList categories = {QStringLiteral("World"), QStringLiteral("Sports"),
+                                    QStringLiteral("sports"), QStringLiteral("Science"),
+                                    QStringLiteral("Local")};
+    const int providers = 3 + rng.bounded(5);
+    const int channels = providers + rng.bounded(12);
+    database.transaction();
+    for (int i = 0; i < categories.size(); ++i)
+        q.exec(QStringLiteral("INSERT INTO Categories VALUES (%1, '%2')")
+                   .arg(i + 1)
+                   .arg(categories[i]));
+    for (int p = 1; p <= providers; ++p)
+        q.exec(QStringLiteral("INSERT INTO Providers VALUES (%1, 'Provider %2')")
+                   .arg(p)
+                   .arg(QChar(u'A' + p - 1)));
+    for (int c = 1; c <= channels; ++c)
+        q.exec(QStringLiteral("INSERT INTO Channels VALUES (%1, 'Channel %2', %3, %4)")
+                   .arg(c)
+                   .arg(c)
+                   .arg(1 + rng.bounded(providers))
+                   .arg(1 + rng.bounded(static_cast<int>(categories.size()))));
+    QSqlQuery insert(database);
+    insert.prepare(QStringLiteral("INSERT INTO News VALUES (?, ?, ?, ?, ?)"));
+    const QDateTime start(QDate(2023, 11, 20), QTime(0, 0));
+    for (int i = 1; i <= items; ++i) {
+        insert.bindValue(0, i);
+        const int roll = rng.bounded(100);
+        if (roll == 0)
+            insert.bindValue(1, QVariant()); // no date
+        else
+            insert.bindValue(1, start.addSecs(rng.bounded(3 * 365 * 86400))
+                                    .toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")));
+        insert.bindValue(2, 1 + rng.bounded(channels));
+        if (roll == 1)
+            insert.bindValue(3, QVariant()); // no title
+        else if (roll == 2)
+            insert.bindValue(3, QString()); // an empty one
+        else
+            insert.bindValue(3, QStringLiteral("Title %1").arg(rng.bounded(items / 3 + 1)));
+        insert.bindValue(4, rng.bounded(500));
+        if (!insert.exec()) {
+            qWarning() << insert.lastError().text();
+            return false;
+        }
+    }
+    return database.commit();
+}
+
+} // namespace qrt::test

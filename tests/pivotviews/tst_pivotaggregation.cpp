@@ -1,0 +1,414 @@
+// The pivot engine's numbers against SQL: for each layout, every cell of the
+// grid (leaves, subtotals and grand totals alike) must equal what GROUP BY
+// gives on the same database, with nothing missing and nothing extra. Runs
+// on random data and on the demo generator's data.
+
+#include "PivotTestData.h"
+#include "db/DemoDatabase.h"
+#include "db/Recordset.h"
+#include "pivotviews/PivotAggregator.h"
+#include "pivotviews/PivotData.h"
+#include "pivotviews/PivotLoader.h"
+#include "pivotviews/PivotResult.h"
+#include "pivotviews/PivotView.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+#include <functional>
+
+using namespace Qt::StringLiterals;
+using namespace qrt::pivot;
+
+namespace {
+
+const QString kJoin =
+    u" FROM Categories INNER JOIN (Providers INNER JOIN (Channels INNER JOIN News ON Channels.ID = "
+    u"News.Channel) "
+    u"ON Providers.ID = Channels.Provider) ON Categories.ID = Channels.Category"_s;
+
+// SQL giving the full member path of a date member ("2024/Qtr1/Mar/5/10"),
+// as deep as `levels` of Years, Quarters, Months, Days, Hours.
+QString datePath(int levels)
+{
+    const QString d = u"News.pubDate"_s;
+    const QString month = u"CAST(strftime('%m', %1) AS INTEGER)"_s.arg(d);
+    QStringList monthNames;
+    const QStringList names = {u"Jan"_s, u"Feb"_s, u"Mar"_s, u"Apr"_s, u"May"_s, u"Jun"_s,
+                               u"Jul"_s, u"Aug"_s, u"Sep"_s, u"Oct"_s, u"Nov"_s, u"Dec"_s};
+    for (int m = 0; m < 12; ++m)
+        monthNames << u"WHEN %1 THEN '%2'"_s.arg(m + 1).arg(names[m]);
+    const QStringList parts = {
+        u"strftime('%Y', %1)"_s.arg(d),
+        u"'Qtr' || ((%1 + 2) / 3)"_s.arg(month),
+        u"(CASE %1 %2 END)"_s.arg(month, monthNames.join(u' ')),
+        u"CAST(strftime('%d', %1) AS INTEGER)"_s.arg(d),
+        u"strftime('%H', %1)"_s.arg(d),
+    };
+    QStringList blanks;
+    for (int i = 0; i < levels; ++i)
+        blanks << u"(blank)"_s;
+    return u"(CASE WHEN %1 IS NULL THEN '%2' ELSE %3 END)"_s.arg(
+        d, blanks.join(u'/'), parts.mid(0, levels).join(u" || '/' || "_s));
+}
+
+QString blankable(const QString &expr)
+{
+    return u"COALESCE(NULLIF(%1, ''), '(blank)')"_s.arg(expr);
+}
+
+struct Level
+{
+    QString fieldSet;
+    QString field;
+    QString sql; // the member's full path
+};
+
+struct Case
+{
+    QString name;
+    QList<Level> rows;
+    QList<Level> columns;
+    std::function<void(PivotView &)> choose; // member choices, filter axis
+    QString where;
+    QString totalFieldSet = u"News"_s;
+    int function = PivotTotal::Count;
+    QString aggregate = u"COUNT(NULLIF(News.Title, ''))"_s;
+    bool needsWords = false;
+};
+
+const Level kProvider{u"Provider"_s, u"Provider"_s, u"Providers.Provider"_s};
+const Level kCategory{u"Category"_s, u"Category"_s, u"Categories.Name"_s};
+const Level kChannel{u"Channel"_s, u"Channel"_s, u"Channels.Channel"_s};
+const Level kYears{u"NewsDate By Month"_s, u"Years"_s, datePath(1)};
+const Level kMonths{u"NewsDate By Month"_s, u"Months"_s, datePath(3)};
+const Level kDays{u"NewsDate By Month"_s, u"Days"_s, datePath(4)};
+const Level kHours{u"NewsDate By Month"_s, u"Hours"_s, datePath(5)};
+
+void choose(PivotView &view, const QString &fieldSet, const QStringList &captions, int mode)
+{
+    PivotFieldSet &set = view.FieldSets(fieldSet);
+    std::vector<PivotMember> members;
+    for (const QString &caption : captions)
+        members.push_back(set.Members().Item(caption));
+    if (mode == PivotFieldSet::ExcludeAllButIncluded)
+        set.Fields(0).setIncludedMembers(members);
+    else
+        set.Fields(0).setExcludedMembers(members);
+    set.setAllIncludeExclude(mode);
+}
+
+// The first hour that has news: year, quarter, month, day and hour, each the
+// first child of the one before.
+PivotMember firstHour(PivotView &view)
+{
+    PivotMember member = view.FieldSets(u"NewsDate By Month"_s).Member();
+    for (int level = 0; level < 5; ++level) {
+        const PivotMembers children = member.ChildMembers();
+        member = children.Item(
+            children.Count() > 1 && children.Item(0).Caption() == u"(blank)"_s ? 1 : 0);
+    }
+    return member;
+}
+
+QList<Case> cases()
+{
+    QList<Case> list;
+    list.append({u"one row level"_s, {kProvider}, {}, {}, {}});
+    list.append({u"two row levels"_s, {kYears, kMonths, kProvider}, {}, {}, {}});
+    list.append({u"column field"_s, {kCategory}, {kProvider}, {}, {}});
+    list.append({u"include filter"_s,
+                 {kProvider},
+                 {kYears},
+                 [](PivotView &v) {
+                     choose(v, u"Provider"_s, {u"Provider A"_s, u"Provider C"_s}, 2);
+                 },
+                 u"Providers.Provider IN ('Provider A', 'Provider C')"_s});
+    list.append({u"exclude filter"_s,
+                 {kCategory},
+                 {kProvider},
+                 [](PivotView &v) { choose(v, u"Category"_s, {u"sports"_s}, 1); },
+                 u"Categories.Name <> 'sports'"_s});
+    list.append({u"filter axis choice"_s,
+                 {kMonths},
+                 {kProvider},
+                 [](PivotView &v) {
+                     v.FilterAxis().InsertFieldSet(v.FieldSets(u"Category"_s));
+                     choose(v, u"Category"_s, {u"World"_s, u"Sports"_s}, 2);
+                 },
+                 u"Categories.Name IN ('World', 'Sports')"_s});
+    list.append({u"date member on the filter axis"_s,
+                 {kChannel},
+                 {},
+                 [](PivotView &v) {
+                     PivotFieldSet &dates = v.FieldSets(u"NewsDate By Month"_s);
+                     v.FilterAxis().InsertFieldSet(dates);
+                     dates.Fields(u"Years"_s).setIncludedMembers({dates.Members().Item(u"2024"_s)});
+                     dates.setAllIncludeExclude(2);
+                 },
+                 u"strftime('%Y', News.pubDate) = '2024'"_s});
+    list.append({u"hour excluded"_s,
+                 {kYears},
+                 {kCategory},
+                 [](PivotView &v) {
+                     PivotFieldSet &dates = v.FieldSets(u"NewsDate By Month"_s);
+                     const PivotMember hour = firstHour(v);
+                     dates.Fields(u"Hours"_s).setExcludedMembers({hour});
+                     dates.setAllIncludeExclude(1);
+                 },
+                 u"NOT (News.pubDate IS NOT NULL AND substr(News.pubDate, 1, 13) = "
+                 u"(SELECT min(substr(pubDate, 1, 13)) FROM News WHERE pubDate IS NOT NULL))"_s});
+    list.append({u"days and hours"_s, {kDays, kHours}, {}, {}, {}});
+    list.append({u"count of dates"_s,
+                 {kProvider},
+                 {},
+                 {},
+                 {},
+                 u"NewsDate"_s,
+                 PivotTotal::Count,
+                 u"COUNT(News.pubDate)"_s});
+    list.append({u"sum"_s,
+                 {kProvider},
+                 {kCategory},
+                 {},
+                 {},
+                 u"Words"_s,
+                 PivotTotal::Sum,
+                 u"SUM(News.Words)"_s,
+                 true});
+    list.append({u"min"_s,
+                 {kProvider},
+                 {kCategory},
+                 {},
+                 {},
+                 u"Words"_s,
+                 PivotTotal::Min,
+                 u"MIN(News.Words)"_s,
+                 true});
+    list.append({u"max"_s,
+                 {kProvider},
+                 {kCategory},
+                 {},
+                 {},
+                 u"Words"_s,
+                 PivotTotal::Max,
+                 u"MAX(News.Words)"_s,
+                 true});
+    list.append({u"average"_s,
+                 {kChannel},
+                 {kYears},
+                 {},
+                 {},
+                 u"Words"_s,
+                 PivotTotal::Average,
+                 u"AVG(News.Words)"_s,
+                 true});
+    return list;
+}
+
+QString statement(bool withWords)
+{
+    QString sql = qrt::test::pivotStatement();
+    if (withWords)
+        sql.replace(u"Categories.Name AS Category"_s,
+                    u"Categories.Name AS Category, News.Words AS Words"_s);
+    return sql;
+}
+
+// A node's key: the full member path of each node from the top, so that
+// members shown without their parents (months without years) stay apart.
+QString nodeKey(const std::vector<PivotResult::Node> &nodes, int node)
+{
+    QStringList steps;
+    for (; node > 0; node = nodes[static_cast<std::size_t>(node)].parent) {
+        QStringList path;
+        for (PivotMember m = nodes[static_cast<std::size_t>(node)].member();
+             !m.isNull() && !m.isRoot(); m = m.ParentMember())
+            path.prepend(m.Caption());
+        steps.prepend(path.join(u'/'));
+    }
+    return steps.join(u'|');
+}
+
+} // namespace
+
+class tst_PivotAggregation : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void matchesGroupBy_data();
+    void matchesGroupBy();
+    void collapsedMembersKeepTheirTotals();
+
+private:
+    QTemporaryDir m_dir;
+    QString m_random;
+    QString m_demo;
+};
+
+void tst_PivotAggregation::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+    m_random = m_dir.filePath(u"random.db"_s);
+    QVERIFY(qrt::test::makeRandomNewsDb(m_random, 6000, qrt::test::testSeed()));
+    m_demo = m_dir.filePath(u"demo.db"_s);
+    qrt::db::DemoDatabase::Options options;
+    options.items = 20000;
+    options.seed = qrt::test::testSeed();
+    options.until = QDate(2025, 3, 31);
+    options.days = 500;
+    QString error;
+    QVERIFY2(qrt::db::DemoDatabase::create(m_demo, options, &error), qPrintable(error));
+}
+
+void tst_PivotAggregation::matchesGroupBy_data()
+{
+    QTest::addColumn<QString>("database");
+    QTest::addColumn<int>("index");
+    const QList<Case> all = cases();
+    for (int i = 0; i < all.size(); ++i) {
+        QTest::addRow("random: %s", qPrintable(all[i].name)) << u"random"_s << i;
+        if (!all[i].needsWords && all[i].where.isEmpty())
+            QTest::addRow("demo: %s", qPrintable(all[i].name)) << u"demo"_s << i;
+    }
+}
+
+void tst_PivotAggregation::matchesGroupBy()
+{
+    QFETCH(QString, database);
+    QFETCH(int, index);
+    const Case c = cases().at(index);
+    const QString path = database == u"random"_s ? m_random : m_demo;
+
+    QString error;
+    const std::shared_ptr<PivotData> data =
+        PivotLoader::load(path, statement(c.needsWords), {}, &error);
+    QVERIFY2(data, qPrintable(error));
+    PivotView view(data);
+    auto place = [&](PivotAxis &axis, const QList<Level> &levels) {
+        for (const Level &level : levels) {
+            PivotFieldSet &set = view.FieldSets(level.fieldSet);
+            if (set.Axis() != &axis) {
+                axis.InsertFieldSet(set);
+                for (PivotField *field : set.Fields())
+                    field->setIsIncluded(false);
+            }
+            set.Fields(level.field).setIsIncluded(true);
+        }
+    };
+    place(view.RowAxis(), c.rows);
+    place(view.ColumnAxis(), c.columns);
+    if (c.choose)
+        c.choose(view);
+    PivotTotal &total =
+        view.AddTotal(u"Total"_s, view.FieldSets(c.totalFieldSet).Fields(0), c.function);
+    view.DataAxis().InsertTotal(total);
+    const PivotResult result = PivotAggregator::run(view);
+
+    QHash<QString, double> actual;
+    for (int r = 0; r < static_cast<int>(result.rowNodes().size()); ++r)
+        for (int col = 0; col < static_cast<int>(result.columnNodes().size()); ++col)
+            if (const std::optional<double> v = result.value(r, col, 0))
+                actual.insert(nodeKey(result.rowNodes(), r) + u'\x1f' +
+                                  nodeKey(result.columnNodes(), col),
+                              *v);
+
+    QHash<QString, double> expected;
+    qrt::db::Connection connection;
+    QVERIFY(connection.Open(path));
+    for (int d = 0; d <= c.rows.size(); ++d) {
+        for (int e = 0; e <= c.columns.size(); ++e) {
+            QStringList exprs;
+            for (int i = 0; i < d; ++i)
+                exprs << blankable(c.rows[i].sql);
+            for (int i = 0; i < e; ++i)
+                exprs << blankable(c.columns[i].sql);
+            QStringList groups;
+            for (int i = 1; i <= exprs.size(); ++i)
+                groups << QString::number(i);
+            const QString sql = u"SELECT %1%2 AS v %3 %4 %5"_s.arg(
+                exprs.isEmpty() ? QString() : exprs.join(u", "_s) + u", "_s, c.aggregate, kJoin,
+                c.where.isEmpty() ? QString() : u"WHERE "_s + c.where,
+                groups.isEmpty() ? QString() : u"GROUP BY "_s + groups.join(u", "_s));
+            qrt::db::Recordset rs;
+            QVERIFY2(rs.Open(sql, connection) || rs.lastError().isEmpty(),
+                     qPrintable(rs.lastError() + sql));
+            for (; !rs.IsEOF(); rs.MoveNext()) {
+                if (rs.IsNull(d + e))
+                    continue; // an empty group, or SUM of nothing
+                QStringList row, column;
+                for (int i = 0; i < d; ++i)
+                    row << rs.Text(i);
+                for (int i = 0; i < e; ++i)
+                    column << rs.Text(d + i);
+                expected.insert(row.join(u'|') + u'\x1f' + column.join(u'|'), rs.Double(d + e));
+            }
+        }
+    }
+    QVERIFY2(!expected.isEmpty(), "the SQL side found nothing");
+    if (c.where.isEmpty() && !c.choose)
+        QCOMPARE(result.rowsAggregated(), data->rowCount());
+    QCOMPARE(actual.size(), expected.size());
+    for (auto it = expected.cbegin(); it != expected.cend(); ++it) {
+        QVERIFY2(actual.contains(it.key()), qPrintable(u"missing cell "_s + it.key()));
+        const double got = actual.value(it.key());
+        QVERIFY2(qFuzzyCompare(1.0 + got, 1.0 + it.value()),
+                 qPrintable(u"%1: %2 instead of %3"_s.arg(it.key()).arg(got).arg(it.value())));
+    }
+}
+
+void tst_PivotAggregation::collapsedMembersKeepTheirTotals()
+{
+    QString error;
+    const std::shared_ptr<PivotData> data =
+        PivotLoader::load(m_random, statement(false), {}, &error);
+    QVERIFY2(data, qPrintable(error));
+    PivotView view(data);
+    PivotFieldSet &dates = view.FieldSets(u"NewsDate By Month"_s);
+    view.RowAxis().InsertFieldSet(dates);
+    for (PivotField *field : dates.Fields())
+        field->setIsIncluded(field->Name() == u"Years"_s || field->Name() == u"Months"_s);
+    view.RowAxis().InsertFieldSet(view.FieldSets(u"Provider"_s));
+    view.DataAxis().InsertTotal(
+        view.AddTotal(u"Count of News"_s, view.FieldSets(u"News"_s).Fields(0), 2));
+
+    // Expanded, every month shows its providers and then its own total.
+    const PivotResult open = PivotAggregator::run(view);
+    const std::vector<PivotResult::Line> openLines = open.rowLines();
+    QVERIFY(std::any_of(openLines.begin(), openLines.end(), [&](const PivotResult::Line &l) {
+        return l.kind == PivotResult::LineKind::Member &&
+               open.rowNodes()[l.node].fieldSet->Name() == u"Provider"_s;
+    }));
+
+    // Never expanded: only the years, each with the total of its months.
+    view.setExpandMembers(PivotView::ExpandNever);
+    const PivotResult closed = PivotAggregator::run(view);
+    const std::vector<PivotResult::Line> lines = closed.rowLines();
+    QCOMPARE(static_cast<int>(lines.size()),
+             static_cast<int>(closed.rowNodes()[0].children.size()) + 1);
+    double sum = 0;
+    for (const PivotResult::Line &line : lines) {
+        if (line.kind == PivotResult::LineKind::GrandTotal)
+            continue;
+        QCOMPARE(line.kind, PivotResult::LineKind::Member);
+        QCOMPARE(closed.rowNodes()[line.node].depth, 1);
+        sum += closed.value(line.node, 0, 0).value_or(0);
+    }
+    QCOMPARE(sum, closed.value(0, 0, 0).value_or(-1));
+
+    // Opening one year shows its months, then that year's subtotal line.
+    const PivotResult::Node &year = closed.rowNodes()[closed.rowNodes()[0].children.back()];
+    year.member().setExpanded(true);
+    const PivotResult reopened = PivotAggregator::run(view);
+    const std::vector<PivotResult::Line> more = reopened.rowLines();
+    QCOMPARE(static_cast<int>(more.size()), static_cast<int>(lines.size() + year.children.size()));
+    QCOMPARE(more[more.size() - 2].kind, PivotResult::LineKind::Subtotal);
+    QCOMPARE(reopened.rowNodes()[more[more.size() - 2].node].caption, year.caption);
+    const PivotResult::Node &lastMonth = reopened.rowNodes()[more[more.size() - 3].node];
+    QCOMPARE(lastMonth.depth, 2);
+    QCOMPARE(reopened.rowNodes()[lastMonth.parent].caption, year.caption);
+}
+
+QTEST_GUILESS_MAIN(tst_PivotAggregation)
+#include "tst_pivotaggregation.moc"
