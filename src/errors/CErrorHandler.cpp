@@ -178,7 +178,7 @@ QString CErrorHandler::GetCallStack(qint16 Indent, bool IncludeData) const
     return qrt::errors::CallStackListing(m_callStack, m_callStackData, Indent, IncludeData);
 }
 
-void CErrorHandler::RecordCurrentError(std::exception_ptr error)
+void CErrorHandler::RecordCurrentError(const std::exception_ptr &error)
 {
     m_errorNumber = 0;
     m_errorLine = 0;

@@ -18,8 +18,6 @@
 #include <unistd.h>
 #include <vector>
 
-extern char **environ;
-
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
@@ -44,6 +42,7 @@ Spawned Spawn(const QString &program, const QStringList &arguments, const QStrin
     for (const QString &argument : arguments)
         bytes.push_back(argument.toLocal8Bit());
     std::vector<char *> argv;
+    argv.reserve(bytes.size() + 1);
     for (QByteArray &argument : bytes)
         argv.push_back(argument.data());
     argv.push_back(nullptr);
