@@ -1,6 +1,7 @@
 // zorvane-stats: the host program of the statistics component. It opens the
 // chart window on a database, and works headless for scripts and tests.
 
+#include "ChartCommand.h"
 #include "DemoDbCommand.h"
 #include "OpenCommand.h"
 #include "SettingsCommand.h"
@@ -47,5 +48,7 @@ int main(int argc, char *argv[])
     chooseOffscreenWithoutDisplay();
     QApplication app(argc, argv);
     nameApplication();
+    if (argc > 1 && std::strcmp(argv[1], "chart") == 0)
+        return ChartCommand::run(QCoreApplication::arguments());
     return OpenCommand::run(QCoreApplication::arguments());
 }

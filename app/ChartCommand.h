@@ -1,0 +1,16 @@
+#pragma once
+// zorvane-stats chart CONNECTION [--period today|yesterday|week|month|year|all
+//     | --from DATE --till DATE] [--series channels|providers|categories]
+//     [--type plot|bar|stacking-bar|area] [--stacked] [--no-legend]
+//     [--filter TEXT] [--out FILE.png|.svg|.pdf] [--table FILE.csv|.json]
+//     [--size WxH]
+// Draws the built-in news chart without a window, through the same chart
+// form the window uses, and writes it as an image and/or as a table.
+
+#include <QStringList>
+
+class ChartCommand
+{
+public:
+    static int run(const QStringList &arguments);
+};

@@ -1,0 +1,333 @@
+#include "newschart/ChartView.h"
+
+#include "component/ThemeColors.h"
+#include "newschart/ChartControl.h"
+#include "newschart/DayAxisTicker.h"
+
+#include <QFileInfo>
+#include <QSvgGenerator>
+#include <cmath>
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
+// The chart area: filled with its back colour behind the axes and framed by
+// its border, drawn first so grid and data lie on top.
+class ChartAreaBackdrop : public QCPLayerable
+{
+public:
+    ChartAreaBackdrop(QCustomPlot *plot, const ChartControl *control)
+        : QCPLayerable(plot, u"background"_s)
+        , m_control(control)
+    {}
+
+protected:
+    void applyDefaultAntialiasingHint(QCPPainter *painter) const override
+    {
+        applyAntialiasingHint(painter, false, QCP::aeOther);
+    }
+
+    void draw(QCPPainter *painter) override
+    {
+        const QRect area = mParentPlot->axisRect()->outerRect();
+        const QColor back = ThemeColors::toQColor(m_control->BackColor());
+        painter->fillRect(area, back);
+        const int width = m_control->BorderWidth();
+        if (width <= 0 || m_control->BorderStyle() == 0)
+            return;
+        QPen pen(back.darker(135), width);
+        pen.setJoinStyle(Qt::MiterJoin);
+        painter->setPen(pen);
+        painter->setBrush(Qt::NoBrush);
+        const int inset = width / 2;
+        painter->drawRect(area.adjusted(inset, inset, -inset - 1, -inset - 1));
+    }
+
+private:
+    const ChartControl *m_control;
+};
+
+namespace {
+
+// Value labels for counts: never a step below one.
+class CountTicker : public QCPAxisTicker
+{
+protected:
+    double getTickStep(const QCPRange &range) override
+    {
+        return std::max(1.0, QCPAxisTicker::getTickStep(range));
+    }
+};
+
+Qt::PenStyle penStyle(int pattern)
+{
+    switch (pattern) {
+    case 0:
+        return Qt::NoPen;
+    case 3:
+        return Qt::DashLine;
+    case 4:
+        return Qt::DotLine;
+    case 5:
+        return Qt::DashDotLine;
+    default: // 1 and the series lines' 2 draw solid
+        return Qt::SolidLine;
+    }
+}
+
+QCPScatterStyle::ScatterShape symbolShape(int code)
+{
+    switch (code) {
+    case 0:
+        return QCPScatterStyle::ssNone;
+    case 1:
+        return QCPScatterStyle::ssDisc;
+    case 2:
+        return QCPScatterStyle::ssSquare;
+    case 3:
+        return QCPScatterStyle::ssTriangle;
+    case 4:
+        return QCPScatterStyle::ssDiamond;
+    case 5:
+        return QCPScatterStyle::ssStar;
+    case 6:
+        return QCPScatterStyle::ssCross;
+    case 7:
+        return QCPScatterStyle::ssPlus;
+    default:
+        return QCPScatterStyle::ssCircle;
+    }
+}
+
+QColor color(quint32 classic)
+{
+    return ThemeColors::toQColor(classic);
+}
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr QColor kDesignBackground(245, 245, 220);
+
+} // namespace
+
+ChartView::ChartView(QWidget *parent)
+    : QCustomPlot(parent)
+    , m_control(new ChartControl(this))
+    , m_ticker(QSharedPointer<DayAxisTicker>::create())
+{
+    setBackground(QBrush(kDesignBackground));
+    setAutoAddPlottableToLegend(false);
+    m_backdrop = new ChartAreaBackdrop(this, m_control);
+    m_barsGroup = new QCPBarsGroup(this);
+    m_barsGroup->setSpacing(0);
+    yAxis->setTicker(QSharedPointer<CountTicker>::create());
+    for (QCPAxis *axis : {xAxis, yAxis}) {
+        axis->setTickLabelFont(font());
+        axis->setSubTicks(false);
+    }
+    QFont legendFont = font();
+    legend->setFont(legendFont);
+    legend->setBrush(QBrush(Qt::white));
+    legend->setBorderPen(QPen(QColor(160, 160, 160)));
+    // The legend stands beside the chart area, not over the data.
+    axisRect()->insetLayout()->take(legend);
+    connect(m_control, &ChartControl::repaintNeeded, this, &ChartView::redraw);
+    redraw();
+}
+
+ChartView::~ChartView() = default;
+
+std::vector<std::vector<double>> ChartView::seriesValues(bool stacked) const
+{
+    const int series = m_control->NumSeries();
+    const int points = m_control->NumPoints(1);
+    std::vector<std::vector<double>> values(static_cast<size_t>(series),
+                                            std::vector<double>(static_cast<size_t>(points)));
+    for (int k = 1; k <= points; ++k) {
+        double base = 0.0;
+        for (int i = 1; i <= series; ++i) {
+            double v = 0.0;
+            const bool has = m_control->Y(i, k, v) && !m_control->IsHole(v);
+            if (has && stacked)
+                base += v;
+            values[size_t(i - 1)][size_t(k - 1)] = !has ? kNaN : stacked ? base : v;
+        }
+    }
+    return values;
+}
+
+void ChartView::redraw()
+{
+    clearPlottables();
+    clearItems();
+    m_bySeries.clear();
+    legend->clearItems();
+    const bool empty = m_control->NumSeries() == 0 || m_control->NumPoints(1) == 0;
+    for (QCPAxis *axis : {xAxis, yAxis})
+        axis->setVisible(!empty);
+    if (!empty) {
+        drawAxes();
+        drawSeries();
+    }
+    drawLabels();
+    placeLegend();
+    replot(rpQueuedReplot);
+}
+
+void ChartView::drawAxes()
+{
+    const auto *x = m_control->Axis(u"X");
+    const auto *y = m_control->Axis(u"Y");
+    xAxis->setRange(m_control->AxisMin(u"X"), m_control->AxisMax(u"X"));
+    yAxis->setRange(m_control->AxisMin(u"Y"), m_control->AxisMax(u"Y"));
+    if (x->AnnotationMethod == 3) {
+        m_ticker->setBase(x->TimeBase);
+        xAxis->setTicker(m_ticker);
+    } else if (xAxis->ticker() == m_ticker) {
+        xAxis->setTicker(QSharedPointer<CountTicker>::create());
+    }
+    const QColor gridColor(150, 150, 150);
+    for (auto [axis, state] : {std::pair{xAxis, x}, std::pair{yAxis, y}}) {
+        axis->grid()->setVisible(state->Grid.IsShown);
+        axis->grid()->setPen(QPen(gridColor, 0, penStyle(state->Grid.LinePattern)));
+        axis->grid()->setZeroLinePen(state->ZeroLineShown ? QPen(Qt::black, 1) : Qt::NoPen);
+    }
+}
+
+void ChartView::drawSeries()
+{
+    const int type = m_control->ChartType();
+    const bool stacked = m_control->IsStacked() || type == ChartControl::StackingBar;
+    const auto values = seriesValues(stacked);
+    m_bySeries.assign(values.size(), nullptr);
+    if (type == ChartControl::Bar || type == ChartControl::StackingBar)
+        drawBars(stacked, values);
+    else
+        drawLines(type == ChartControl::Area, values);
+    for (size_t i = 0; i < m_bySeries.size(); ++i)
+        addLegendItem(m_bySeries[i], int(i) + 1);
+}
+
+void ChartView::drawLines(bool filled, const std::vector<std::vector<double>> &values)
+{
+    const bool stacked = m_control->IsStacked();
+    const int count = int(values.size());
+    // A stack is painted from the top series down, each lower one over it.
+    for (int n = 0; n < count; ++n) {
+        const int i = stacked ? count - n : n + 1;
+        const SeriesStyle style = ChartControl::Style(i);
+        QCPGraph *graph = addGraph();
+        const auto &row = values[size_t(i - 1)];
+        QVector<double> keys(qsizetype(row.size()));
+        for (qsizetype k = 0; k < keys.size(); ++k)
+            keys[k] = double(k + 1);
+        graph->setData(keys, QVector<double>(row.begin(), row.end()), true);
+        graph->setPen(QPen(color(style.LineColor), style.LineWidth, penStyle(style.LinePattern)));
+        if (filled) {
+            QColor fill = color(style.FillColor);
+            if (!stacked)
+                fill.setAlpha(110);
+            graph->setBrush(fill);
+        } else {
+            graph->setScatterStyle(QCPScatterStyle(symbolShape(style.SymbolShape),
+                                                   color(style.SymbolColor),
+                                                   color(style.SymbolColor), style.SymbolSize));
+        }
+        m_bySeries[size_t(i - 1)] = graph;
+    }
+}
+
+void ChartView::drawBars(bool stacked, const std::vector<std::vector<double>> &values)
+{
+    const int count = int(values.size());
+    QCPBarsGroup *group = stacked ? nullptr : m_barsGroup;
+    for (int n = 0; n < count; ++n) {
+        const int i = stacked ? count - n : n + 1;
+        const SeriesStyle style = ChartControl::Style(i);
+        auto *bars = new QCPBars(xAxis, yAxis);
+        bars->setWidth(stacked ? 0.75 : 0.8 / count);
+        if (group)
+            bars->setBarsGroup(group);
+        const QColor fill = color(style.FillColor);
+        bars->setBrush(fill);
+        bars->setPen(QPen(fill.darker(150), 0));
+        const auto &row = values[size_t(i - 1)];
+        QVector<double> keys;
+        QVector<double> heights;
+        for (size_t k = 0; k < row.size(); ++k) {
+            if (std::isnan(row[k]))
+                continue; // a hole has no bar
+            keys << double(k + 1);
+            heights << row[k];
+        }
+        bars->setData(keys, heights, true);
+        m_bySeries[size_t(i - 1)] = bars;
+    }
+}
+
+void ChartView::addLegendItem(QCPAbstractPlottable *plottable, int series)
+{
+    if (!plottable)
+        return;
+    plottable->setName(m_control->SeriesLabels().value(series - 1));
+    legend->addItem(new QCPPlottableLegendItem(legend, plottable));
+}
+
+void ChartView::drawLabels()
+{
+    for (int i = 0; i < m_control->LabelCount(); ++i) {
+        const ChartLabel *label = m_control->Label(i);
+        auto *text = new QCPItemText(this);
+        text->position->setType(QCPItemPosition::ptPlotCoords);
+        text->position->setCoords(label->DataX, label->DataY);
+        text->setPositionAlignment(Qt::AlignTop | Qt::AlignHCenter);
+        QFont font = this->font();
+        font.setBold(label->Bold);
+        text->setFont(font);
+        text->setPadding(QMargins(4, 4, 4, 4));
+        text->setText(label->Text);
+    }
+}
+
+void ChartView::placeLegend()
+{
+    const bool show = m_control->LegendIsShowing() && legend->itemCount() > 0;
+    const bool placed = plotLayout()->hasElement(0, 1);
+    legend->setVisible(show);
+    if (show && !placed) {
+        plotLayout()->addElement(0, 1, legend);
+        plotLayout()->setColumnStretchFactor(1, 0.001);
+    } else if (!show && placed) {
+        plotLayout()->take(legend);
+        plotLayout()->simplify();
+    }
+}
+
+bool ChartView::exportTo(const QString &path, QSize size, QString *error)
+{
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    bool ok = false;
+    if (suffix == u"png"_s) {
+        ok = savePng(path, size.width(), size.height());
+    } else if (suffix == u"pdf"_s) {
+        ok = savePdf(path, size.width(), size.height());
+    } else if (suffix == u"svg"_s) {
+        QSvgGenerator svg;
+        svg.setFileName(path);
+        svg.setSize(size);
+        svg.setViewBox(QRect(QPoint(0, 0), size));
+        svg.setTitle(m_control->LabelCount() ? m_control->Label(0)->Text : u"News Count"_s);
+        QCPPainter painter;
+        ok = painter.begin(&svg);
+        if (ok) {
+            toPainter(&painter, size.width(), size.height());
+            ok = painter.end();
+        }
+    } else {
+        if (error)
+            *error = u"unknown image format \"%1\": use .png, .svg or .pdf"_s.arg(suffix);
+        return false;
+    }
+    if (!ok && error)
+        *error = u"cannot write %1"_s.arg(path);
+    return ok;
+}

@@ -1,0 +1,51 @@
+#pragma once
+// The news chart as the user sees it: draws the state of its ChartControl
+// with QCustomPlot each time the control asks for a repaint. Lines break at
+// holes, bars leave them out, stacks pass over them; the stacked flag works
+// on every chart type. It also writes the chart to PNG, SVG or PDF.
+
+#include "newschart/QCustomPlotInclude.h"
+
+#include <QSharedPointer>
+
+class ChartControl;
+class DayAxisTicker;
+class ChartAreaBackdrop;
+
+class ChartView : public QCustomPlot
+{
+    Q_OBJECT
+
+public:
+    explicit ChartView(QWidget *parent = nullptr);
+    ~ChartView() override;
+
+    ChartControl *control() const { return m_control; }
+
+    // Writes the chart at the given size; the format follows the suffix
+    // (.png, .svg, .pdf). False, with the reason, when it cannot.
+    bool exportTo(const QString &path, QSize size, QString *error = nullptr);
+
+    // The series as drawn, for tests: one plottable per series with data.
+    int drawnSeriesCount() const { return plottableCount(); }
+
+public Q_SLOTS:
+    // Brings the drawing in line with the control.
+    void redraw();
+
+private:
+    void drawAxes();
+    void drawSeries();
+    void drawLines(bool filled, const std::vector<std::vector<double>> &values);
+    void drawBars(bool stacked, const std::vector<std::vector<double>> &values);
+    void drawLabels();
+    void placeLegend();
+    std::vector<std::vector<double>> seriesValues(bool stacked) const;
+    void addLegendItem(QCPAbstractPlottable *plottable, int series);
+
+    ChartControl *m_control;
+    QSharedPointer<DayAxisTicker> m_ticker;
+    ChartAreaBackdrop *m_backdrop;
+    QCPBarsGroup *m_barsGroup;
+    std::vector<QCPAbstractPlottable *> m_bySeries; // index: series - 1
+};

@@ -1,0 +1,36 @@
+#pragma once
+// The one statement behind the news chart and its period clause, composed
+// from fixed pieces exactly as the chart form joins them, plus the series
+// columns each grouping reads. Dates go in as ISO text, which CDate of every
+// engine reads back to the same day.
+
+#include <QString>
+
+namespace qrt::chart {
+
+struct SeriesColumns
+{
+    QString id;    // e.g. "Providers.ID"
+    QString name;  // e.g. "Providers.Provider"
+    QString order; // the ORDER BY text that sorts by that id
+};
+
+class StatisticsStatement
+{
+public:
+    // The select list and the joins of the statement, as the pieces write them.
+    static const QString SelectList;
+    static const QString Joins;
+    static const QString GroupBy;
+
+    // "(News.pubDate >= CDate("from") AND News.pubDate<=CDate("till + 1")) AND "
+    // followed by the filter: the upper bound is midnight after tillDate.
+    static QString PeriodClause(double fromDate, double tillDate, const QString &filter);
+    // The statement for a where text and an ORDER BY text.
+    static QString Compose(const QString &where, const QString &order);
+    // The columns of a series grouping by its column number (2, 3 or 4), or
+    // nothing for another number.
+    static const SeriesColumns *ColumnsFor(int chartSeria);
+};
+
+} // namespace qrt::chart
