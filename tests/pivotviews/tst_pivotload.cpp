@@ -1,0 +1,286 @@
+// Reading a command text into the pivot engine: what each column becomes,
+// failures, progress and cancelling, the load shared by two views, and the
+// same rows read from PostgreSQL as from SQLite.
+
+#include "PivotTestData.h"
+#include "TestDatabases.h"
+#include "db/Dates.h"
+#include "db/DemoDatabase.h"
+#include "pivotviews/PivotAggregator.h"
+#include "pivotviews/PivotColumnBuilder.h"
+#include "pivotviews/PivotData.h"
+#include "pivotviews/PivotLoad.h"
+#include "pivotviews/PivotLoader.h"
+#include "pivotviews/PivotResult.h"
+#include "pivotviews/PivotView.h"
+
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace qrt::pivot;
+
+Q_DECLARE_METATYPE(PivotColumn::Kind)
+
+namespace {
+
+std::map<QString, double> countsByProvider(const std::shared_ptr<const PivotData> &data)
+{
+    PivotView view(data);
+    view.RowAxis().InsertFieldSet(view.FieldSets(u"Provider"_s));
+    view.DataAxis().InsertTotal(
+        view.AddTotal(u"n"_s, view.FieldSets(u"News"_s).Fields(0), PivotTotal::Count));
+    const PivotResult result = PivotAggregator::run(view);
+    std::map<QString, double> counts;
+    for (int node : result.rowNodes()[0].children)
+        counts[result.rowNodes()[static_cast<std::size_t>(node)].caption] =
+            result.value(node, 0, 0).value_or(-1);
+    return counts;
+}
+
+} // namespace
+
+class tst_PivotLoad : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void columnKinds_data();
+    void columnKinds();
+    void failuresGiveNoData_data();
+    void failuresGiveNoData();
+    void progressAndCancel();
+    void viewsShareOneLoad();
+    void oneViewCancellingLeavesTheOther();
+    void allViewsCancelling();
+    void postgresReadsTheSameRows();
+
+private:
+    QTemporaryDir m_dir;
+    QString m_demo;
+    qrt::db::DemoDatabase::Options m_options;
+};
+
+void tst_PivotLoad::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+    m_demo = m_dir.filePath(u"demo.db"_s);
+    m_options.items = 150000;
+    m_options.seed = qrt::test::testSeed();
+    m_options.until = QDate(2025, 6, 30);
+    QString error;
+    QVERIFY2(qrt::db::DemoDatabase::create(m_demo, m_options, &error), qPrintable(error));
+}
+
+void tst_PivotLoad::columnKinds_data()
+{
+    QTest::addColumn<QVariantList>("values");
+    QTest::addColumn<PivotColumn::Kind>("kind");
+    QTest::addColumn<QStringList>("captions"); // of codes 1..n, in member order
+    QTest::addColumn<bool>("blank");
+    const QVariant null;
+    QTest::newRow("text") << QVariantList{u"b"_s, u"A"_s, u"b"_s, u""_s} << PivotColumn::Kind::Text
+                          << QStringList{u"A"_s, u"b"_s} << true;
+    QTest::newRow("numbers") << QVariantList{10, 2.5, 10, null} << PivotColumn::Kind::Number
+                             << QStringList{u"2.5"_s, u"10"_s} << true;
+    QTest::newRow("dates as text") << QVariantList{null, u"2005-03-15 10:00:00"_s, u"2005-03-14"_s}
+                                   << PivotColumn::Kind::Date << QStringList() << true;
+    QTest::newRow("engine dates") << QVariantList{QDateTime(QDate(2005, 3, 15), QTime(10, 0)),
+                                                  QDate(2005, 3, 14)}
+                                  << PivotColumn::Kind::Date << QStringList() << false;
+    QTest::newRow("dates, then text")
+        << QVariantList{u"2005-03-15 10:00:00"_s, u"soon"_s, null, u"2005-03-14"_s}
+        << PivotColumn::Kind::Text
+        << QStringList{u"2005-03-14"_s, u"2005-03-15 10:00:00"_s, u"soon"_s} << true;
+    QTest::newRow("numbers, then text") << QVariantList{7, u"x"_s, 7} << PivotColumn::Kind::Text
+                                        << QStringList{u"7"_s, u"x"_s} << false;
+    QTest::newRow("text, then numbers") << QVariantList{u"x"_s, 7} << PivotColumn::Kind::Text
+                                        << QStringList{u"7"_s, u"x"_s} << false;
+    QTest::newRow("nothing but blanks")
+        << QVariantList{null, u""_s} << PivotColumn::Kind::Text << QStringList() << true;
+}
+
+void tst_PivotLoad::columnKinds()
+{
+    QFETCH(QVariantList, values);
+    QFETCH(PivotColumn::Kind, kind);
+    QFETCH(QStringList, captions);
+    QFETCH(bool, blank);
+    PivotColumnBuilder builder(u"c"_s);
+    for (const QVariant &value : values)
+        builder.addVariant(value);
+    const PivotColumn column = builder.finish();
+    QCOMPARE(column.kind(), kind);
+    QCOMPARE(column.rowCount(), values.size());
+    QCOMPARE(column.hasBlank(), blank);
+    if (kind == PivotColumn::Kind::Date) {
+        QCOMPARE(column.presentDays().size(), std::size_t(2));
+        QCOMPARE(column.presentDays().front(), qint32(qrt::dates::fromYmd(2005, 3, 14)));
+        return;
+    }
+    QStringList got;
+    for (quint32 code = 1; code <= column.valueCount(); ++code)
+        got << column.caption(code);
+    QCOMPARE(got, captions);
+    // Every row still reads back as what was given.
+    std::vector<quint32> codes;
+    visitCodes(column.codes(0), [&](const auto &v) { codes.assign(v.begin(), v.end()); });
+    for (int r = 0; r < values.size(); ++r) {
+        const QVariant &value = values[r];
+        const QString expected = value.isNull() || value.toString().isEmpty() ? u"(blank)"_s
+                                 : value.typeId() == QMetaType::QDateTime
+                                     ? value.toDateTime().toString(u"yyyy-MM-dd HH:mm:ss"_s)
+                                     : value.toString();
+        QCOMPARE(column.caption(codes[static_cast<std::size_t>(r)]), expected);
+    }
+}
+
+void tst_PivotLoad::failuresGiveNoData_data()
+{
+    QTest::addColumn<QString>("connection");
+    QTest::addColumn<QString>("statement");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("no file") << m_dir.filePath(u"missing.db"_s) << qrt::test::pivotStatement()
+                             << u"cannot open the database"_s;
+    QTest::newRow("bad statement")
+        << m_demo << u"SELECT Nothing FROM Nowhere"_s << u"statement refused"_s;
+    QTest::newRow("two statements")
+        << m_demo << u"SELECT 1; SELECT 2"_s << u"more than one statement"_s;
+}
+
+void tst_PivotLoad::failuresGiveNoData()
+{
+    QFETCH(QString, connection);
+    QFETCH(QString, statement);
+    QFETCH(QString, error);
+    QString reason;
+    QVERIFY(!PivotLoader::load(connection, statement, {}, &reason));
+    QVERIFY2(reason.contains(error), qPrintable(reason));
+}
+
+void tst_PivotLoad::progressAndCancel()
+{
+    std::vector<qint64> seen;
+    QString error;
+    const auto data = PivotLoader::load(
+        m_demo, qrt::test::pivotStatement(),
+        [&](qint64 rows) {
+            seen.push_back(rows);
+            return true;
+        },
+        &error);
+    QVERIFY2(data, qPrintable(error));
+    QCOMPARE(data->rowCount(), m_options.items);
+    QVERIFY(seen.size() > 5);
+    QVERIFY(std::is_sorted(seen.begin(), seen.end()));
+    QCOMPARE(seen.back(), m_options.items);
+
+    qint64 calls = 0;
+    const auto cancelled = PivotLoader::load(
+        m_demo, qrt::test::pivotStatement(), [&](qint64) { return ++calls < 3; }, &error);
+    QVERIFY(!cancelled);
+    QCOMPARE(error, PivotLoader::cancelledText());
+    QCOMPARE(calls, 3);
+}
+
+void tst_PivotLoad::viewsShareOneLoad()
+{
+    const int before = PivotDataCache::instance().loadsStarted();
+    auto table = std::make_unique<PivotLoad>(m_demo, qrt::test::pivotStatement());
+    auto chart = std::make_unique<PivotLoad>(m_demo, qrt::test::pivotStatement());
+    QSignalSpy progress(table.get(), &PivotLoad::progress);
+    QSignalSpy finished(chart.get(), &PivotLoad::finished);
+    QVERIFY(finished.wait(60000));
+    QTRY_VERIFY(table->isFinished());
+    QCOMPARE(PivotDataCache::instance().loadsStarted(), before + 1);
+    QVERIFY(table->data());
+    QCOMPARE(table->data(), chart->data());
+    QVERIFY(!progress.isEmpty());
+    QVERIFY(progress.last().at(0).toLongLong() > 0);
+    QVERIFY(progress.last().at(0).toLongLong() <= m_options.items);
+
+    // A third view asking while the data is held gets it without a load.
+    chart.reset();
+    PivotLoad third(m_demo, qrt::test::pivotStatement());
+    QVERIFY(third.isFinished());
+    QCOMPARE(third.data(), table->data());
+    QCOMPARE(PivotDataCache::instance().loadsStarted(), before + 1);
+
+    // Another statement is another load.
+    PivotLoad other(m_demo, qrt::test::pivotStatement() + u" "_s);
+    other.waitForFinished();
+    QCOMPARE(PivotDataCache::instance().loadsStarted(), before + 2);
+    QVERIFY(other.data() != table->data());
+}
+
+void tst_PivotLoad::oneViewCancellingLeavesTheOther()
+{
+    const QString statement =
+        qrt::test::pivotStatement() + u"  "_s; // not cached by the tests before
+    PivotLoad table(m_demo, statement);
+    PivotLoad chart(m_demo, statement);
+    QSignalSpy tableFinished(&table, &PivotLoad::finished);
+    table.cancel();
+    QVERIFY(table.isCancelled());
+    QCOMPARE(table.data(), nullptr);
+    QCOMPARE(table.error(), PivotLoader::cancelledText());
+    chart.waitForFinished();
+    QVERIFY2(chart.data(), qPrintable(chart.error()));
+    QCOMPARE(chart.data()->rowCount(), m_options.items);
+    QCoreApplication::processEvents();
+    QCOMPARE(tableFinished.count(), 0);
+}
+
+void tst_PivotLoad::allViewsCancelling()
+{
+    const QString statement = qrt::test::pivotStatement() + u"   "_s;
+    const int before = PivotDataCache::instance().loadsStarted();
+    QFuture<PivotDataCache::Result> future;
+    {
+        PivotLoad table(m_demo, statement);
+        PivotLoad chart(m_demo, statement);
+        const auto entry = PivotDataCache::instance().acquire(m_demo, statement);
+        future = entry->future();
+        PivotDataCache::instance().release(entry);
+        table.cancel();
+        chart.cancel();
+    }
+    future.waitForFinished();
+    QVERIFY(future.isCanceled());
+    QCOMPARE(PivotDataCache::instance().loadsStarted(), before + 1);
+    // Asking again starts afresh rather than handing out the cancelled load.
+    PivotLoad again(m_demo, statement);
+    again.waitForFinished();
+    QVERIFY2(again.data(), qPrintable(again.error()));
+    QCOMPARE(PivotDataCache::instance().loadsStarted(), before + 2);
+}
+
+void tst_PivotLoad::postgresReadsTheSameRows()
+{
+    QString url;
+    QRT_REQUIRE_POSTGRES(url, u"tst_pivotload"_s);
+    qrt::db::DemoDatabase::Options options = m_options;
+    options.items = 3000;
+    const QString sqlite = m_dir.filePath(u"small.db"_s);
+    QString error;
+    QVERIFY2(qrt::db::DemoDatabase::create(url, options, &error), qPrintable(error));
+    QVERIFY2(qrt::db::DemoDatabase::create(sqlite, options, &error), qPrintable(error));
+    const auto fromPg = PivotLoader::load(url, qrt::test::pivotStatement(), {}, &error);
+    QVERIFY2(fromPg, qPrintable(error));
+    const auto fromSqlite = PivotLoader::load(sqlite, qrt::test::pivotStatement(), {}, &error);
+    QVERIFY2(fromSqlite, qPrintable(error));
+    QCOMPARE(fromPg->rowCount(), options.items);
+    QCOMPARE(fromPg->columnCount(), fromSqlite->columnCount());
+    for (int c = 0; c < fromPg->columnCount(); ++c) {
+        QCOMPARE(fromPg->column(c).name(), fromSqlite->column(c).name());
+        QCOMPARE(fromPg->column(c).kind(), fromSqlite->column(c).kind());
+    }
+    QCOMPARE(fromPg->column(fromPg->columnIndex(u"NewsDate"_s)).presentDays(),
+             fromSqlite->column(fromSqlite->columnIndex(u"NewsDate"_s)).presentDays());
+    QCOMPARE(countsByProvider(fromPg), countsByProvider(fromSqlite));
+}
+
+QTEST_GUILESS_MAIN(tst_PivotLoad)
+#include "tst_pivotload.moc"

@@ -1,0 +1,429 @@
+// The objects the views and the layout restore work through: field sets
+// and fields by name and index, the member trees and their captions, axes,
+// totals, and the typed errors a stale name must raise.
+
+#include "PivotTestData.h"
+#include "TestDatabases.h"
+#include "db/Dates.h"
+#include "pivotviews/PivotAggregator.h"
+#include "pivotviews/PivotData.h"
+#include "pivotviews/PivotLoader.h"
+#include "pivotviews/PivotResult.h"
+#include "pivotviews/PivotView.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+#include <functional>
+
+using namespace Qt::StringLiterals;
+using namespace qrt::pivot;
+
+using Action = std::function<void(PivotView &)>;
+Q_DECLARE_METATYPE(Action)
+Q_DECLARE_METATYPE(PivotError::Code)
+
+namespace {
+
+QStringList captions(const PivotMembers &members)
+{
+    QStringList list;
+    for (qsizetype i = 0; i < members.Count(); ++i)
+        list << members.Item(i).Caption();
+    return list;
+}
+
+QStringList names(const PivotList<PivotFieldSet> &sets)
+{
+    QStringList list;
+    for (const PivotFieldSet *set : sets)
+        list << set->Name();
+    return list;
+}
+
+} // namespace
+
+class tst_PivotObjectModel : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void fieldSetsOfTheStatement();
+    void fieldsByNameAndIndex_data();
+    void fieldsByNameAndIndex();
+    void dateMembers_data();
+    void dateMembers();
+    void parentsLeadToTheRoot();
+    void textMembersSortAndMatchExactly();
+    void timestampMembers();
+    void unknownNamesRaise_data();
+    void unknownNamesRaise();
+    void axesHoldAFieldSetOnce();
+    void totals();
+    void memberChoicesRoundTrip();
+    void everyChangeMovesTheLayoutVersion();
+
+private:
+    QTemporaryDir m_dir;
+    std::shared_ptr<PivotData> m_data;
+    std::unique_ptr<PivotView> m_view;
+};
+
+void tst_PivotObjectModel::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+    const QString path = m_dir.filePath(u"members.db"_s);
+    QVERIFY(qrt::test::execAll(
+        path,
+        {u"CREATE TABLE Categories (ID INTEGER PRIMARY KEY, Name TEXT)"_s,
+         u"CREATE TABLE Providers (ID INTEGER PRIMARY KEY, Provider TEXT)"_s,
+         u"CREATE TABLE Channels (ID INTEGER PRIMARY KEY, Channel TEXT, Provider INTEGER, Category INTEGER)"_s,
+         u"CREATE TABLE News (ID INTEGER PRIMARY KEY, pubDate TEXT, Channel INTEGER, Title TEXT)"_s,
+         u"INSERT INTO Categories VALUES (1, 'Sports'), (2, 'sports'), (3, 'World')"_s,
+         u"INSERT INTO Providers VALUES (1, 'beta'), (2, 'Alpha'), (3, 'Gamma')"_s,
+         u"INSERT INTO Channels VALUES (1, 'One', 1, 1), (2, 'Two', 2, 2), (3, 'Three', 3, 3)"_s,
+         u"INSERT INTO News VALUES (1, '2005-01-03 10:15:30', 1, 'a'), (2, '2005-03-31 23:59:59', "
+         u"2, 'b'),"
+         u" (3, '2005-04-01 00:00:00', 3, NULL), (4, '2006-12-31 12:00:00', 1, ''), (5, "
+         u"'2004-12-31 08:00:00', 2, 'e'),"
+         u" (6, NULL, 3, 'f')"_s}));
+    QString error;
+    m_data = PivotLoader::load(path, qrt::test::pivotStatement(), {}, &error);
+    QVERIFY2(m_data, qPrintable(error));
+}
+
+void tst_PivotObjectModel::init()
+{
+    m_view = std::make_unique<PivotView>(m_data);
+}
+
+void tst_PivotObjectModel::fieldSetsOfTheStatement()
+{
+    QCOMPARE(names(m_view->FieldSets()),
+             QStringList({u"Provider"_s, u"Channel"_s, u"News"_s, u"NewsDate"_s,
+                          u"NewsDate By Week"_s, u"NewsDate By Month"_s, u"Category"_s}));
+    for (const PivotFieldSet *set : m_view->FieldSets())
+        QCOMPARE(set->Axis(), nullptr);
+    QCOMPARE(m_view->FieldSets(u"NewsDate"_s).Fields().Count(), 1);
+    QCOMPARE(m_view->FieldSets(u"NewsDate"_s).Fields(0).Name(), u"NewsDate"_s);
+}
+
+void tst_PivotObjectModel::fieldsByNameAndIndex_data()
+{
+    QTest::addColumn<QString>("fieldSet");
+    QTest::addColumn<QStringList>("fields");
+    QTest::addColumn<QString>("baseName");
+    QTest::newRow("text") << u"Provider"_s << QStringList{u"Provider"_s} << u"Provider"_s;
+    QTest::newRow("by week") << u"NewsDate By Week"_s
+                             << QStringList{u"Years"_s, u"Weeks"_s,   u"Days"_s,
+                                            u"Hours"_s, u"Minutes"_s, u"Seconds"_s}
+                             << u"NewsDate"_s;
+    QTest::newRow("by month") << u"NewsDate By Month"_s
+                              << QStringList{u"Years"_s, u"Quarters"_s, u"Months"_s, u"Days"_s,
+                                             u"Hours"_s, u"Minutes"_s,  u"Seconds"_s}
+                              << u"NewsDate"_s;
+}
+
+void tst_PivotObjectModel::fieldsByNameAndIndex()
+{
+    QFETCH(QString, fieldSet);
+    QFETCH(QStringList, fields);
+    QFETCH(QString, baseName);
+    const PivotFieldSet &set = m_view->FieldSets(fieldSet);
+    QCOMPARE(set.Name(), fieldSet);
+    QCOMPARE(set.Fields().Count(), fields.size());
+    QStringList enumerated;
+    for (const PivotField *field : set.Fields())
+        enumerated << field->Name();
+    QCOMPARE(enumerated, fields);
+    for (int i = 0; i < fields.size(); ++i) {
+        QCOMPARE(&set.Fields(fields[i]), &set.Fields(i));
+        QCOMPARE(set.Fields(i).BaseName(), baseName);
+        QVERIFY(set.Fields(i).IsIncluded());
+        QCOMPARE(set.Fields(i).FieldSet(), &set);
+    }
+}
+
+void tst_PivotObjectModel::dateMembers_data()
+{
+    QTest::addColumn<QString>("fieldSet");
+    QTest::addColumn<QStringList>("path");
+    QTest::addColumn<QStringList>("children");
+    const QString month = u"NewsDate By Month"_s;
+    const QString week = u"NewsDate By Week"_s;
+    QTest::newRow("years") << month << QStringList()
+                           << QStringList{u"(blank)"_s, u"2004"_s, u"2005"_s, u"2006"_s};
+    QTest::newRow("quarters") << month << QStringList{u"2005"_s}
+                              << QStringList{u"Qtr1"_s, u"Qtr2"_s};
+    QTest::newRow("months") << month << QStringList{u"2005"_s, u"Qtr1"_s}
+                            << QStringList{u"Jan"_s, u"Mar"_s};
+    QTest::newRow("days") << month << QStringList{u"2005"_s, u"Qtr1"_s, u"Jan"_s}
+                          << QStringList{u"3"_s};
+    QTest::newRow("hours") << month << QStringList{u"2005"_s, u"Qtr1"_s, u"Jan"_s, u"3"_s}
+                           << QStringList{u"10"_s};
+    QTest::newRow("minutes") << month
+                             << QStringList{u"2005"_s, u"Qtr1"_s, u"Jan"_s, u"3"_s, u"10"_s}
+                             << QStringList{u"15"_s};
+    QTest::newRow("seconds") << month << QStringList{u"2005"_s, u"Qtr1"_s, u"Jan"_s,
+                                                     u"3"_s,    u"10"_s,   u"15"_s}
+                             << QStringList{u"30"_s};
+    QTest::newRow("a leaf has none")
+        << month << QStringList{u"2005"_s, u"Qtr1"_s, u"Jan"_s, u"3"_s, u"10"_s, u"15"_s, u"30"_s}
+        << QStringList();
+    QTest::newRow("blank under blank")
+        << month << QStringList{u"(blank)"_s} << QStringList{u"(blank)"_s};
+    // 1 January 2005 was a Saturday: week 1 is the weekend, Monday the 3rd
+    // opens week 2; 2004 and 2006 each end in a week 53.
+    QTest::newRow("weeks 2005") << week << QStringList{u"2005"_s}
+                                << QStringList{u"Week 2"_s, u"Week 14"_s};
+    QTest::newRow("weeks 2004") << week << QStringList{u"2004"_s} << QStringList{u"Week 53"_s};
+    QTest::newRow("weeks 2006") << week << QStringList{u"2006"_s} << QStringList{u"Week 53"_s};
+    QTest::newRow("days of a week")
+        << week << QStringList{u"2005"_s, u"Week 14"_s} << QStringList{u"31"_s, u"1"_s};
+}
+
+void tst_PivotObjectModel::dateMembers()
+{
+    QFETCH(QString, fieldSet);
+    QFETCH(QStringList, path);
+    QFETCH(QStringList, children);
+    PivotMember member = m_view->FieldSets(fieldSet).Member();
+    for (const QString &step : path)
+        member = member.ChildMembers().Item(step);
+    QCOMPARE(captions(member.ChildMembers()), children);
+    for (const QString &caption : children)
+        QCOMPARE(member.ChildMembers().Item(caption).Caption(), caption);
+}
+
+void tst_PivotObjectModel::parentsLeadToTheRoot()
+{
+    PivotFieldSet &set = m_view->FieldSets(u"NewsDate By Month"_s);
+    const PivotMember second = set.Members()(u"2005"_s)
+                                   .ChildMembers()(u"Qtr1"_s)
+                                   .ChildMembers()(u"Jan"_s)
+                                   .ChildMembers()(u"3"_s)
+                                   .ChildMembers()(u"10"_s)
+                                   .ChildMembers()(u"15"_s)
+                                   .ChildMembers()(u"30"_s);
+    QCOMPARE(second.Field(), &set.Fields(u"Seconds"_s));
+    QStringList up;
+    PivotMember m = second;
+    for (; !m.ParentMember().isNull(); m = m.ParentMember())
+        up << m.Caption();
+    QCOMPARE(up, QStringList({u"30"_s, u"15"_s, u"10"_s, u"3"_s, u"Jan"_s, u"Qtr1"_s, u"2005"_s}));
+    QVERIFY(m.isRoot());
+    QCOMPARE(m.Caption(), u"ALL"_s);
+    QCOMPARE(m.Field(), nullptr);
+    QCOMPARE(set.Members().Item(0).ParentMember(), set.Member());
+}
+
+void tst_PivotObjectModel::textMembersSortAndMatchExactly()
+{
+    const PivotFieldSet &categories = m_view->FieldSets(u"Category"_s);
+    QCOMPARE(captions(categories.Members()), QStringList({u"Sports"_s, u"sports"_s, u"World"_s}));
+    QCOMPARE(categories.Members()(u"sports"_s).Caption(), u"sports"_s);
+    QCOMPARE(categories.Members()(u"Sports"_s).Caption(), u"Sports"_s);
+    QVERIFY(!(categories.Members()(u"sports"_s) == categories.Members()(u"Sports"_s)));
+    QCOMPARE(captions(m_view->FieldSets(u"Provider"_s).Members()),
+             QStringList({u"Alpha"_s, u"beta"_s, u"Gamma"_s}));
+    // A missing and an empty title are one blank member, which Count skips.
+    const PivotFieldSet &news = m_view->FieldSets(u"News"_s);
+    QCOMPARE(captions(news.Members()), QStringList({u"(blank)"_s, u"a"_s, u"b"_s, u"e"_s, u"f"_s}));
+    m_view->DataAxis().InsertTotal(
+        m_view->AddTotal(u"Count of News"_s, news.Fields(0), PivotTotal::Count));
+    QCOMPARE(PivotAggregator::run(*m_view).value(0, 0, 0), std::optional<double>(4));
+}
+
+void tst_PivotObjectModel::timestampMembers()
+{
+    const PivotFieldSet &stamps = m_view->FieldSets(u"NewsDate"_s);
+    QCOMPARE(captions(stamps.Members()),
+             QStringList({u"(blank)"_s, u"2004-12-31 08:00:00"_s, u"2005-01-03 10:15:30"_s,
+                          u"2005-03-31 23:59:59"_s, u"2005-04-01"_s, u"2006-12-31 12:00:00"_s}));
+    QCOMPARE(stamps.Members()(u"2005-04-01"_s).Caption(), u"2005-04-01"_s);
+    QVERIFY_THROWS_EXCEPTION(PivotError, stamps.Members()(u"2005-04-01 00:00:00"_s));
+    QVERIFY_THROWS_EXCEPTION(PivotError, stamps.Members()(u"2005-04-02"_s));
+}
+
+void tst_PivotObjectModel::unknownNamesRaise_data()
+{
+    QTest::addColumn<Action>("action");
+    QTest::addColumn<PivotError::Code>("code");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("field set") << Action([](PivotView &v) { v.FieldSets(u"Title"_s); })
+                               << PivotError::Code::NoSuchFieldSet
+                               << u"There is no field set named \"Title\"."_s;
+    QTest::newRow("field") << Action([](PivotView &v) {
+        v.FieldSets(u"Provider"_s).Fields(u"Months"_s);
+    }) << PivotError::Code::NoSuchField
+                           << u"The field set \"Provider\" has no field named \"Months\"."_s;
+    QTest::newRow("field index")
+        << Action([](PivotView &v) { v.FieldSets(u"Provider"_s).Fields(1); })
+        << PivotError::Code::IndexOutOfRange
+        << u"Index 1 is out of range for the fields of \"Provider\", which holds 1 item(s)."_s;
+    QTest::newRow("member") << Action([](PivotView &v) {
+        v.FieldSets(u"Provider"_s).Members()(u"Delta"_s);
+    }) << PivotError::Code::NoSuchMember
+                            << u"The member \"ALL\" has no child member \"Delta\"."_s;
+    QTest::newRow("child member") << Action([](PivotView &v) {
+        v.FieldSets(u"NewsDate By Month"_s).Members()(u"2005"_s).ChildMembers()(u"Qtr3"_s);
+    }) << PivotError::Code::NoSuchMember
+                                  << u"The member \"2005\" has no child member \"Qtr3\"."_s;
+    QTest::newRow("member index")
+        << Action([](PivotView &v) { v.FieldSets(u"Provider"_s).Members().Item(3); })
+        << PivotError::Code::IndexOutOfRange
+        << u"Index 3 is out of range for the members of \"ALL\", which holds 3 item(s)."_s;
+    QTest::newRow("AllIncludeExclude")
+        << Action([](PivotView &v) { v.FieldSets(u"Provider"_s).setAllIncludeExclude(3); })
+        << PivotError::Code::InvalidValue << u"\"3\" is not a valid value for AllIncludeExclude."_s;
+    QTest::newRow("function") << Action([](PivotView &v) {
+        v.AddTotal(u"x"_s, v.FieldSets(u"News"_s).Fields(0), 6);
+    }) << PivotError::Code::InvalidValue
+                              << u"\"6\" is not a valid value for Function."_s;
+    QTest::newRow("total twice") << Action([](PivotView &v) {
+        v.AddTotal(u"Count of News"_s, v.FieldSets(u"News"_s).Fields(0), 2);
+        v.AddTotal(u"Count of News"_s, v.FieldSets(u"Channel"_s).Fields(0), 2);
+    }) << PivotError::Code::DuplicateTotal
+                                 << u"There is already a total named \"Count of News\"."_s;
+    QTest::newRow("member of another field")
+        << Action([](PivotView &v) {
+               PivotFieldSet &dates = v.FieldSets(u"NewsDate By Month"_s);
+               dates.Fields(u"Months"_s).setIncludedMembers({dates.Members()(u"2005"_s)});
+           })
+        << PivotError::Code::WrongFieldSet
+        << u"The member \"2005\" is not a member of the field \"Months\"."_s;
+    QTest::newRow("member of another set")
+        << Action([](PivotView &v) {
+               v.FieldSets(u"Category"_s)
+                   .Fields(0)
+                   .setExcludedMembers({v.FieldSets(u"Provider"_s).Members()(u"Alpha"_s)});
+           })
+        << PivotError::Code::WrongFieldSet
+        << u"The member \"Alpha\" is not a member of the field \"Category\"."_s;
+    QTest::newRow("ExpandMembers")
+        << Action([](PivotView &v) { v.setExpandMembers(-1); }) << PivotError::Code::InvalidValue
+        << u"\"-1\" is not a valid value for ExpandMembers."_s;
+}
+
+void tst_PivotObjectModel::unknownNamesRaise()
+{
+    QFETCH(Action, action);
+    QFETCH(PivotError::Code, code);
+    QFETCH(QString, text);
+    try {
+        action(*m_view);
+        QFAIL("no error raised");
+    } catch (const PivotError &error) {
+        QCOMPARE(error.code(), code);
+        QCOMPARE(error.description, text);
+        QCOMPARE(error.source, u"QRT_StatCharts.Pivot"_s);
+        QCOMPARE(error.number, static_cast<qint32>(0x80040600u + static_cast<quint32>(code)));
+    }
+    // A failed call changes nothing.
+    QCOMPARE(m_view->FieldSets(u"Provider"_s).AllIncludeExclude(), 0);
+    QVERIFY(m_view->FieldSets(u"Category"_s).Fields(0).ExcludedMembers().empty());
+}
+
+void tst_PivotObjectModel::axesHoldAFieldSetOnce()
+{
+    PivotView &v = *m_view;
+    PivotFieldSet &provider = v.FieldSets(u"Provider"_s);
+    PivotFieldSet &month = v.FieldSets(u"NewsDate By Month"_s);
+    PivotFieldSet &channel = v.FieldSets(u"Channel"_s);
+    v.RowAxis().InsertFieldSet(provider);
+    v.RowAxis().InsertFieldSet(month, 0);
+    QCOMPARE(names(v.RowAxis().FieldSets()), QStringList({u"NewsDate By Month"_s, u"Provider"_s}));
+    v.RowAxis().InsertFieldSet(channel, 1);
+    QCOMPARE(names(v.RowAxis().FieldSets()),
+             QStringList({u"NewsDate By Month"_s, u"Channel"_s, u"Provider"_s}));
+    v.RowAxis().InsertFieldSet(month); // to the end of its own axis
+    QCOMPARE(names(v.RowAxis().FieldSets()),
+             QStringList({u"Channel"_s, u"Provider"_s, u"NewsDate By Month"_s}));
+    v.ColumnAxis().InsertFieldSet(provider);
+    QCOMPARE(names(v.RowAxis().FieldSets()), QStringList({u"Channel"_s, u"NewsDate By Month"_s}));
+    QCOMPARE(v.ColumnAxis().FieldSets().Count(), 1);
+    QCOMPARE(provider.Axis(), &v.ColumnAxis());
+    QCOMPARE(v.ColumnAxis().keyword(), u"COLUMN"_s);
+    v.ColumnAxis().RemoveFieldSet(provider);
+    QCOMPARE(provider.Axis(), nullptr);
+    QCOMPARE(v.ColumnAxis().FieldSets().Count(), 0);
+    PivotView other(m_data);
+    QVERIFY_THROWS_EXCEPTION(PivotError, other.RowAxis().InsertFieldSet(provider));
+}
+
+void tst_PivotObjectModel::totals()
+{
+    PivotView &v = *m_view;
+    PivotField &news = v.FieldSets(u"News"_s).Fields(0);
+    PivotTotal &count = v.AddTotal(u"Count of News"_s, news, PivotTotal::Count);
+    QCOMPARE(v.DataAxis().Totals().Count(), 0); // made, not yet shown
+    v.DataAxis().InsertTotal(count);
+    PivotTotal &latest =
+        v.AddTotal(u"Latest"_s, v.FieldSets(u"NewsDate"_s).Fields(0), PivotTotal::Max);
+    v.DataAxis().InsertTotal(latest, 0);
+    QCOMPARE(v.DataAxis().Totals().Count(), 2);
+    QCOMPARE(&v.DataAxis().Totals().Item(0), &latest);
+    QCOMPARE(count.Caption(), u"Count of News"_s);
+    QCOMPARE(count.Field()->BaseName(), u"News"_s);
+    QCOMPARE(count.Function(), 2);
+    const PivotResult result = PivotAggregator::run(v);
+    QCOMPARE(result.totalCaption(0), u"Latest"_s);
+    QCOMPARE(result.value(0, 0, 0),
+             std::optional<double>(qrt::dates::fromText("2006-12-31 12:00:00").value()));
+    QCOMPARE(result.value(0, 0, 1), std::optional<double>(4));
+    v.DeleteTotal(latest);
+    QCOMPARE(v.DataAxis().Totals().Count(), 1);
+    QCOMPARE(v.Totals().Count(), 1);
+}
+
+void tst_PivotObjectModel::memberChoicesRoundTrip()
+{
+    // What the layout restore does: walk a stored path from the top, take
+    // the captions among the last step's children, and read them back.
+    PivotFieldSet &dates = m_view->FieldSets(u"NewsDate By Month"_s);
+    PivotField &months = dates.Fields(u"Months"_s);
+    const PivotMember quarter = dates.Members()(u"2005"_s).ChildMembers()(u"Qtr1"_s);
+    months.setIncludedMembers({quarter.ChildMembers()(u"Mar"_s), quarter.ChildMembers()(u"Jan"_s),
+                               quarter.ChildMembers()(u"Mar"_s)});
+    dates.setAllIncludeExclude(2);
+    const std::vector<PivotMember> chosen = months.IncludedMembers();
+    QCOMPARE(chosen.size(), std::size_t(2));
+    QCOMPARE(chosen[0].Caption(), u"Mar"_s);
+    QCOMPARE(chosen[1].Caption(), u"Jan"_s);
+    QCOMPARE(chosen[0].ParentMember(), quarter);
+    QCOMPARE(chosen[0].ParentMember().ParentMember().Caption(), u"2005"_s);
+    QCOMPARE(dates.AllIncludeExclude(), 2);
+    // Only news of January and March 2005 are left.
+    m_view->FilterAxis().InsertFieldSet(dates);
+    m_view->DataAxis().InsertTotal(
+        m_view->AddTotal(u"n"_s, m_view->FieldSets(u"Channel"_s).Fields(0), 2));
+    QCOMPARE(PivotAggregator::run(*m_view).value(0, 0, 0), std::optional<double>(2));
+}
+
+void tst_PivotObjectModel::everyChangeMovesTheLayoutVersion()
+{
+    PivotView &v = *m_view;
+    quint64 version = v.layoutVersion();
+    const std::vector<Action> changes = {
+        [](PivotView &view) { view.RowAxis().InsertFieldSet(view.FieldSets(u"Provider"_s)); },
+        [](PivotView &view) { view.FieldSets(u"Provider"_s).Fields(0).setIsIncluded(false); },
+        [](PivotView &view) { view.FieldSets(u"Provider"_s).setAllIncludeExclude(1); },
+        [](PivotView &view) { view.FieldSets(u"Provider"_s).Members().Item(0).setExpanded(false); },
+        [](PivotView &view) { view.setExpandMembers(2); },
+        [](PivotView &view) {
+            view.DataAxis().InsertTotal(
+                view.AddTotal(u"t"_s, view.FieldSets(u"News"_s).Fields(0), 2));
+        },
+    };
+    for (const Action &change : changes) {
+        change(v);
+        QVERIFY(v.layoutVersion() > version);
+        version = v.layoutVersion();
+    }
+    QVERIFY(!v.FieldSets(u"Provider"_s).Members().Item(0).Expanded());
+    QVERIFY(!v.FieldSets(u"Provider"_s).Members().Item(1).Expanded()); // ExpandMembers 2
+}
+
+QTEST_GUILESS_MAIN(tst_PivotObjectModel)
+#include "tst_pivotobjectmodel.moc"
