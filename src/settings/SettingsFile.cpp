@@ -1,13 +1,20 @@
 #include "settings/SettingsFile.h"
 
 #include <QDateTime>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
-#include <QLockFile>
 #include <QLoggingCategory>
-#include <QSaveFile>
+#include <QTemporaryFile>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <thread>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -21,10 +28,52 @@ namespace {
 // waits briefly, since a reader of a good file never needs the lock at all.
 constexpr int ReaderLockWaitMs = 2000;
 
-QString lockPath(const QString &path)
+// Temporary files beside the settings file end so, QTemporaryFile filling in
+// the X's.
+constexpr QLatin1StringView TemporarySuffix{".tmp-XXXXXX"};
+
+// Readable by all, as a configuration file is; a replaced file keeps its own.
+constexpr QFileDevice::Permissions NewFilePermissions =
+    QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadUser |
+    QFileDevice::WriteUser | QFileDevice::ReadGroup | QFileDevice::ReadOther;
+
+// The lock every process takes around a change of the file: the kernel's
+// exclusive lock on a lock file beside it. Taking it writes nothing to disk
+// (QLockFile syncs its lock file on every lock, which costs several times the
+// whole change it guards), and the kernel drops it when its process ends
+// however it ends, so a killed writer never leaves a stale lock. The lock
+// file itself stays; it holds nothing.
+class ProcessLock
 {
-    return path + u".lock"_s;
-}
+public:
+    explicit ProcessLock(const QString &path)
+        : m_fd(::open(QFile::encodeName(path + u".lock"_s).constData(),
+                      O_RDONLY | O_CREAT | O_CLOEXEC, 0644))
+    {}
+    ~ProcessLock()
+    {
+        if (m_fd >= 0)
+            ::close(m_fd); // releases the lock
+    }
+    ProcessLock(const ProcessLock &) = delete;
+    ProcessLock &operator=(const ProcessLock &) = delete;
+
+    bool tryLock(int timeoutMs) const
+    {
+        if (m_fd < 0)
+            return false;
+        const QDeadlineTimer deadline(timeoutMs);
+        while (::flock(m_fd, LOCK_EX | LOCK_NB) != 0) {
+            if ((errno != EWOULDBLOCK && errno != EINTR) || deadline.hasExpired())
+                return false;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return true;
+    }
+
+private:
+    int m_fd;
+};
 
 } // namespace
 
@@ -37,7 +86,7 @@ QJsonObject SettingsFile::read() const
     QJsonObject top;
     if (load(top) != Load::Damaged)
         return top;
-    QLockFile lock(lockPath(m_path));
+    const ProcessLock lock(m_path);
     if (lock.tryLock(ReaderLockWaitMs) && load(top) == Load::Damaged)
         setAside();
     return load(top) == Load::Ok ? top : QJsonObject();
@@ -50,9 +99,9 @@ bool SettingsFile::update(const std::function<bool(QJsonObject &)> &change) cons
         qCWarning(lcSettings) << "cannot create the settings folder" << folder;
         return false;
     }
-    QLockFile lock(lockPath(m_path));
+    const ProcessLock lock(m_path);
     if (!lock.tryLock(LockTimeoutMs)) {
-        qCWarning(lcSettings) << "cannot lock" << m_path << "error" << lock.error();
+        qCWarning(lcSettings) << "cannot lock" << m_path;
         return false;
     }
     QJsonObject top;
@@ -70,7 +119,21 @@ bool SettingsFile::update(const std::function<bool(QJsonObject &)> &change) cons
     case Load::Ok:
         break;
     }
-    return !change(top) || write(top);
+    if (!change(top))
+        return true;
+    removeLeftovers();
+    return write(top);
+}
+
+// Only the holder of the lock writes a temporary file, so any found while we
+// hold it was left by a writer that died.
+void SettingsFile::removeLeftovers() const
+{
+    const QFileInfo info(m_path);
+    QDir folder = info.absoluteDir();
+    const QString pattern = info.fileName() + QString(TemporarySuffix).replace(u'X', u'?');
+    for (const QString &name : folder.entryList({pattern}, QDir::Files))
+        folder.remove(name);
 }
 
 SettingsFile::Load SettingsFile::load(QJsonObject &top) const
@@ -126,18 +189,34 @@ bool SettingsFile::setAside() const
     return true;
 }
 
+// The new document goes to a temporary file beside the old one, which then
+// replaces it in one rename: a process that dies at any point leaves the old
+// file or the new one. There is no sync to disk per write, as QSaveFile would
+// do: a window's close saves each key on its own, and a sync per key makes
+// that close take up to a second on a busy disk. The rename over the old file
+// keeps old-or-new across a power loss on the usual Linux file systems too,
+// at the price of the last few seconds of changes.
 bool SettingsFile::write(const QJsonObject &top) const
 {
-    QSaveFile file(m_path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        qCWarning(lcSettings) << "cannot write" << m_path << file.errorString();
+    QTemporaryFile file(m_path + TemporarySuffix);
+    if (!file.open()) {
+        qCWarning(lcSettings) << "cannot write into" << QFileInfo(m_path).absolutePath()
+                              << file.errorString();
         return false;
     }
-    file.write(QJsonDocument(top).toJson(QJsonDocument::Indented));
-    if (!file.commit()) {
-        qCWarning(lcSettings) << "cannot write" << m_path << file.errorString();
+    const QByteArray bytes = QJsonDocument(top).toJson(QJsonDocument::Indented);
+    const QFileInfo old(m_path);
+    file.setPermissions(old.exists() ? old.permissions() : NewFilePermissions);
+    if (file.write(bytes) != bytes.size() || !file.flush()) {
+        qCWarning(lcSettings) << "cannot write" << file.fileName() << file.errorString();
         return false;
     }
+    if (::rename(QFile::encodeName(file.fileName()).constData(),
+                 QFile::encodeName(m_path).constData()) != 0) {
+        qCWarning(lcSettings) << "cannot replace" << m_path << qt_error_string(errno);
+        return false;
+    }
+    file.setAutoRemove(false); // it is the settings file now
     return true;
 }
 

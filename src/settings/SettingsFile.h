@@ -3,7 +3,8 @@
 // and written back whole. Readers never lock, since a write replaces the file
 // in one rename; writers take a lock shared with other processes, so two
 // programs saving at once each see the other's change. A file that does not
-// parse is set aside under a dated name and never written over.
+// parse is set aside under a dated name and never written over. The folder
+// also holds the empty lock file "settings.json.lock".
 
 #include <QJsonObject>
 #include <QString>
@@ -42,6 +43,7 @@ private:
     static bool isNode(const QJsonObject &node);
     Load load(QJsonObject &top) const;
     bool setAside() const;
+    void removeLeftovers() const;
     bool write(const QJsonObject &top) const;
 
     QString m_path;

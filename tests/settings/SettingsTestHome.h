@@ -1,0 +1,60 @@
+#pragma once
+// A private home for the settings tests: the user's and the machine's
+// configuration folders point into a temporary folder, for this process and
+// for the programs it starts, so no test touches real settings.
+
+#include "settings/SettingsStore.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcessEnvironment>
+#include <QTemporaryDir>
+
+class SettingsTestHome
+{
+public:
+    SettingsTestHome()
+    {
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(userFolder()));
+        qputenv("XDG_CONFIG_DIRS",
+                QFile::encodeName(machineFolder() + u':' + m_dir.path() + QStringLiteral("/etc2")));
+    }
+
+    bool isValid() const { return m_dir.isValid(); }
+    QString userFolder() const { return m_dir.path() + QStringLiteral("/config"); }
+    QString machineFolder() const { return m_dir.path() + QStringLiteral("/etc1"); }
+    QString userFile() const
+    {
+        return qrt::settings::SettingsStore::filePathOf(qrt::settings::StoreRoot::CurrentUser);
+    }
+    QString machineFile() const
+    {
+        return qrt::settings::SettingsStore::filePathOf(qrt::settings::StoreRoot::Machine);
+    }
+
+    // Starts every test from empty folders.
+    void clear() const
+    {
+        for (const QString &folder : {userFolder(), machineFolder()}) {
+            QDir(folder).removeRecursively();
+            QDir().mkpath(folder);
+        }
+    }
+
+    static QByteArray contents(const QString &path)
+    {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    static bool write(const QString &path, const QByteArray &bytes)
+    {
+        QDir().mkpath(QFileInfo(path).absolutePath());
+        QFile file(path);
+        return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+    }
+
+private:
+    QTemporaryDir m_dir;
+};

@@ -1,0 +1,520 @@
+// CAppSettings: its properties and their refusals, the table of errors, the
+// typing of stored values, defaults, key listing and deletion, all on real
+// settings files in a private home.
+
+#include "SettingsTestHome.h"
+#include "component/modUtils.h"
+#include "errors/ComponentError.h"
+#include "settings/CAppSettings.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTest>
+#include <functional>
+#include <limits>
+#include <optional>
+#include <qrt/statCharts.h>
+
+using namespace Qt::StringLiterals;
+using qrt::settings::SettingsStore;
+using qrt::settings::StoreEntry;
+
+using Action = std::function<void(CAppSettings &)>;
+Q_DECLARE_METATYPE(Action)
+Q_DECLARE_METATYPE(std::optional<StoreEntry>)
+
+namespace qrt::settings {
+char *toString(const StoreEntry &entry)
+{
+    return QTest::toString(
+        u"type %1, bytes %2"_s.arg(entry.type).arg(QString::fromLatin1(entry.data.toHex(' '))));
+}
+} // namespace qrt::settings
+
+namespace {
+
+const QString Section = u"STATCHART"_s;
+const QString SectionPath = u"Software\\Koltrin\\Zorvane\\STATCHART"_s;
+
+// The entry of a node, or a marker of none that no test expects.
+StoreEntry entryOf(const QString &file, const QString &path, const QString &key)
+{
+    return SettingsStore(file).entry(path, key).value_or(StoreEntry{0xDEAD, "missing"});
+}
+
+std::optional<ComponentError> raisedBy(const std::function<void()> &operation)
+{
+    try {
+        operation();
+    } catch (const ComponentError &error) {
+        return error;
+    }
+    return std::nullopt;
+}
+
+CAppSettings zorvaneSettings()
+{
+    CAppSettings settings;
+    settings.Init(u"Koltrin"_s, u"Zorvane"_s);
+    return settings;
+}
+
+// A file of the user's root whose section holds count integer entries.
+QByteArray fileWithEntries(int count)
+{
+    QJsonObject entries;
+    for (int i = 0; i < count; ++i)
+        entries.insert(u"K"_s + QString::number(i), i);
+    QJsonObject node{{u"entries"_s, entries}};
+    for (const QString &name : {u"STATCHART"_s, u"Zorvane"_s, u"Koltrin"_s, u"Software"_s})
+        node = QJsonObject{{u"nodes"_s, QJsonObject{{name, node}}}};
+    return QJsonDocument(node).toJson(QJsonDocument::Compact);
+}
+
+struct Properties
+{
+    qint32 rootKey;
+    QString mainBranch, companyName, appName;
+    bool operator==(const Properties &) const = default;
+};
+
+Properties propertiesOf(const CAppSettings &s)
+{
+    return {s.RootKey(), s.MainBranch(), s.CompanyName(), s.AppName()};
+}
+
+} // namespace
+
+class tst_CAppSettings : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+
+    void initialProperties();
+    void initStoresCompanyBeforeRefusingAppName();
+    void acceptedProperties();
+    void errorTable_data();
+    void errorTable();
+    void refusedSaveKeepsStoredValueAndVariable_data();
+    void refusedSaveKeepsStoredValueAndVariable();
+    void roundTrip_data();
+    void roundTrip();
+    void secondSaveReplacesTypeAndValue();
+    void getSettingGivesDefault_data();
+    void getSettingGivesDefault();
+    void sectionPaths();
+    void componentUsesItsOwnSections();
+    void getAllKeys();
+    void getAllKeysHoldsAtMost32767Names();
+    void deleteSetting();
+
+private:
+    SettingsTestHome m_home;
+};
+
+void tst_CAppSettings::init()
+{
+    QVERIFY(m_home.isValid());
+    m_home.clear();
+}
+
+void tst_CAppSettings::initialProperties()
+{
+    const CAppSettings settings;
+    QCOMPARE(settings.RootKey(), static_cast<qint32>(0x80000001u));
+    QCOMPARE(settings.MainBranch(), u"Software"_s);
+    QCOMPARE(settings.CompanyName(), u"MyCompany"_s);
+    QCOMPARE(settings.AppName(), u"MyApplication"_s);
+}
+
+void tst_CAppSettings::initStoresCompanyBeforeRefusingAppName()
+{
+    CAppSettings settings;
+    const auto error = raisedBy([&] { settings.Init(u"Koltrin"_s, QString()); });
+    QVERIFY(error);
+    QCOMPARE(error->number, static_cast<qint32>(0x8004427Du));
+    QCOMPARE(settings.CompanyName(), u"Koltrin"_s);
+    QCOMPARE(settings.AppName(), u"MyApplication"_s);
+
+    QVERIFY(raisedBy([&] { settings.Init(QString(), u"Zorvane"_s); }));
+    QCOMPARE(settings.CompanyName(), u"Koltrin"_s);
+    QCOMPARE(settings.AppName(), u"MyApplication"_s);
+}
+
+void tst_CAppSettings::acceptedProperties()
+{
+    CAppSettings settings;
+    settings.RootKey(static_cast<qint32>(0x80000002u));
+    QCOMPARE(settings.RootKey(), CAppSettings::MachineRoot);
+    settings.RootKey(static_cast<qint32>(0x80000001u));
+    QCOMPARE(settings.RootKey(), CAppSettings::CurrentUserRoot);
+    settings.MainBranch(u"Programs"_s);
+    settings.Init(u"Koltrin"_s, u"Zorvane"_s);
+    QCOMPARE(propertiesOf(settings), (Properties{CAppSettings::CurrentUserRoot, u"Programs"_s,
+                                                 u"Koltrin"_s, u"Zorvane"_s}));
+}
+
+void tst_CAppSettings::errorTable_data()
+{
+    QTest::addColumn<Action>("setup");
+    QTest::addColumn<Action>("action");
+    QTest::addColumn<quint32>("number");
+    QTest::addColumn<QString>("source");
+    QTest::addColumn<QString>("description");
+
+    const Action none = [](CAppSettings &) {};
+    const QString cls = u"QRT_StatCharts.CAppSettings"_s;
+    const QString store = u"QRT_StatCharts.CAppSetting"_s;
+    const QString badAppName = u"Invalid AppName value"_s;
+    const QString badCompany = u"Invalid CompanyName value"_s;
+    const QString badRoot = u"Invalid root key value"_s;
+    const QString failedSave = u"Failed saving the application setting"_s;
+    const QString failure = u"CAppSettings component failure"_s;
+    const auto save = [](QVariant value) -> Action {
+        return [value](CAppSettings &s) { s.SaveSetting(Section, u"LEGEND"_s, value); };
+    };
+
+    QTest::newRow("Init with an empty AppName")
+        << none << Action([](CAppSettings &s) { s.Init(u"Koltrin"_s, QString()); }) << 0x8004427Du
+        << cls << badAppName;
+    QTest::newRow("AppName set empty")
+        << none << Action([](CAppSettings &s) { s.AppName(QString()); }) << 0x8004427Du << cls
+        << badAppName;
+    QTest::newRow("Init with an empty CompanyName")
+        << none << Action([](CAppSettings &s) { s.Init(QString(), u"Zorvane"_s); }) << 0x8004427Eu
+        << cls << badCompany;
+    QTest::newRow("CompanyName set empty")
+        << none << Action([](CAppSettings &s) { s.CompanyName(QString()); }) << 0x8004427Eu << cls
+        << badCompany;
+    QTest::newRow("MainBranch set empty")
+        << none << Action([](CAppSettings &s) { s.MainBranch(QString()); }) << 0x8004427Fu << cls
+        << u"Invalid MainBranch value"_s;
+    for (const quint32 root : {0u, 1u, 0x80000000u, 0x80000003u, 0x80000005u, 0xFFFFFFFFu}) {
+        QTest::addRow("RootKey set to 0x%x", root)
+            << none << Action([root](CAppSettings &s) { s.RootKey(static_cast<qint32>(root)); })
+            << 0x80044280u << cls << badRoot;
+    }
+    QTest::newRow("SaveSetting where the settings folder can't be made")
+        << none << Action([this](CAppSettings &s) {
+               // A file where the folder should be stops even root.
+               const QString blocked = m_home.userFolder() + u"/blocked"_s;
+               SettingsTestHome::write(blocked, "x");
+               qputenv("XDG_CONFIG_HOME", QFile::encodeName(blocked));
+               s.SaveSetting(Section, u"LEGEND"_s, u"0"_s);
+           })
+        << 0x80044281u << store << failedSave;
+    QTest::newRow("SaveSetting to a section that names no node")
+        << none << Action([](CAppSettings &s) {
+               QVariant value = 1;
+               s.SaveSetting(u"A\\\\B"_s, u"LEGEND"_s, value);
+           })
+        << 0x80044281u << store << failedSave;
+    QTest::newRow("GetAllKeys of a missing section") << none << Action([](CAppSettings &s) {
+        QStringList keys;
+        s.GetAllKeys(u"NOSUCHSECTION"_s, keys);
+    }) << 0x80044283u << store << u"Failed getting all the application keys"_s;
+    QTest::newRow("SaveSetting of the missing value")
+        << none << save(QVariant()) << 0x80044284u << cls << failure;
+    QTest::newRow("SaveSetting of a number too large")
+        << none << save(3e10) << 0x80044284u << cls << failure;
+    QTest::newRow("SaveSetting of a list")
+        << none << save(QStringList{u"a"_s}) << 0x80044284u << cls << failure;
+    QTest::newRow("GetSetting of a text entry without terminator") << Action([](CAppSettings &) {
+        SettingsStore(qrt::settings::StoreRoot::CurrentUser)
+            .setEntry(SectionPath, u"EMPTY"_s, StoreEntry{1, {}});
+    }) << Action([](CAppSettings &s) { s.GetSetting(Section, u"EMPTY"_s, u"d"_s); })
+                                                                   << 0x80044284u << cls << failure;
+    QTest::newRow("GetAllKeys of 32,768 names") << Action([this](CAppSettings &) {
+        QVERIFY(SettingsTestHome::write(m_home.userFile(), fileWithEntries(32768)));
+    }) << Action([](CAppSettings &s) {
+        QStringList keys;
+        s.GetAllKeys(Section, keys);
+    }) << 0x80044284u << cls << failure;
+}
+
+void tst_CAppSettings::errorTable()
+{
+    QFETCH(Action, setup);
+    QFETCH(Action, action);
+    QFETCH(quint32, number);
+    QFETCH(QString, source);
+    QFETCH(QString, description);
+
+    CAppSettings settings = zorvaneSettings();
+    settings.SaveSetting(Section, u"LEGEND"_s, u"1"_s);
+    const QString file = m_home.userFile();
+    setup(settings);
+    const Properties before = propertiesOf(settings);
+    const QByteArray fileBefore = SettingsTestHome::contents(file);
+    const QVariant legendBefore = settings.GetSetting(Section, u"LEGEND"_s);
+
+    const auto error = raisedBy([&] { action(settings); });
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_home.userFolder()));
+
+    QVERIFY(error);
+    QCOMPARE(static_cast<quint32>(error->number), number);
+    QCOMPARE(error->source, source);
+    QCOMPARE(error->description, description);
+    // A refused value or a failed operation leaves the object and the file as they were.
+    QCOMPARE(propertiesOf(settings), before);
+    QCOMPARE(SettingsTestHome::contents(file), fileBefore);
+    QCOMPARE(settings.GetSetting(Section, u"LEGEND"_s), legendBefore);
+}
+
+void tst_CAppSettings::refusedSaveKeepsStoredValueAndVariable_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::newRow("missing value") << QVariant();
+    QTest::newRow("above the 32-bit range") << QVariant(2147483648.0);
+    QTest::newRow("rounds up out of range") << QVariant(2147483647.5);
+    QTest::newRow("below the 32-bit range") << QVariant(-2147483649.0);
+    QTest::newRow("unsigned out of range") << QVariant(4000000000u);
+    QTest::newRow("64-bit out of range") << QVariant(Q_INT64_C(-5000000000));
+    QTest::newRow("not a number") << QVariant(std::numeric_limits<double>::quiet_NaN());
+    QTest::newRow("infinite") << QVariant(std::numeric_limits<double>::infinity());
+    QTest::newRow("bytes") << QVariant(QByteArray("12"));
+    QTest::newRow("list") << QVariant(QVariantList{1, 2});
+}
+
+void tst_CAppSettings::refusedSaveKeepsStoredValueAndVariable()
+{
+    QFETCH(QVariant, value);
+    const CAppSettings settings = zorvaneSettings();
+    settings.SaveSetting(Section, u"PERIOD"_s, 4);
+
+    QVariant setting = value;
+    const auto error = raisedBy([&] { settings.SaveSetting(Section, u"PERIOD"_s, setting); });
+    QVERIFY(error);
+    QCOMPARE(static_cast<quint32>(error->number), 0x80044284u);
+    QCOMPARE(settings.GetSetting(Section, u"PERIOD"_s), QVariant(4));
+    QCOMPARE(setting.typeId(), value.typeId());
+    if (value.typeId() != QMetaType::Double) // NaN never equals itself
+        QCOMPARE(setting, value);
+}
+
+void tst_CAppSettings::roundTrip_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QVariant>("stored");
+    QTest::addColumn<QVariant>("variable"); // what the caller's variable holds after
+
+    const auto text = [](const QString &t) { return QVariant(t); };
+    QTest::newRow("text") << text(u"Plot"_s) << text(u"Plot"_s) << text(u"Plot"_s);
+    QTest::newRow("empty text") << text(u""_s) << text(u""_s) << text(u""_s);
+    QTest::newRow("query text") << text(u"ORDER BY Providers.ID, News.pubDate"_s)
+                                << text(u"ORDER BY Providers.ID, News.pubDate"_s)
+                                << text(u"ORDER BY Providers.ID, News.pubDate"_s);
+    QTest::newRow("non-ASCII text")
+        << text(u"Zürich – 新闻 \\ \"q\""_s) << text(u"Zürich – 新闻 \\ \"q\""_s)
+        << text(u"Zürich – 新闻 \\ \"q\""_s);
+    QTest::newRow("digits as text") << text(u"42"_s) << text(u"42"_s) << text(u"42"_s);
+    QTest::newRow("integer") << QVariant(1) << QVariant(1) << QVariant(1);
+    QTest::newRow("negative integer") << QVariant(-7) << QVariant(-7) << QVariant(-7);
+    QTest::newRow("largest") << QVariant(Q_INT64_C(2147483647)) << QVariant(2147483647)
+                             << QVariant(2147483647);
+    QTest::newRow("smallest") << QVariant(Q_INT64_C(-2147483648)) << QVariant(-2147483647 - 1)
+                              << QVariant(-2147483647 - 1);
+    QTest::newRow("short") << QVariant::fromValue<short>(12) << QVariant(12) << QVariant(12);
+    QTest::newRow("unsigned") << QVariant(7u) << QVariant(7) << QVariant(7);
+    QTest::newRow("fraction rounds up") << QVariant(3.6) << QVariant(4) << QVariant(4);
+    QTest::newRow("fraction rounds down") << QVariant(3.4) << QVariant(3) << QVariant(3);
+    QTest::newRow("negative fraction") << QVariant(-3.6) << QVariant(-4) << QVariant(-4);
+    QTest::newRow("half to even below") << QVariant(2.5) << QVariant(2) << QVariant(2);
+    QTest::newRow("half to even above") << QVariant(3.5) << QVariant(4) << QVariant(4);
+    QTest::newRow("negative half") << QVariant(-2.5) << QVariant(-2) << QVariant(-2);
+    QTest::newRow("rounds into range")
+        << QVariant(-2147483648.4) << QVariant(-2147483647 - 1) << QVariant(-2147483647 - 1);
+    QTest::newRow("float") << QVariant(1.25f) << QVariant(1) << QVariant(1);
+    QTest::newRow("true") << QVariant(true) << text(u"True"_s) << QVariant(true);
+    QTest::newRow("false") << QVariant(false) << text(u"False"_s) << QVariant(false);
+    QTest::newRow("date") << QVariant(QDate(2005, 3, 15)) << text(u"2005-03-15"_s)
+                          << QVariant(QDate(2005, 3, 15));
+    const QDateTime morning(QDate(2005, 3, 15), QTime(10, 30));
+    QTest::newRow("date and time")
+        << QVariant(morning) << text(u"2005-03-15 10:30:00"_s) << QVariant(morning);
+    const QDateTime midnight(QDate(2005, 3, 15), QTime(0, 0));
+    QTest::newRow("date at midnight")
+        << QVariant(midnight) << text(u"2005-03-15"_s) << QVariant(midnight);
+    QTest::newRow("time") << QVariant(QTime(12, 30)) << text(u"12:30:00"_s)
+                          << QVariant(QTime(12, 30));
+}
+
+void tst_CAppSettings::roundTrip()
+{
+    QFETCH(QVariant, value);
+    QFETCH(QVariant, stored);
+    QFETCH(QVariant, variable);
+
+    const CAppSettings settings = zorvaneSettings();
+    QVariant setting = value;
+    settings.SaveSetting(Section, u"KEY"_s, setting);
+    const QVariant got = settings.GetSetting(Section, u"KEY"_s, u"the default"_s);
+    QCOMPARE(got.typeId(), stored.typeId());
+    QCOMPARE(got, stored);
+    QCOMPARE(setting.typeId(), variable.typeId());
+    QCOMPARE(setting, variable);
+
+    // The store holds exactly a text or a 32-bit integer.
+    const auto entry = SettingsStore(m_home.userFile()).entry(SectionPath, u"KEY"_s);
+    QVERIFY(entry);
+    QCOMPARE(entry->type, stored.typeId() == QMetaType::Int ? 4u : 1u);
+    QCOMPARE(entry->data.size(),
+             stored.typeId() == QMetaType::Int ? 4 : stored.toString().toUtf8().size() + 1);
+}
+
+void tst_CAppSettings::secondSaveReplacesTypeAndValue()
+{
+    const CAppSettings settings = zorvaneSettings();
+    settings.SaveSetting(Section, u"KEY"_s, u"text"_s);
+    settings.SaveSetting(Section, u"KEY"_s, 12);
+    QCOMPARE(settings.GetSetting(Section, u"KEY"_s), QVariant(12));
+    settings.SaveSetting(Section, u"KEY"_s, u"again"_s);
+    QCOMPARE(settings.GetSetting(Section, u"KEY"_s), QVariant(u"again"_s));
+}
+
+void tst_CAppSettings::getSettingGivesDefault_data()
+{
+    QTest::addColumn<bool>("sectionExists");
+    QTest::addColumn<std::optional<StoreEntry>>("entry");
+    QTest::addColumn<QVariant>("defaultValue");
+    QTest::addColumn<QVariant>("expected");
+
+    const std::optional<StoreEntry> none;
+    QTest::newRow("missing section") << false << none << QVariant(u"Plot"_s) << QVariant(u"Plot"_s);
+    QTest::newRow("missing section, no default") << false << none << QVariant() << QVariant();
+    QTest::newRow("missing key") << true << none << QVariant(5) << QVariant(5);
+    QTest::newRow("missing key, no default") << true << none << QVariant() << QVariant();
+    QTest::newRow("entry of another type")
+        << true << std::optional(StoreEntry{3, "\x01\x02"}) << QVariant(5) << QVariant(5);
+    QTest::newRow("integer entry too long for 32 bits")
+        << true << std::optional(StoreEntry{4, QByteArray(8, '\x01')}) << QVariant(5)
+        << QVariant(5);
+    QTest::newRow("integer entry of two bytes")
+        << true << std::optional(StoreEntry{4, "\x34\x12"}) << QVariant(5) << QVariant(0x1234);
+    QTest::newRow("text entry cut at its last byte")
+        << true << std::optional(StoreEntry{1, "ab"}) << QVariant(5) << QVariant(u"a"_s);
+}
+
+void tst_CAppSettings::getSettingGivesDefault()
+{
+    QFETCH(bool, sectionExists);
+    QFETCH(std::optional<StoreEntry>, entry);
+    QFETCH(QVariant, defaultValue);
+    QFETCH(QVariant, expected);
+
+    const SettingsStore store(m_home.userFile());
+    if (sectionExists)
+        QVERIFY(store.setEntry(SectionPath, u"OTHER"_s, StoreEntry::text(u"x"_s)));
+    if (entry)
+        QVERIFY(store.setEntry(SectionPath, u"KEY"_s, *entry));
+
+    const CAppSettings settings = zorvaneSettings();
+    const QVariant got = defaultValue.isValid()
+                             ? settings.GetSetting(Section, u"KEY"_s, defaultValue)
+                             : settings.GetSetting(Section, u"KEY"_s);
+    QCOMPARE(got.typeId(), expected.typeId());
+    QCOMPARE(got, expected);
+}
+
+void tst_CAppSettings::sectionPaths()
+{
+    CAppSettings settings;
+    settings.SaveSetting(u"SEC"_s, u"K"_s, 1);
+    settings.Init(u"Koltrin"_s, u"Zorvane"_s);
+    settings.SaveSetting(u"A\\B"_s, u"K"_s, 2);
+    settings.MainBranch(u"Programs"_s);
+    settings.SaveSetting(u"SEC"_s, u"K"_s, 3);
+    settings.RootKey(CAppSettings::MachineRoot);
+    settings.SaveSetting(u"SEC"_s, u"K"_s, 4);
+
+    const QString user = m_home.userFile();
+    QCOMPARE(entryOf(user, u"Software\\MyCompany\\MyApplication\\SEC"_s, u"K"_s),
+             StoreEntry::dword(1));
+    QCOMPARE(entryOf(user, u"Software\\Koltrin\\Zorvane\\A\\B"_s, u"K"_s), StoreEntry::dword(2));
+    QCOMPARE(entryOf(user, u"Programs\\Koltrin\\Zorvane\\SEC"_s, u"K"_s), StoreEntry::dword(3));
+    QCOMPARE(SettingsStore(user).nodeNames(u"Software\\Koltrin\\Zorvane"_s), QStringList{u"A"_s});
+    QCOMPARE(m_home.machineFile(), m_home.machineFolder() + u"/QRT_StatCharts/settings.json"_s);
+    QCOMPARE(entryOf(m_home.machineFile(), u"Programs\\Koltrin\\Zorvane\\SEC"_s, u"K"_s),
+             StoreEntry::dword(4));
+    QCOMPARE(settings.GetSetting(u"SEC"_s, u"K"_s), QVariant(4));
+    settings.RootKey(CAppSettings::CurrentUserRoot);
+    QCOMPARE(settings.GetSetting(u"SEC"_s, u"K"_s), QVariant(3));
+}
+
+void tst_CAppSettings::componentUsesItsOwnSections()
+{
+    const statCharts component;
+    QVERIFY(gSettings);
+    QCOMPARE(gSettings->CompanyName(), u"Koltrin"_s);
+    QCOMPARE(gSettings->AppName(), u"Zorvane"_s);
+    gSettings->SaveSetting(u"STATCHART"_s, u"CHARTTYPE"_s, u"Plot"_s);
+    QCOMPARE(entryOf(m_home.userFile(), SectionPath, u"CHARTTYPE"_s), StoreEntry::text(u"Plot"_s));
+}
+
+void tst_CAppSettings::getAllKeys()
+{
+    const CAppSettings settings = zorvaneSettings();
+    QStringList keys{u"left over"_s};
+    settings.SaveSetting(Section, u"LEGEND"_s, u"1"_s);
+    settings.SaveSetting(Section, u"CHARTTYPE"_s, u"Plot"_s);
+    settings.SaveSetting(Section, u"PERIOD"_s, 4);
+    settings.SaveSetting(Section + u"\\SUB"_s, u"INNER"_s, 1);
+    settings.GetAllKeys(Section, keys);
+    QCOMPARE(keys, (QStringList{u"CHARTTYPE"_s, u"LEGEND"_s, u"PERIOD"_s}));
+
+    settings.GetAllKeys(Section + u"\\SUB"_s, keys);
+    QCOMPARE(keys, QStringList{u"INNER"_s});
+
+    // A section that exists without entries gives no keys and no error.
+    QVERIFY(SettingsStore(m_home.userFile()).createNode(SectionPath + u"\\EMPTY"_s));
+    keys = QStringList{u"left over"_s};
+    settings.GetAllKeys(Section + u"\\EMPTY"_s, keys);
+    QVERIFY(keys.isEmpty());
+
+    // A missing section raises, and the list is emptied first.
+    keys = QStringList{u"left over"_s};
+    QVERIFY(raisedBy([&] { settings.GetAllKeys(u"MISSING"_s, keys); }));
+    QVERIFY(keys.isEmpty());
+}
+
+void tst_CAppSettings::getAllKeysHoldsAtMost32767Names()
+{
+    QVERIFY(SettingsTestHome::write(m_home.userFile(), fileWithEntries(32767)));
+    QStringList keys;
+    zorvaneSettings().GetAllKeys(Section, keys);
+    QCOMPARE(keys.size(), 32767);
+}
+
+void tst_CAppSettings::deleteSetting()
+{
+    const CAppSettings settings = zorvaneSettings();
+    settings.SaveSetting(Section, u"LEGEND"_s, u"1"_s);
+    settings.SaveSetting(Section + u"\\SUB"_s, u"INNER"_s, 1);
+    settings.SaveSetting(Section + u"\\SUB\\DEEP"_s, u"INNER"_s, 2);
+    settings.SaveSetting(u"STATMSCHART"_s, u"TYPE"_s, 7);
+
+    // With a key, the node of that name below the section goes; an entry of
+    // that name is no node and stays.
+    settings.DeleteSetting(Section, u"LEGEND"_s);
+    QCOMPARE(settings.GetSetting(Section, u"LEGEND"_s), QVariant(u"1"_s));
+    settings.DeleteSetting(Section, u"SUB"_s);
+    QCOMPARE(settings.GetSetting(Section + u"\\SUB"_s, u"INNER"_s), QVariant());
+    QCOMPARE(settings.GetSetting(Section + u"\\SUB\\DEEP"_s, u"INNER"_s), QVariant());
+    QCOMPARE(settings.GetSetting(Section, u"LEGEND"_s), QVariant(u"1"_s));
+
+    settings.SaveSetting(Section + u"\\SUB"_s, u"INNER"_s, 1);
+    settings.DeleteSetting(Section);
+    QStringList keys;
+    QVERIFY(raisedBy([&] { settings.GetAllKeys(Section, keys); }));
+    QCOMPARE(settings.GetSetting(Section + u"\\SUB"_s, u"INNER"_s), QVariant());
+    QCOMPARE(settings.GetSetting(u"STATMSCHART"_s, u"TYPE"_s), QVariant(7));
+
+    // Deleting what is not there reports nothing.
+    settings.DeleteSetting(Section);
+    settings.DeleteSetting(u"NOSUCHSECTION"_s, u"KEY"_s);
+}
+
+QTEST_GUILESS_MAIN(tst_CAppSettings)
+#include "tst_cappsettings.moc"

@@ -1,0 +1,159 @@
+// zorvane-stats settings: what a user and a script see, its output and its
+// exit codes, on the program itself.
+
+#include "SettingsTestHome.h"
+
+#include <QProcess>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+class tst_SettingsCommand : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+    void commands_data();
+    void commands();
+    void machineRootIsSeparate();
+
+private:
+    struct Run
+    {
+        int exitCode = -1;
+        QString out, err;
+    };
+    static Run settings(const QStringList &arguments);
+
+    SettingsTestHome m_home;
+};
+
+tst_SettingsCommand::Run tst_SettingsCommand::settings(const QStringList &arguments)
+{
+    QProcess process;
+    process.start(qEnvironmentVariable("ZORVANE_STATS"), QStringList{u"settings"_s} + arguments);
+    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit)
+        return {};
+    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+void tst_SettingsCommand::initTestCase()
+{
+    QVERIFY(m_home.isValid());
+    QVERIFY2(QFileInfo(qEnvironmentVariable("ZORVANE_STATS")).isExecutable(),
+             "ZORVANE_STATS names no program");
+}
+
+void tst_SettingsCommand::init()
+{
+    m_home.clear();
+}
+
+// Each row runs a few commands to set the stage, then the one it checks.
+void tst_SettingsCommand::commands_data()
+{
+    QTest::addColumn<QList<QStringList>>("before");
+    QTest::addColumn<QStringList>("command");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("out");
+    QTest::addColumn<QString>("err"); // a part of standard error
+
+    const QStringList setText{u"set"_s, u"STATCHART"_s, u"CHARTTYPE"_s, u"Plot"_s};
+    const QStringList setInt{u"set"_s, u"STATCHART"_s, u"PERIOD"_s, u"3.6"_s, u"--int"_s};
+    const QStringList setSub{u"set"_s, u"STATCHART\\SUB"_s, u"INNER"_s, u"1"_s};
+    const QString failedKeys = u"zorvane-stats: error 0x80044283 (-2147204477) "
+                               "QRT_StatCharts.CAppSetting: Failed getting all the application "
+                               "keys\n"_s;
+
+    QTest::newRow("list") << QList<QStringList>{setText, setInt}
+                          << QStringList{u"list"_s, u"STATCHART"_s} << 0
+                          << u"CHARTTYPE\ttext\tPlot\nPERIOD\tint\t4\n"_s << QString();
+    QTest::newRow("get text") << QList<QStringList>{setText}
+                              << QStringList{u"get"_s, u"STATCHART"_s, u"CHARTTYPE"_s} << 0
+                              << u"Plot\n"_s << QString();
+    QTest::newRow("get a rounded integer")
+        << QList<QStringList>{setInt} << QStringList{u"get"_s, u"STATCHART"_s, u"PERIOD"_s} << 0
+        << u"4\n"_s << QString();
+    QTest::newRow("negative integer")
+        << QList<QStringList>{QStringList{u"set"_s, u"S"_s, u"K"_s, u"-5"_s, u"--int"_s}}
+        << QStringList{u"list"_s, u"S"_s} << 0 << u"K\tint\t-5\n"_s << QString();
+    QTest::newRow("empty text") << QList<QStringList>{QStringList{u"set"_s, u"S"_s, u"K"_s, u""_s}}
+                                << QStringList{u"list"_s, u"S"_s} << 0 << u"K\ttext\t\n"_s
+                                << QString();
+    QTest::newRow("get a missing key")
+        << QList<QStringList>{setText} << QStringList{u"get"_s, u"STATCHART"_s, u"LEGEND"_s} << 1
+        << QString() << u"zorvane-stats: no setting LEGEND in section STATCHART\n"_s;
+    QTest::newRow("list a missing section")
+        << QList<QStringList>{} << QStringList{u"list"_s, u"STATCHART"_s} << 1 << QString()
+        << failedKeys;
+    QTest::newRow("integer out of range")
+        << QList<QStringList>{}
+        << QStringList{u"set"_s, u"S"_s, u"K"_s, u"3000000000"_s, u"--int"_s} << 1 << QString()
+        << u"zorvane-stats: error 0x80044284 (-2147204476) QRT_StatCharts.CAppSettings: "
+           "CAppSettings component failure\n"_s;
+    QTest::newRow("set into a section naming no node")
+        << QList<QStringList>{} << QStringList{u"set"_s, u"A\\"_s, u"K"_s, u"v"_s} << 1 << QString()
+        << u"zorvane-stats: error 0x80044281 (-2147204479) QRT_StatCharts.CAppSetting: Failed "
+           "saving the application setting\n"_s;
+    QTest::newRow("delete a key") << QList<QStringList>{setText, setInt}
+                                  << QStringList{u"delete"_s, u"STATCHART"_s, u"PERIOD"_s} << 0
+                                  << QString() << QString();
+    QTest::newRow("after deleting a key")
+        << QList<QStringList>{setText, setInt,
+                              QStringList{u"delete"_s, u"STATCHART"_s, u"PERIOD"_s}}
+        << QStringList{u"list"_s, u"STATCHART"_s} << 0 << u"CHARTTYPE\ttext\tPlot\n"_s << QString();
+    QTest::newRow("after deleting the section below")
+        << QList<QStringList>{setText, setSub, QStringList{u"delete"_s, u"STATCHART"_s, u"SUB"_s}}
+        << QStringList{u"list"_s, u"STATCHART\\SUB"_s} << 1 << QString() << failedKeys;
+    QTest::newRow("after deleting a section")
+        << QList<QStringList>{setText, QStringList{u"delete"_s, u"STATCHART"_s}}
+        << QStringList{u"list"_s, u"STATCHART"_s} << 1 << QString() << failedKeys;
+    QTest::newRow("delete what is not there")
+        << QList<QStringList>{} << QStringList{u"delete"_s, u"NOSUCH"_s, u"KEY"_s} << 0 << QString()
+        << QString();
+    QTest::newRow("--int with no number")
+        << QList<QStringList>{} << QStringList{u"set"_s, u"S"_s, u"K"_s, u"abc"_s, u"--int"_s} << 2
+        << QString() << u"zorvane-stats: --int takes a number, not abc\n"_s;
+    QTest::newRow("no command") << QList<QStringList>{} << QStringList() << 2 << QString()
+                                << u"usage: zorvane-stats settings"_s;
+    QTest::newRow("set without a value")
+        << QList<QStringList>{} << QStringList{u"set"_s, u"S"_s, u"K"_s} << 2 << QString()
+        << u"usage: zorvane-stats settings"_s;
+    QTest::newRow("unknown command") << QList<QStringList>{} << QStringList{u"dump"_s, u"S"_s} << 2
+                                     << QString() << u"usage: zorvane-stats settings"_s;
+}
+
+void tst_SettingsCommand::commands()
+{
+    QFETCH(QList<QStringList>, before);
+    QFETCH(QStringList, command);
+    QFETCH(int, exitCode);
+    QFETCH(QString, out);
+    QFETCH(QString, err);
+
+    for (const QStringList &step : before)
+        QCOMPARE(settings(step).exitCode, 0);
+    const Run result = settings(command);
+    QCOMPARE(result.exitCode, exitCode);
+    QCOMPARE(result.out, out);
+    if (err.isEmpty())
+        QCOMPARE(result.err, QString());
+    else
+        QVERIFY2(result.err.contains(err), qPrintable(result.err));
+}
+
+void tst_SettingsCommand::machineRootIsSeparate()
+{
+    QCOMPARE(settings({u"--machine"_s, u"set"_s, u"S"_s, u"K"_s, u"machine"_s}).exitCode, 0);
+    QCOMPARE(settings({u"set"_s, u"S"_s, u"K"_s, u"user"_s}).exitCode, 0);
+    QCOMPARE(settings({u"get"_s, u"S"_s, u"K"_s, u"--machine"_s}).out, u"machine\n"_s);
+    QCOMPARE(settings({u"get"_s, u"S"_s, u"K"_s}).out, u"user\n"_s);
+    QVERIFY(QFileInfo::exists(m_home.machineFolder() + u"/QRT_StatCharts/settings.json"_s));
+}
+
+QTEST_GUILESS_MAIN(tst_SettingsCommand)
+#include "tst_settingscommand.moc"

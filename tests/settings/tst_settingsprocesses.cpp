@@ -1,0 +1,245 @@
+// The settings file shared by real processes: writers running at once lose
+// nothing, a writer killed mid-write leaves a whole file, a damaged file is
+// set aside by whichever program meets it, and a folder that can't be
+// written refuses a save without touching the file in it.
+
+#include "SettingsTestHome.h"
+#include "errors/ComponentError.h"
+#include "settings/CAppSettings.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QScopeGuard>
+#include <QTest>
+#include <QThread>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct Run
+{
+    int exitCode = -1;
+    QString out, err;
+};
+
+Run run(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit)
+        return {};
+    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+CAppSettings zorvane()
+{
+    CAppSettings settings;
+    settings.Init(u"Koltrin"_s, u"Zorvane"_s);
+    return settings;
+}
+
+QString zorvaneStats()
+{
+    return qEnvironmentVariable("ZORVANE_STATS");
+}
+
+// A big file makes every write long, so that a kill lands inside one often.
+QByteArray fileWithBulk(int count)
+{
+    QJsonObject entries;
+    for (int i = 0; i < count; ++i)
+        entries.insert(QString(u"BULK"_s + QString::number(i)),
+                       QString(u"value number "_s + QString::number(i)));
+    QJsonObject node{{u"entries"_s, entries}};
+    for (const QString &name : {u"BULK"_s, u"Zorvane"_s, u"Koltrin"_s, u"Software"_s})
+        node = QJsonObject{{u"nodes"_s, QJsonObject{{name, node}}}};
+    return QJsonDocument(node).toJson();
+}
+
+QStringList filesBeside(const QString &file)
+{
+    return QDir(QFileInfo(file).absolutePath()).entryList(QDir::Files, QDir::Name);
+}
+
+} // namespace
+
+class tst_SettingsProcesses : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+    void concurrentWritersLoseNothing();
+    void killedWriterLeavesAWholeFile();
+    void damagedFileIsSetAsideByTheNextProgram();
+    void unwritableFolderRefusesSave();
+    void damagedFileInUnwritableFolderIsNeverOverwritten();
+
+private:
+    // Makes the store's folder read-only until the guard ends.
+    auto readOnlyFolder()
+    {
+        const QString folder = QFileInfo(m_home.userFile()).absolutePath();
+        QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner | QFile::ReadGroup |
+                                          QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther);
+        return qScopeGuard([folder] {
+            QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
+                                              QFile::ReadGroup | QFile::ExeGroup);
+        });
+    }
+    Run unprivileged(const QStringList &arguments)
+    {
+        return run(QStringLiteral(SETTINGS_HELPER),
+                   QStringList{u"unprivileged"_s, zorvaneStats(), u"settings"_s} + arguments);
+    }
+
+    SettingsTestHome m_home;
+};
+
+void tst_SettingsProcesses::initTestCase()
+{
+    QVERIFY(m_home.isValid());
+    QVERIFY2(QFileInfo(zorvaneStats()).isExecutable(), "ZORVANE_STATS names no program");
+}
+
+void tst_SettingsProcesses::init()
+{
+    m_home.clear();
+}
+
+void tst_SettingsProcesses::concurrentWritersLoseNothing()
+{
+    constexpr int writers = 4, keys = 100;
+    std::vector<std::unique_ptr<QProcess>> processes;
+    for (int w = 0; w < writers; ++w) {
+        auto process = std::make_unique<QProcess>();
+        process->start(QStringLiteral(SETTINGS_HELPER),
+                       {u"write"_s, u"RACE"_s, u"W%1_"_s.arg(w), QString::number(keys)});
+        processes.push_back(std::move(process));
+    }
+    for (auto &process : processes) {
+        QVERIFY(process->waitForFinished(120000));
+        QCOMPARE(process->exitCode(), 0);
+    }
+
+    const CAppSettings settings = zorvane();
+    QStringList names;
+    settings.GetAllKeys(u"RACE"_s, names);
+    QCOMPARE(names.size(), writers * keys);
+    for (int w = 0; w < writers; ++w) {
+        for (int i = 0; i < keys; ++i)
+            QCOMPARE(settings.GetSetting(u"RACE"_s, u"W%1_%2"_s.arg(w).arg(i)), QVariant(i));
+    }
+}
+
+void tst_SettingsProcesses::killedWriterLeavesAWholeFile()
+{
+    const QString file = m_home.userFile();
+    QVERIFY(SettingsTestHome::write(file, fileWithBulk(3000)));
+    for (int round = 0; round < 8; ++round) {
+        QProcess writer;
+        writer.start(QStringLiteral(SETTINGS_HELPER), {u"loop"_s, u"LOOP"_s, u"COUNTER"_s});
+        QByteArray printed;
+        while (printed.count('\n') < 3) {
+            QVERIFY(writer.waitForReadyRead(30000));
+            printed += writer.readAllStandardOutput();
+        }
+        QThread::msleep(QRandomGenerator::global()->bounded(20));
+        writer.kill();
+        QVERIFY(writer.waitForFinished(30000));
+        printed += writer.readAllStandardOutput();
+        const QList<QByteArray> lines = printed.trimmed().split('\n');
+        const int lastReported = lines.last().toInt();
+
+        QJsonParseError error;
+        QJsonDocument::fromJson(SettingsTestHome::contents(file), &error);
+        QCOMPARE(error.error, QJsonParseError::NoError);
+        // The writer reports a number once stored, so the file holds that one
+        // or, when the kill came after the rename, the next.
+        const CAppSettings settings = zorvane();
+        const int stored = settings.GetSetting(u"LOOP"_s, u"COUNTER"_s).toInt();
+        QVERIFY2(stored == lastReported || stored == lastReported + 1,
+                 qPrintable(u"stored %1, reported %2"_s.arg(stored).arg(lastReported)));
+        QStringList bulk;
+        settings.GetAllKeys(u"BULK"_s, bulk);
+        QCOMPARE(bulk.size(), 3000);
+        // The lock the killed writer held does not stop the next one.
+        settings.SaveSetting(u"LOOP"_s, u"COUNTER"_s, 0);
+    }
+    // Temporary files of writers killed mid-write go with the next write.
+    QCOMPARE(filesBeside(file), (QStringList{u"settings.json"_s, u"settings.json.lock"_s}));
+}
+
+void tst_SettingsProcesses::damagedFileIsSetAsideByTheNextProgram()
+{
+    const QString file = m_home.userFile();
+    const QByteArray garbage = "{\"nodes\": {\"Software\": tru";
+    QVERIFY(SettingsTestHome::write(file, garbage));
+
+    const Run get = run(zorvaneStats(), {u"settings"_s, u"get"_s, u"STATCHART"_s, u"LEGEND"_s});
+    QCOMPARE(get.exitCode, 1);
+    QVERIFY2(get.err.contains(u"no setting LEGEND in section STATCHART"_s), qPrintable(get.err));
+    const QStringList files = filesBeside(file).filter(u".damaged-"_s);
+    QCOMPARE(files.size(), 1);
+    QVERIFY(files.first().startsWith(u"settings.json.damaged-"_s));
+    const QString backup = QFileInfo(file).absolutePath() + u'/' + files.first();
+    QCOMPARE(SettingsTestHome::contents(backup), garbage);
+
+    const Run set =
+        run(zorvaneStats(), {u"settings"_s, u"set"_s, u"STATCHART"_s, u"LEGEND"_s, u"0"_s});
+    QCOMPARE(set.exitCode, 0);
+    QStringList keys;
+    zorvane().GetAllKeys(u"STATCHART"_s, keys);
+    QCOMPARE(keys, QStringList{u"LEGEND"_s});
+    QCOMPARE(SettingsTestHome::contents(backup), garbage);
+}
+
+void tst_SettingsProcesses::unwritableFolderRefusesSave()
+{
+    const QString file = m_home.userFile();
+    zorvane().SaveSetting(u"STATCHART"_s, u"LEGEND"_s, u"1"_s);
+    const QByteArray before = SettingsTestHome::contents(file);
+    const QDateTime modified = QFileInfo(file).lastModified();
+    {
+        const auto restore = readOnlyFolder();
+        const Run set = unprivileged({u"set"_s, u"STATCHART"_s, u"LEGEND"_s, u"0"_s});
+        QCOMPARE(set.exitCode, 1);
+        QVERIFY2(set.err.contains(u"zorvane-stats: error 0x80044281 (-2147204479) "
+                                  "QRT_StatCharts.CAppSetting: Failed saving the application "
+                                  "setting"_s),
+                 qPrintable(set.err));
+        // Reading needs no write right.
+        const Run get = unprivileged({u"get"_s, u"STATCHART"_s, u"LEGEND"_s});
+        QCOMPARE(get.exitCode, 0);
+        QCOMPARE(get.out, u"1\n"_s);
+    }
+    QCOMPARE(SettingsTestHome::contents(file), before);
+    QCOMPARE(QFileInfo(file).lastModified(), modified);
+    QCOMPARE(filesBeside(file), (QStringList{u"settings.json"_s, u"settings.json.lock"_s}));
+}
+
+void tst_SettingsProcesses::damagedFileInUnwritableFolderIsNeverOverwritten()
+{
+    const QString file = m_home.userFile();
+    const QByteArray garbage = "not json at all";
+    QVERIFY(SettingsTestHome::write(file, garbage));
+    {
+        const auto restore = readOnlyFolder();
+        const Run set = unprivileged({u"set"_s, u"STATCHART"_s, u"LEGEND"_s, u"0"_s});
+        QCOMPARE(set.exitCode, 1);
+        QVERIFY2(set.err.contains(u"0x80044281"_s), qPrintable(set.err));
+        const Run get = unprivileged({u"get"_s, u"STATCHART"_s, u"LEGEND"_s});
+        QCOMPARE(get.exitCode, 1);
+    }
+    QCOMPARE(SettingsTestHome::contents(file), garbage);
+    QCOMPARE(filesBeside(file), QStringList{u"settings.json"_s});
+}
+
+QTEST_GUILESS_MAIN(tst_SettingsProcesses)
+#include "tst_settingsprocesses.moc"
