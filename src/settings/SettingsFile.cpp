@@ -34,8 +34,8 @@ constexpr QLatin1StringView TemporarySuffix{".tmp-XXXXXX"};
 
 // Readable by all, as a configuration file is; a replaced file keeps its own.
 constexpr QFileDevice::Permissions NewFilePermissions =
-    QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadUser |
-    QFileDevice::WriteUser | QFileDevice::ReadGroup | QFileDevice::ReadOther;
+    QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup |
+    QFileDevice::ReadOther;
 
 // The lock every process takes around a change of the file: the kernel's
 // exclusive lock on a lock file beside it. Taking it writes nothing to disk
