@@ -172,7 +172,7 @@ void tst_CAppSettings::errorTable_data()
     const QString badRoot = u"Invalid root key value"_s;
     const QString failedSave = u"Failed saving the application setting"_s;
     const QString failure = u"CAppSettings component failure"_s;
-    const auto save = [](QVariant value) -> Action {
+    const auto save = [](const QVariant &value) -> Action {
         return [value](CAppSettings &s) { s.SaveSetting(Section, u"LEGEND"_s, value); };
     };
 
