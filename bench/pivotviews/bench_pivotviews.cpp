@@ -1,0 +1,339 @@
+// The pivot engine on the demo database of one and of ten million news
+// items: the load of the pivot statement, and the aggregation of
+// "NewsDate By Month" Months against Provider with a category filter, side
+// by side with DuckDB and Perspective doing the same on the same rows (read
+// from a CSV file of the statement's result, by the Node scripts in
+// bench/peers). Targets: our aggregation faster than both peers, and our
+// memory below twice the size of the raw rows (the bytes of all values).
+
+#include "db/Dates.h"
+#include "pivotviews/PivotAggregator.h"
+#include "pivotviews/PivotData.h"
+#include "pivotviews/PivotLoader.h"
+#include "pivotviews/PivotResult.h"
+#include "pivotviews/PivotView.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <benchmark/benchmark.h>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <sqlite3.h>
+
+using namespace Qt::StringLiterals;
+using namespace qrt::pivot;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+const QString kStatement =
+    u"SELECT Providers.Provider, Channels.Channel, News.Title AS News, News.pubDate as NewsDate, "
+    u"Categories.Name AS Category FROM Categories INNER JOIN (Providers INNER JOIN (Channels INNER "
+    u"JOIN News ON "
+    u"Channels.ID = News.Channel) ON Providers.ID = Channels.Provider) ON Categories.ID = Channels.Category; "_s;
+const QStringList kCategories = {u"World"_s, u"Sports"_s};
+constexpr double kMiB = 1024.0 * 1024.0;
+
+struct Dataset
+{
+    QString database;
+    QString csv;
+    qint64 rawBytes = 0; // the bytes of every value of every row
+};
+
+QString folder()
+{
+    QString path = qEnvironmentVariable("QRT_BENCH_DATA");
+    if (path.isEmpty())
+        path = QDir::tempPath();
+    QDir().mkpath(path);
+    return path;
+}
+
+QString itemsName(qint64 items)
+{
+    return QString::number(items / 1000000) + u'm';
+}
+
+// The rows of the statement as CSV, for the peers; counts the raw bytes on
+// the way.
+bool writeCsv(const QString &database, const QString &csv, qint64 *rawBytes)
+{
+    sqlite3 *db = nullptr;
+    if (sqlite3_open_v2(QFile::encodeName(database).constData(), &db, SQLITE_OPEN_READONLY,
+                        nullptr) != SQLITE_OK)
+        return false;
+    sqlite3_stmt *stmt = nullptr;
+    const QByteArray sql = kStatement.toUtf8();
+    sqlite3_prepare_v2(db, sql.constData(), -1, &stmt, nullptr);
+    std::ofstream out(QFile::encodeName(csv + u".part"_s).constData(), std::ios::binary);
+    out << "Provider,Channel,News,NewsDate,Category\n";
+    std::string line;
+    *rawBytes = 0;
+    while (stmt && sqlite3_step(stmt) == SQLITE_ROW) {
+        line.clear();
+        for (int c = 0; c < 5; ++c) {
+            if (c)
+                line += ',';
+            const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(stmt, c));
+            if (!text)
+                continue;
+            const std::string_view value(text,
+                                         static_cast<std::size_t>(sqlite3_column_bytes(stmt, c)));
+            *rawBytes += static_cast<qint64>(value.size());
+            line += '"';
+            for (char ch : value) {
+                if (ch == '"')
+                    line += '"';
+                line += ch;
+            }
+            line += '"';
+        }
+        line += '\n';
+        out << line;
+    }
+    sqlite3_finalize(stmt);
+    sqlite3_close(db);
+    out.close();
+    QFile::remove(csv);
+    return out.good() && QFile::rename(csv + u".part"_s, csv);
+}
+
+// The demo database and its CSV, made on first use and kept between runs.
+Dataset dataset(qint64 items)
+{
+    static std::map<qint64, Dataset> made;
+    if (made.count(items))
+        return made[items];
+    Dataset set;
+    set.database = folder() + u"/pivot-"_s + itemsName(items) + u".db"_s;
+    set.csv = folder() + u"/pivot-"_s + itemsName(items) + u".csv"_s;
+    if (!QFileInfo::exists(set.database)) {
+        std::fprintf(stderr, "creating %s\n", qPrintable(set.database));
+        const QString program = qEnvironmentVariable("ZORVANE_STATS");
+        if (QProcess::execute(program, {u"demo-db"_s, set.database, u"--items"_s,
+                                        QString::number(items), u"--until"_s, u"2025-12-31"_s}) !=
+            0)
+            return {};
+    }
+    QFile sizes(set.csv + u".rawbytes"_s);
+    if (!QFileInfo::exists(set.csv) || !sizes.open(QIODevice::ReadOnly)) {
+        std::fprintf(stderr, "writing %s\n", qPrintable(set.csv));
+        if (!writeCsv(set.database, set.csv, &set.rawBytes) || !sizes.open(QIODevice::WriteOnly))
+            return {};
+        sizes.write(QByteArray::number(set.rawBytes));
+    } else {
+        set.rawBytes = sizes.readAll().toLongLong();
+    }
+    return made[items] = set;
+}
+
+qint64 procStatus(const char *key)
+{
+    QFile status(u"/proc/self/status"_s);
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    for (const QByteArray &line : status.readAll().split('\n'))
+        if (line.startsWith(key))
+            return line.mid(static_cast<qsizetype>(qstrlen(key)))
+                       .trimmed()
+                       .split(' ')
+                       .value(0)
+                       .toLongLong() *
+                   1024;
+    return 0;
+}
+
+// Lets VmHWM count again from the current resident size.
+void resetPeak()
+{
+    QFile clear(u"/proc/self/clear_refs"_s);
+    if (clear.open(QIODevice::WriteOnly))
+        clear.write("5");
+}
+
+struct Figures
+{
+    double ourLoadMs = 0, ourAggregateMs = 0, ourPeakMiB = 0, ourResidentMiB = 0, ourEngineMiB = 0,
+           rawMiB = 0;
+    std::map<QString, QJsonObject> peers;
+};
+std::map<qint64, Figures> g_figures;
+std::map<qint64, std::shared_ptr<const PivotData>> g_loaded;
+
+void BM_PivotLoad(benchmark::State &state)
+{
+    const qint64 items = state.range(0);
+    const Dataset set = dataset(items);
+    if (set.database.isEmpty())
+        return state.SkipWithError("no demo database");
+    g_loaded.clear(); // the smaller set would blur the memory figures
+    for (auto _ : state) {
+        const qint64 before = procStatus("VmRSS:");
+        resetPeak();
+        QString error;
+        const auto start = Clock::now();
+        std::shared_ptr<const PivotData> data =
+            PivotLoader::load(set.database, kStatement, {}, &error);
+        const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        if (!data)
+            return state.SkipWithError(qPrintable(error));
+        state.SetIterationTime(seconds);
+        Figures &f = g_figures[items];
+        f.ourLoadMs = seconds * 1000;
+        f.ourPeakMiB = double(procStatus("VmHWM:") - before) / kMiB;
+        f.ourResidentMiB = double(procStatus("VmRSS:") - before) / kMiB;
+        f.ourEngineMiB = double(data->memoryBytes()) / kMiB;
+        f.rawMiB = double(set.rawBytes) / kMiB;
+        state.counters["rows"] = double(data->rowCount());
+        state.counters["raw_MiB"] = f.rawMiB;
+        state.counters["engine_MiB"] = f.ourEngineMiB;
+        state.counters["resident_MiB"] = f.ourResidentMiB;
+        state.counters["peak_MiB"] = f.ourPeakMiB;
+        g_loaded[items] = std::move(data);
+    }
+}
+
+void BM_PivotAggregate(benchmark::State &state)
+{
+    const qint64 items = state.range(0);
+    const auto it = g_loaded.find(items);
+    if (it == g_loaded.end())
+        return state.SkipWithError("not loaded");
+    PivotView view(it->second);
+    PivotFieldSet &months = view.FieldSets(u"NewsDate By Month"_s);
+    for (PivotField *field : months.Fields())
+        field->setIsIncluded(field->Name() == u"Months"_s);
+    view.RowAxis().InsertFieldSet(months);
+    view.ColumnAxis().InsertFieldSet(view.FieldSets(u"Provider"_s));
+    PivotFieldSet &category = view.FieldSets(u"Category"_s);
+    view.FilterAxis().InsertFieldSet(category);
+    std::vector<PivotMember> chosen;
+    for (const QString &caption : kCategories)
+        chosen.push_back(category.Members()(caption));
+    category.Fields(0).setIncludedMembers(chosen);
+    category.setAllIncludeExclude(PivotFieldSet::ExcludeAllButIncluded);
+    view.DataAxis().InsertTotal(
+        view.AddTotal(u"Count of News"_s, view.FieldSets(u"News"_s).Fields(0), 2));
+    double grand = 0;
+    for (auto _ : state) {
+        const PivotResult result = PivotAggregator::run(view);
+        grand = result.value(0, 0, 0).value_or(-1);
+        benchmark::DoNotOptimize(grand);
+    }
+    state.counters["grand_total"] = grand;
+}
+
+void BM_Peer(benchmark::State &state, const QString &engine)
+{
+    const qint64 items = state.range(0);
+    const Dataset set = dataset(items);
+    const QString peers = QStringLiteral(QRT_BENCH_PEERS_DIR);
+    if (!QFileInfo::exists(peers + u"/node_modules"_s))
+        return state.SkipWithError(
+            "bench/peers/node_modules is missing: run npm ci in bench/peers");
+    for (auto _ : state) {
+        QProcess node;
+        node.setWorkingDirectory(peers);
+        node.start(u"node"_s, {u"--max-old-space-size=8192"_s, engine + u"-pivot.mjs"_s, set.csv,
+                               kCategories.join(u','), items >= 10000000 ? u"5"_s : u"10"_s});
+        node.waitForFinished(-1);
+        const QByteArray out = node.readAllStandardOutput().trimmed();
+        const QJsonObject report = QJsonDocument::fromJson(out.split('\n').constLast()).object();
+        if (node.exitCode() != 0 || report.isEmpty())
+            return state.SkipWithError(
+                qPrintable(engine + u" failed: "_s +
+                           QString::fromUtf8(node.readAllStandardError().right(400))));
+        state.SetIterationTime(report.value(u"aggregate_ms"_s).toDouble() / 1000);
+        state.counters["load_ms"] = report.value(u"load_ms"_s).toDouble();
+        state.counters["peak_MiB"] = report.value(u"peak_rss"_s).toDouble() / kMiB;
+        state.counters["grand_total"] = report.value(u"grand_total"_s).toDouble();
+        g_figures[items].peers[engine] = report;
+    }
+}
+
+void registerAll()
+{
+    for (const qint64 items : {qint64(1000000), qint64(10000000)}) {
+        benchmark::RegisterBenchmark("BM_PivotLoad", BM_PivotLoad)
+            ->Arg(items)
+            ->Iterations(1)
+            ->UseManualTime()
+            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark("BM_PivotAggregate", BM_PivotAggregate)
+            ->Arg(items)
+            ->MinTime(1.0)
+            ->UseRealTime()
+            ->Unit(benchmark::kMillisecond);
+        for (const QString &engine : {u"duckdb"_s, u"perspective"_s})
+            benchmark::RegisterBenchmark(("BM_Peer_" + engine.toStdString()).c_str(),
+                                         [engine](benchmark::State &s) { BM_Peer(s, engine); })
+                ->Arg(items)
+                ->Iterations(1)
+                ->UseManualTime()
+                ->Unit(benchmark::kMillisecond);
+    }
+}
+
+// Keeps our aggregation times for the summary.
+class Reporter : public benchmark::ConsoleReporter
+{
+public:
+    void ReportRuns(const std::vector<Run> &runs) override
+    {
+        for (const Run &run : runs)
+            if (run.run_name.function_name == "BM_PivotAggregate" && !run.error_occurred)
+                g_figures[std::stoll(run.run_name.args)].ourAggregateMs =
+                    run.GetAdjustedRealTime(); // already in milliseconds
+        ConsoleReporter::ReportRuns(runs);
+    }
+};
+
+void printSummary()
+{
+    for (const auto &[items, f] : g_figures) {
+        std::printf("\n== %lld items: raw rows %.1f MiB\n", static_cast<long long>(items),
+                    f.rawMiB);
+        std::printf("  ours        load %8.0f ms  aggregate %8.2f ms  memory: engine %.1f MiB, "
+                    "resident %.1f MiB, "
+                    "peak during load %.1f MiB (%.2f x raw)\n",
+                    f.ourLoadMs, f.ourAggregateMs, f.ourEngineMiB, f.ourResidentMiB, f.ourPeakMiB,
+                    f.rawMiB > 0 ? f.ourPeakMiB / f.rawMiB : 0.0);
+        bool fastest = f.ourAggregateMs > 0;
+        for (const auto &[engine, r] : f.peers) {
+            const double ms = r.value(u"aggregate_ms"_s).toDouble();
+            fastest = fastest && f.ourAggregateMs < ms;
+            std::printf("  %-11s load %8.0f ms  aggregate %8.2f ms  peak process memory %.1f MiB  "
+                        "(%.1f x our "
+                        "aggregation time)\n",
+                        qPrintable(engine), r.value(u"load_ms"_s).toDouble(), ms,
+                        r.value(u"peak_rss"_s).toDouble() / kMiB,
+                        f.ourAggregateMs > 0 ? ms / f.ourAggregateMs : 0.0);
+        }
+        std::printf(
+            "  target: aggregation faster than every peer: %s; memory under 2 x raw rows: %s\n",
+            fastest && f.peers.size() == 2 ? "met" : "NOT met",
+            f.ourPeakMiB < 2 * f.rawMiB ? "met" : "NOT met");
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    registerAll();
+    Reporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+    printSummary();
+    return 0;
+}
