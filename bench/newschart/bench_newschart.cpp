@@ -1,0 +1,269 @@
+// The redraw of the news chart on a large demo database, period "All", one
+// series per provider: DrawChart from the query through to the filled chart
+// table, side by side with the sqlite3 command-line tool running the literal
+// statistics statement on the same file. Target: the whole redraw in at most
+// a fifth of the time the literal statement takes. Also reports the peak
+// memory of the process and of the tool.
+
+#include "component/modUtils.h"
+#include "db/Dates.h"
+#include "newschart/ChartControl.h"
+#include "newschart/NamedPeriod.h"
+#include "newschart/StatisticsStatement.h"
+#include "newschart/frmChart.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryFile>
+#include <algorithm>
+#include <benchmark/benchmark.h>
+#include <chrono>
+#include <cstdio>
+#include <fcntl.h>
+#include <qrt/statCharts.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+
+extern char **environ;
+
+using namespace Qt::StringLiterals;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+const QString kAllTicked =
+    u"Categories.ID  not in (0) AND Providers.ID  not in (0) AND Channels.ID  not in (0) "_s;
+constexpr int kByProvider = 3;
+
+QString itemsName(qint64 items)
+{
+    return items % 1000000 == 0 ? QString::number(items / 1000000) + u'm' : QString::number(items);
+}
+
+// The demo database of that many items, made on first use and kept.
+QString demoDatabase(qint64 items)
+{
+    QString folder = qEnvironmentVariable("QRT_BENCH_DATA");
+    if (folder.isEmpty())
+        folder = QDir::tempPath();
+    QDir().mkpath(folder);
+    const QString path = folder + u"/newschart-"_s + itemsName(items) + u".db"_s;
+    if (QFileInfo::exists(path))
+        return path;
+    const QString program = qEnvironmentVariable("ZORVANE_STATS");
+    std::fprintf(stderr, "creating %s\n", qPrintable(path));
+    const int rc =
+        QProcess::execute(program, {u"demo-db"_s, path, u"--items"_s, QString::number(items),
+                                    u"--until"_s, u"2025-12-31"_s});
+    return rc == 0 ? path : QString();
+}
+
+double peakMegabytes(int who)
+{
+    rusage usage{};
+    getrusage(who, &usage);
+    return double(usage.ru_maxrss) / 1024.0;
+}
+
+struct Chart
+{
+    statCharts component;
+    frmChart form;
+
+    explicit Chart(const QString &database)
+    {
+        component.ConnectionString(database);
+        const auto range =
+            qrt::chart::NamedPeriod::Range(qrt::chart::NamedPeriod::All, qrt::dates::today());
+        form.FromDate = range.FromDate;
+        form.TillDate = range.TillDate;
+        form.chartSeria = kByProvider;
+        form.sOrder = qrt::chart::StatisticsStatement::ColumnsFor(kByProvider)->order;
+        form.sFilter = kAllTicked;
+    }
+
+    double redrawSeconds()
+    {
+        const auto start = Clock::now();
+        form.DrawChart();
+        return std::chrono::duration<double>(Clock::now() - start).count();
+    }
+};
+
+// The literal statement as the chart composes it, with the dates CDate would
+// give written out, since the tool has no CDate.
+QString literalForTool(const frmChart &form)
+{
+    using qrt::dates::toTimestampText;
+    const QString where = u"(News.pubDate >= '"_s + toTimestampText(form.FromDate) +
+                          u"' AND News.pubDate<='"_s + toTimestampText(form.TillDate + 1) +
+                          u"') AND "_s + form.sFilter;
+    return qrt::chart::StatisticsStatement::Compose(where, form.sOrder) + u";\n"_s;
+}
+
+struct ToolRun
+{
+    double seconds = -1; // below 0: the tool failed
+    double peakMegabytes = 0;
+};
+
+// Runs the statement in the sqlite3 tool, its rows going to /dev/null; the
+// tool's own peak memory comes from its resource usage.
+ToolRun runTool(const QString &database, const QString &statementFile)
+{
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    const QByteArray input = QFile::encodeName(statementFile);
+    posix_spawn_file_actions_addopen(&files, 0, input.constData(), O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&files, 1, "/dev/null", O_WRONLY, 0);
+    QByteArray file = QFile::encodeName(database);
+    char program[] = "sqlite3";
+    char readOnly[] = "-readonly";
+    char *argv[] = {program, readOnly, file.data(), nullptr};
+    ToolRun run;
+    pid_t pid = 0;
+    const auto start = Clock::now();
+    const int spawned = posix_spawnp(&pid, program, &files, nullptr, argv, environ);
+    posix_spawn_file_actions_destroy(&files);
+    if (spawned != 0)
+        return run;
+    int status = 0;
+    rusage usage{};
+    if (wait4(pid, &status, 0, &usage) != pid || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
+        return run;
+    run.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    run.peakMegabytes = double(usage.ru_maxrss) / 1024.0;
+    return run;
+}
+
+// The statement in a file the tool reads as its input.
+struct StatementFile
+{
+    QTemporaryFile file;
+    explicit StatementFile(const QString &statement)
+    {
+        if (file.open()) {
+            file.write(statement.toUtf8());
+            file.flush();
+        }
+    }
+    QString path() const { return file.fileName(); }
+};
+
+void setChartCounters(benchmark::State &state, const frmChart &form)
+{
+    state.counters["series"] = form.chart().NumSeries();
+    state.counters["points"] = form.chart().NumPoints(1);
+    state.counters["peak_rss_MB"] = peakMegabytes(RUSAGE_SELF);
+    state.SetLabel(qrt::chart::pathName(form.lastStatisticsPath()).toStdString());
+}
+
+void Redraw(benchmark::State &state, qint64 items, qrt::chart::StatisticsMode mode)
+{
+    const QString database = demoDatabase(items);
+    if (database.isEmpty()) {
+        state.SkipWithError("no demo database");
+        return;
+    }
+    Chart chart(database);
+    chart.form.statisticsMode = mode;
+    for (auto _ : state)
+        state.SetIterationTime(chart.redrawSeconds());
+    setChartCounters(state, chart.form);
+    state.SetItemsProcessed(state.iterations() * items);
+}
+
+void Sqlite3Literal(benchmark::State &state, qint64 items)
+{
+    const QString database = demoDatabase(items);
+    Chart chart(database);
+    const StatementFile statement(literalForTool(chart.form));
+    double peak = 0;
+    for (auto _ : state) {
+        const ToolRun run = runTool(database, statement.path());
+        if (run.seconds < 0) {
+            state.SkipWithError("sqlite3 failed (is the sqlite3 package installed?)");
+            return;
+        }
+        peak = std::max(peak, run.peakMegabytes);
+        state.SetIterationTime(run.seconds);
+    }
+    state.counters["tool_peak_rss_MB"] = peak;
+    state.SetItemsProcessed(state.iterations() * items);
+}
+
+// Both in one run, turn about, so that the ratio sees the same machine state.
+void RedrawVsSqlite3(benchmark::State &state, qint64 items)
+{
+    const QString database = demoDatabase(items);
+    if (database.isEmpty()) {
+        state.SkipWithError("no demo database");
+        return;
+    }
+    Chart chart(database);
+    const StatementFile statement(literalForTool(chart.form));
+    double ours = 0, tool = 0;
+    for (auto _ : state) {
+        const double redraw = chart.redrawSeconds();
+        const double literal = runTool(database, statement.path()).seconds;
+        if (literal < 0) {
+            state.SkipWithError("sqlite3 failed (is the sqlite3 package installed?)");
+            return;
+        }
+        ours += redraw;
+        tool += literal;
+        state.SetIterationTime(redraw);
+    }
+    state.counters["redraw_s"] = ours / double(state.iterations());
+    state.counters["sqlite3_s"] = tool / double(state.iterations());
+    state.counters["ratio"] = ours / tool; // target <= 0.2
+    setChartCounters(state, chart.form);
+}
+
+void registerAll()
+{
+    using qrt::chart::StatisticsMode;
+    for (const qint64 items : {qint64(1000000), qint64(10000000)}) {
+        const int passes = items > 1000000 ? 2 : 5;
+        const std::string size = itemsName(items).toStdString();
+        benchmark::RegisterBenchmark(("RedrawAllByProvider/" + size).c_str(), Redraw, items,
+                                     StatisticsMode::Fastest)
+            ->Unit(benchmark::kMillisecond)
+            ->UseManualTime()
+            ->Iterations(passes * 2);
+        benchmark::RegisterBenchmark(("Sqlite3CliLiteral/" + size).c_str(), Sqlite3Literal, items)
+            ->Unit(benchmark::kMillisecond)
+            ->UseManualTime()
+            ->Iterations(passes);
+        benchmark::RegisterBenchmark(("RedrawVsSqlite3Cli/" + size).c_str(), RedrawVsSqlite3, items)
+            ->Unit(benchmark::kMillisecond)
+            ->UseManualTime()
+            ->Iterations(passes);
+    }
+    // Our reading of the literal statement, for reference: the same chart the
+    // slow way (last, since it holds a point per row and raises the peak).
+    benchmark::RegisterBenchmark("RedrawAllByProviderLiteral/1m", Redraw, qint64(1000000),
+                                 StatisticsMode::Literal)
+        ->Unit(benchmark::kMillisecond)
+        ->UseManualTime()
+        ->Iterations(3);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    registerAll();
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

@@ -1,0 +1,85 @@
+#pragma once
+// Small news databases for the chart's tests: the four tables with a fixed
+// catalogue of categories, providers and channels, and news items given as
+// "yyyy-MM-dd HH:mm:ss|channel" (a trailing "|null" gives the item no ID,
+// which the statement's Count skips). News has no key, so an item may lack
+// an ID, as a host's table may allow.
+
+#include "TestDatabases.h"
+
+#include <QStringList>
+
+namespace qrt::test {
+
+struct NewsItem
+{
+    QString pubDate;
+    int channel = 1;
+    bool hasId = true;
+};
+
+inline NewsItem parseItem(const QString &text)
+{
+    const QStringList parts = text.split(u'|');
+    NewsItem item;
+    item.pubDate = parts.value(0);
+    item.channel = parts.value(1, QStringLiteral("1")).toInt();
+    item.hasId = parts.value(2) != QLatin1StringView("null");
+    return item;
+}
+
+// Providers 1 and 2 with two channels each, in two categories; provider 0
+// ("Zero Desk", channel 9) only where a test asks for an ID of 0.
+inline QStringList newsSchema(bool postgres, bool withProviderZero = false)
+{
+    const QString date = postgres ? QStringLiteral("timestamp") : QStringLiteral("TEXT");
+    QStringList sql = {
+        QStringLiteral("CREATE TABLE Categories (ID integer PRIMARY KEY, Name text)"),
+        QStringLiteral("CREATE TABLE Providers (ID integer PRIMARY KEY, Provider text)"),
+        QStringLiteral("CREATE TABLE Channels (ID integer PRIMARY KEY, Channel text, Provider "
+                       "integer, Category integer)"),
+        QStringLiteral("CREATE TABLE News (ID bigint, pubDate %1, Channel integer, Title text)")
+            .arg(date),
+        QStringLiteral("INSERT INTO Categories VALUES (1, 'World'), (2, 'Sports')"),
+        QStringLiteral("INSERT INTO Providers VALUES (1, 'Alpha Wire'), (2, 'Beta News')"),
+        QStringLiteral("INSERT INTO Channels VALUES (1, 'Alpha World', 1, 1), (2, 'Alpha "
+                       "Sports', 1, 2), (3, 'Beta World', 2, 1), (4, 'Beta Sports', 2, 2)"),
+    };
+    if (withProviderZero) {
+        sql << QStringLiteral("INSERT INTO Providers VALUES (0, 'Zero Desk')")
+            << QStringLiteral("INSERT INTO Channels VALUES (9, 'Zero Channel', 0, 1)");
+    }
+    return sql;
+}
+
+inline QStringList newsInserts(const QStringList &items, qint64 firstId = 1)
+{
+    QStringList sql;
+    QString values;
+    qint64 id = firstId;
+    for (const QString &text : items) {
+        const NewsItem item = parseItem(text);
+        if (!values.isEmpty())
+            values += QLatin1Char(',');
+        values += QStringLiteral("(%1, '%2', %3, 'item')")
+                      .arg(item.hasId ? QString::number(id) : QStringLiteral("NULL"), item.pubDate)
+                      .arg(item.channel);
+        ++id;
+        if (values.size() > 200000) {
+            sql << QStringLiteral("INSERT INTO News VALUES ") + values;
+            values.clear();
+        }
+    }
+    if (!values.isEmpty())
+        sql << QStringLiteral("INSERT INTO News VALUES ") + values;
+    return sql;
+}
+
+// A new SQLite file at path holding the items; false on any failure.
+inline bool makeSqliteNews(const QString &path, const QStringList &items,
+                           bool withProviderZero = false)
+{
+    return execAll(path, newsSchema(false, withProviderZero) + newsInserts(items));
+}
+
+} // namespace qrt::test
