@@ -4,6 +4,7 @@
 #include "ChartCommand.h"
 #include "DemoDbCommand.h"
 #include "OpenCommand.h"
+#include "PivotCommand.h"
 #include "SettingsCommand.h"
 
 #include <QApplication>
@@ -39,6 +40,11 @@ int main(int argc, char *argv[])
         QCoreApplication app(argc, argv);
         nameApplication();
         return DemoDbCommand::run(QCoreApplication::arguments());
+    }
+    if (argc > 1 && std::strcmp(argv[1], "pivot") == 0) {
+        QCoreApplication app(argc, argv);
+        nameApplication();
+        return PivotCommand::run(QCoreApplication::arguments());
     }
     if (argc > 1 && std::strcmp(argv[1], "settings") == 0) {
         QCoreApplication app(argc, argv);

@@ -4,6 +4,7 @@
 // missing titles, missing dates and captions that differ only in case, and
 // the pivot's own statement over it.
 
+#include "TestDatabases.h"
 #include "db/Connection.h"
 
 #include <QRandomGenerator>
@@ -64,7 +65,8 @@ inline bool makeRandomNewsDb(const QString &path, int items, quint32 seed)
                                     QStringLiteral("sports"), QStringLiteral("Science"),
                                     QStringLiteral("Local")};
     const int providers = 3 + rng.bounded(5);
-    const int channels = providers + rng.bounded(12);
+    // Every provider and category has a channel of its own; the rest go by lot.
+    const int channels = std::max(providers, static_cast<int>(categories.size())) + rng.bounded(12);
     database.transaction();
     for (int i = 0; i < categories.size(); ++i)
         q.exec(QStringLiteral("INSERT INTO Categories VALUES (%1, '%2')")
@@ -78,8 +80,10 @@ inline bool makeRandomNewsDb(const QString &path, int items, quint32 seed)
         q.exec(QStringLiteral("INSERT INTO Channels VALUES (%1, 'Channel %2', %3, %4)")
                    .arg(c)
                    .arg(c)
-                   .arg(1 + rng.bounded(providers))
-                   .arg(1 + rng.bounded(static_cast<int>(categories.size()))));
+                   .arg(c <= providers ? c : 1 + rng.bounded(providers))
+                   .arg(c <= categories.size()
+                            ? c
+                            : 1 + rng.bounded(static_cast<int>(categories.size()))));
     QSqlQuery insert(database);
     insert.prepare(QStringLiteral("INSERT INTO News VALUES (?, ?, ?, ?, ?)"));
     const QDateTime start(QDate(2023, 11, 20), QTime(0, 0));
@@ -105,6 +109,30 @@ inline bool makeRandomNewsDb(const QString &path, int items, quint32 seed)
         }
     }
     return database.commit();
+}
+
+// Six news items whose every member is known: three providers, categories
+// that differ only in case, a missing and an empty title, a missing date,
+// and dates at the edges of weeks, quarters and years.
+inline bool makeSmallNewsDb(const QString &path)
+{
+    return execAll(
+        path,
+        {QStringLiteral("CREATE TABLE Categories (ID INTEGER PRIMARY KEY, Name TEXT)"),
+         QStringLiteral("CREATE TABLE Providers (ID INTEGER PRIMARY KEY, Provider TEXT)"),
+         QStringLiteral(
+             "CREATE TABLE Channels (ID INTEGER PRIMARY KEY, Channel TEXT, Provider INTEGER, "
+             "Category INTEGER)"),
+         QStringLiteral("CREATE TABLE News (ID INTEGER PRIMARY KEY, pubDate TEXT, Channel INTEGER, "
+                        "Title TEXT)"),
+         QStringLiteral("INSERT INTO Categories VALUES (1, 'Sports'), (2, 'sports'), (3, 'World')"),
+         QStringLiteral("INSERT INTO Providers VALUES (1, 'beta'), (2, 'Alpha'), (3, 'Gamma')"),
+         QStringLiteral(
+             "INSERT INTO Channels VALUES (1, 'One', 1, 1), (2, 'Two', 2, 2), (3, 'Three', 3, 3)"),
+         QStringLiteral("INSERT INTO News VALUES (1, '2005-01-03 10:15:30', 1, 'a'), "
+                        "(2, '2005-03-31 23:59:59', 2, 'b'), (3, '2005-04-01 00:00:00', 3, NULL), "
+                        "(4, '2006-12-31 12:00:00', 1, ''), (5, '2004-12-31 08:00:00', 2, 'e'), "
+                        "(6, NULL, 3, 'f')")});
 }
 
 } // namespace qrt::test

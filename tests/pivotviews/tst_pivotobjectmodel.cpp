@@ -74,20 +74,7 @@ void tst_PivotObjectModel::initTestCase()
 {
     QVERIFY(m_dir.isValid());
     const QString path = m_dir.filePath(u"members.db"_s);
-    QVERIFY(qrt::test::execAll(
-        path,
-        {u"CREATE TABLE Categories (ID INTEGER PRIMARY KEY, Name TEXT)"_s,
-         u"CREATE TABLE Providers (ID INTEGER PRIMARY KEY, Provider TEXT)"_s,
-         u"CREATE TABLE Channels (ID INTEGER PRIMARY KEY, Channel TEXT, Provider INTEGER, Category INTEGER)"_s,
-         u"CREATE TABLE News (ID INTEGER PRIMARY KEY, pubDate TEXT, Channel INTEGER, Title TEXT)"_s,
-         u"INSERT INTO Categories VALUES (1, 'Sports'), (2, 'sports'), (3, 'World')"_s,
-         u"INSERT INTO Providers VALUES (1, 'beta'), (2, 'Alpha'), (3, 'Gamma')"_s,
-         u"INSERT INTO Channels VALUES (1, 'One', 1, 1), (2, 'Two', 2, 2), (3, 'Three', 3, 3)"_s,
-         u"INSERT INTO News VALUES (1, '2005-01-03 10:15:30', 1, 'a'), (2, '2005-03-31 23:59:59', "
-         u"2, 'b'),"
-         u" (3, '2005-04-01 00:00:00', 3, NULL), (4, '2006-12-31 12:00:00', 1, ''), (5, "
-         u"'2004-12-31 08:00:00', 2, 'e'),"
-         u" (6, NULL, 3, 'f')"_s}));
+    QVERIFY(qrt::test::makeSmallNewsDb(path));
     QString error;
     m_data = PivotLoader::load(path, qrt::test::pivotStatement(), {}, &error);
     QVERIFY2(m_data, qPrintable(error));

@@ -1,0 +1,104 @@
+#include "PivotCommand.h"
+
+#include "pivotviews/PivotAggregator.h"
+#include "pivotviews/PivotData.h"
+#include "pivotviews/PivotLayoutSpec.h"
+#include "pivotviews/PivotLoad.h"
+#include "pivotviews/PivotResult.h"
+#include "pivotviews/PivotResultWriter.h"
+#include "pivotviews/PivotView.h"
+
+#include <QCommandLineParser>
+#include <QEventLoop>
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+using namespace qrt::pivot;
+
+namespace {
+
+// The statement both pivot views run.
+const QString kPivotStatement =
+    u"SELECT Providers.Provider, Channels.Channel, News.Title AS News, News.pubDate as NewsDate, "
+    u"Categories.Name AS Category FROM Categories INNER JOIN (Providers INNER JOIN (Channels INNER "
+    u"JOIN News ON "
+    u"Channels.ID = News.Channel) ON Providers.ID = Channels.Provider) ON Categories.ID = Channels.Category; "_s;
+
+const QString kSpecHelp = uR"help(
+SPEC: field sets separated by ';', each NAME[FIELD,...](FIELD=MEMBER|MEMBER)...
+  [..]    the included fields (all when left out)
+  (F=..)  only these members of field F; (F!=..) all but these
+  MEMBER  the captions from the top down, separated by '/', e.g. 2024/Qtr1/Jan
+TOTAL: CAPTION=FUNCTION(FIELDSET), separated by ';'; FUNCTION is Sum, Count,
+  Min, Max or Average (default "Count of News=Count(News)").
+Example:
+  zorvane-stats pivot news.db --rows "NewsDate By Month[Months]" --columns Provider \
+      --filter "Category(Category=World|Sports)"
+)help"_s;
+
+std::shared_ptr<const PivotData> load(const QString &connection, const QString &command)
+{
+    PivotLoad load(connection, command);
+    bool shown = false;
+    QObject::connect(&load, &PivotLoad::progress, [&shown](qint64 rows) {
+        if (rows > 0)
+            std::fprintf(stderr, "\rreading rows: %lld", static_cast<long long>(rows));
+        shown = shown || rows > 0;
+    });
+    if (!load.isFinished()) {
+        QEventLoop loop;
+        QObject::connect(&load, &PivotLoad::finished, &loop, &QEventLoop::quit);
+        loop.exec();
+        if (shown)
+            std::fputc('\n', stderr);
+    }
+    if (!load.data())
+        std::fprintf(stderr, "zorvane-stats: cannot load the rows: %s\n", qPrintable(load.error()));
+    return load.data();
+}
+
+} // namespace
+
+int PivotCommand::run(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        u"Prints the grid of a pivot layout over the news database."_s + kSpecHelp);
+    parser.addHelpOption();
+    parser.addPositionalArgument(u"pivot"_s, u"The command."_s);
+    parser.addPositionalArgument(u"connection"_s, u"A SQLite file or a connection string."_s);
+    parser.addOptions({
+        {u"rows"_s, u"Field sets on the row axis."_s, u"SPEC"_s},
+        {u"columns"_s, u"Field sets on the column axis."_s, u"SPEC"_s},
+        {u"filter"_s, u"Field sets on the filter axis."_s, u"SPEC"_s},
+        {u"total"_s, u"The totals."_s, u"TOTAL"_s, u"Count of News=Count(News)"_s},
+        {u"format"_s, u"csv (default) or json."_s, u"FORMAT"_s, u"csv"_s},
+        {u"command"_s, u"Another statement to pivot."_s, u"SQL"_s},
+    });
+    parser.process(arguments);
+    const QString format = parser.value(u"format"_s);
+    if (parser.positionalArguments().size() != 2 || (format != u"csv"_s && format != u"json"_s)) {
+        std::fputs(qPrintable(parser.helpText()), stderr);
+        return 2;
+    }
+    const std::shared_ptr<const PivotData> data =
+        load(parser.positionalArguments().at(1),
+             parser.isSet(u"command"_s) ? parser.value(u"command"_s) : kPivotStatement);
+    if (!data)
+        return 1;
+    PivotView view(data);
+    try {
+        PivotLayoutSpec::applyFieldSets(view, view.FilterAxis(), parser.value(u"filter"_s));
+        PivotLayoutSpec::applyFieldSets(view, view.RowAxis(), parser.value(u"rows"_s));
+        PivotLayoutSpec::applyFieldSets(view, view.ColumnAxis(), parser.value(u"columns"_s));
+        PivotLayoutSpec::applyTotals(view, parser.value(u"total"_s));
+        const PivotResult result = PivotAggregator::run(view);
+        const QString text =
+            format == u"json"_s ? PivotResultWriter::json(result) : PivotResultWriter::csv(result);
+        std::fputs(text.toUtf8().constData(), stdout);
+    } catch (const PivotError &error) {
+        std::fprintf(stderr, "zorvane-stats: %s\n", qPrintable(error.description));
+        return 2;
+    }
+    return 0;
+}

@@ -1,0 +1,189 @@
+// Layouts written as text, as the command line takes them, and the grid the
+// command prints for them.
+
+#include "PivotTestData.h"
+#include "pivotviews/PivotData.h"
+#include "pivotviews/PivotLayoutSpec.h"
+#include "pivotviews/PivotLoader.h"
+#include "pivotviews/PivotView.h"
+
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace qrt::pivot;
+
+Q_DECLARE_METATYPE(PivotError::Code)
+
+namespace {
+
+QString describe(const PivotAxis &axis)
+{
+    QStringList sets;
+    for (const PivotFieldSet *set : axis.FieldSets()) {
+        QStringList fields, choices;
+        for (const PivotField *field : set->Fields()) {
+            if (field->IsIncluded())
+                fields << field->Name();
+            const auto members =
+                set->AllIncludeExclude() == 2 ? field->IncludedMembers() : field->ExcludedMembers();
+            for (const PivotMember &member : members)
+                choices << field->Name() + u':' + member.Caption();
+        }
+        sets << set->Name() + u'[' + fields.join(u',') + u']' +
+                    QString::number(set->AllIncludeExclude()) + u'(' + choices.join(u',') + u')';
+    }
+    return sets.join(u';');
+}
+
+} // namespace
+
+class tst_PivotLayoutSpec : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void fieldSets_data();
+    void fieldSets();
+    void badSpecsRaise_data();
+    void badSpecsRaise();
+    void commandPrintsTheGrid_data();
+    void commandPrintsTheGrid();
+
+private:
+    QTemporaryDir m_dir;
+    QString m_path;
+    std::shared_ptr<PivotData> m_data;
+};
+
+void tst_PivotLayoutSpec::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+    m_path = m_dir.filePath(u"small.db"_s);
+    QVERIFY(qrt::test::makeSmallNewsDb(m_path));
+    QString error;
+    m_data = PivotLoader::load(m_path, qrt::test::pivotStatement(), {}, &error);
+    QVERIFY2(m_data, qPrintable(error));
+}
+
+void tst_PivotLayoutSpec::fieldSets_data()
+{
+    QTest::addColumn<QString>("spec");
+    QTest::addColumn<QString>("axis");
+    QTest::newRow("two sets") << u"NewsDate By Month[Years,Months];Provider"_s
+                              << u"NewsDate By Month[Years,Months]0();Provider[Provider]0()"_s;
+    QTest::newRow("blanks around") << u" Category ( Category = Sports | World ) "_s
+                                   << u"Category[Category]2(Category:Sports,Category:World)"_s;
+    QTest::newRow("member path")
+        << u"NewsDate By Month[Months](Months=2005/Qtr1/Jan|2005/Qtr1/Mar)"_s
+        << u"NewsDate By Month[Months]2(Months:Jan,Months:Mar)"_s;
+    QTest::newRow("exclude") << u"Provider(Provider!=Alpha)"_s
+                             << u"Provider[Provider]1(Provider:Alpha)"_s;
+    QTest::newRow("two fields") << u"NewsDate By Week[](Years=2004)(Weeks=2005/Week 14)"_s
+                                << u"NewsDate By Week[]2(Years:2004,Weeks:Week 14)"_s;
+    QTest::newRow("empty") << QString() << QString();
+}
+
+void tst_PivotLayoutSpec::fieldSets()
+{
+    QFETCH(QString, spec);
+    QFETCH(QString, axis);
+    PivotView view(m_data);
+    PivotLayoutSpec::applyFieldSets(view, view.RowAxis(), spec);
+    QCOMPARE(describe(view.RowAxis()), axis);
+}
+
+void tst_PivotLayoutSpec::badSpecsRaise_data()
+{
+    QTest::addColumn<QString>("fieldSets");
+    QTest::addColumn<QString>("totals");
+    QTest::addColumn<PivotError::Code>("code");
+    QTest::newRow("field set") << u"Providr"_s << QString() << PivotError::Code::NoSuchFieldSet;
+    QTest::newRow("field") << u"Provider[Months]"_s << QString() << PivotError::Code::NoSuchField;
+    QTest::newRow("member") << u"Provider(Provider=Delta)"_s << QString()
+                            << PivotError::Code::NoSuchMember;
+    QTest::newRow("member of a level")
+        << u"NewsDate By Month(Months=2005)"_s << QString() << PivotError::Code::WrongFieldSet;
+    QTest::newRow("both kinds") << u"Provider(Provider=Alpha)(Provider!=beta)"_s << QString()
+                                << PivotError::Code::InvalidValue;
+    QTest::newRow("no operator") << u"Provider(Provider~Alpha)"_s << QString()
+                                 << PivotError::Code::InvalidValue;
+    QTest::newRow("unclosed") << u"Provider[Provider"_s << QString()
+                              << PivotError::Code::InvalidValue;
+    QTest::newRow("function") << QString() << u"x=Median(News)"_s << PivotError::Code::InvalidValue;
+    QTest::newRow("total field set")
+        << QString() << u"x=Count(Nope)"_s << PivotError::Code::NoSuchFieldSet;
+    QTest::newRow("total form") << QString() << u"Count(News)"_s << PivotError::Code::InvalidValue;
+}
+
+void tst_PivotLayoutSpec::badSpecsRaise()
+{
+    QFETCH(QString, fieldSets);
+    QFETCH(QString, totals);
+    QFETCH(PivotError::Code, code);
+    PivotView view(m_data);
+    try {
+        PivotLayoutSpec::applyFieldSets(view, view.FilterAxis(), fieldSets);
+        PivotLayoutSpec::applyTotals(view, totals);
+        QFAIL("no error raised");
+    } catch (const PivotError &error) {
+        QCOMPARE(error.code(), code);
+    }
+}
+
+void tst_PivotLayoutSpec::commandPrintsTheGrid_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("output");
+    // Count counts titles that are not empty: beta's 2006 item and Gamma's
+    // 2005 item have none, so their cells exist and hold 0.
+    QTest::newRow("rows and columns")
+        << QStringList{u"--rows"_s, u"Provider"_s, u"--columns"_s, u"NewsDate By Month[Years]"_s}
+        << u"Provider,(blank),2004,2005,2006,Grand Total\n"
+           u"Alpha,,1,1,,2\n"
+           u"beta,,,1,0,1\n"
+           u"Gamma,1,,0,,1\n"
+           u"Grand Total,1,1,2,0,4\n"_s;
+    QTest::newRow("nested with a filter")
+        << QStringList{u"--rows"_s,   u"NewsDate By Month[Years,Quarters];Category"_s,
+                       u"--filter"_s, u"Provider(Provider!=Gamma)"_s,
+                       u"--total"_s,  u"n=Count(Channel);m=Count(News)"_s}
+        << u"Years,Quarters,Category,n,m\n"
+           u"2004,Qtr4,sports,1,1\n"
+           u"2004,Qtr4 Total,,1,1\n"
+           u"2004 Total,,,1,1\n"
+           u"2005,Qtr1,Sports,1,1\n"
+           u"2005,Qtr1,sports,1,1\n"
+           u"2005,Qtr1 Total,,2,2\n"
+           u"2005 Total,,,2,2\n"
+           u"2006,Qtr4,Sports,1,0\n"
+           u"2006,Qtr4 Total,,1,0\n"
+           u"2006 Total,,,1,0\n"
+           u"Grand Total,,,4,3\n"_s;
+}
+
+void tst_PivotLayoutSpec::commandPrintsTheGrid()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, output);
+    const QString program = qEnvironmentVariable("ZORVANE_STATS");
+    if (program.isEmpty())
+        QSKIP("ZORVANE_STATS is not set (CTest sets it)");
+    QProcess process;
+    process.start(program, QStringList{u"pivot"_s, m_path} + arguments);
+    QVERIFY(process.waitForFinished(60000));
+    QCOMPARE(process.exitCode(), 0);
+    QCOMPARE(QString::fromUtf8(process.readAllStandardOutput()), output);
+
+    QProcess bad;
+    bad.start(program, {u"pivot"_s, m_path, u"--rows"_s, u"Providr"_s});
+    QVERIFY(bad.waitForFinished(60000));
+    QCOMPARE(bad.exitCode(), 2);
+    QCOMPARE(QString::fromUtf8(bad.readAllStandardError()).trimmed().split(u'\n').constLast(),
+             u"zorvane-stats: There is no field set named \"Providr\"."_s);
+}
+
+QTEST_GUILESS_MAIN(tst_PivotLayoutSpec)
+#include "tst_pivotlayoutspec.moc"
