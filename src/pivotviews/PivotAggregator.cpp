@@ -130,8 +130,9 @@ Part makePart(const PivotFieldSet &fieldSet)
         m.table.assign(column.dayCodeCount() + 1, 0);
         for (qint32 day : column.presentDays()) {
             const qint64 key = PivotHierarchy::dateKey(m.level, day, 0);
-            m.table[static_cast<std::size_t>(day - column.firstDay() + 1)] = static_cast<quint32>(
-                std::lower_bound(part.keys.begin(), part.keys.end(), key) - part.keys.begin());
+            m.table[static_cast<std::size_t>(static_cast<qint64>(day) - column.firstDay() + 1)] =
+                static_cast<quint32>(std::lower_bound(part.keys.begin(), part.keys.end(), key) -
+                                     part.keys.begin());
         }
     } else {
         m.kind = Mapper::Kind::Times;
@@ -182,7 +183,8 @@ std::optional<Filter> makeFilter(const PivotFieldSet &fieldSet)
         if (PivotHierarchy::isDayLevel(l)) {
             for (qint32 day : column.presentDays())
                 if (set.count(PivotHierarchy::dateKey(l, day, 0)))
-                    chosen[static_cast<std::size_t>(day - column.firstDay() + 1)] = 1;
+                    chosen[static_cast<std::size_t>(static_cast<qint64>(day) - column.firstDay() +
+                                                    1)] = 1;
         } else {
             filter.times.push_back({l, set});
         }

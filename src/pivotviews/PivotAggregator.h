@@ -3,6 +3,8 @@
 // field sets on the row and column axes with their included fields make the
 // member trees; the member choices of the field sets on the filter, row and
 // column axes drop rows; the totals on the data axis make the values.
+// Field sets on the data axis would list single values, which the grid of
+// totals does not show.
 //
 // Rows are read chunk by chunk in blocks that stay in the cache: each field
 // set turns its column's codes into member ordinals through a small table,

@@ -112,8 +112,9 @@ qint64 PivotColumn::memoryBytes() const
 {
     qint64 bytes = sizeof(*this);
     for (const Codes &chunk : m_codes)
-        bytes += visitCodes(
-            chunk, [](const auto &v) { return static_cast<qint64>(v.capacity() * sizeof(v[0])); });
+        bytes += visitCodes(chunk, [](const auto &v) {
+            return static_cast<qint64>(v.capacity()) * static_cast<qint64>(sizeof(v[0]));
+        });
     for (const auto &chunk : m_seconds)
         bytes += static_cast<qint64>(chunk.capacity() * sizeof(quint32));
     for (const QString &caption : m_captions)

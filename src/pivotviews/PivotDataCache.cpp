@@ -32,6 +32,7 @@ std::shared_ptr<PivotDataCache::Entry> PivotDataCache::acquire(const QString &co
 {
     const QString key = keyOf(connectionString, commandText);
     QMutexLocker lock(&m_mutex);
+    m_loaded.removeIf([](const auto &item) { return item.value().expired(); });
     std::shared_ptr<Entry> entry = m_running.value(key).lock();
     if (entry && !entry->m_future.isCanceled()) {
         ++entry->m_holders;

@@ -3,6 +3,9 @@
 // field per level of its member tree, stands on at most one axis at a time,
 // and carries the member choices of its fields (AllIncludeExclude: 1 all
 // members but the excluded ones, 2 none but the included ones, 0 no choice).
+// With 2 a row counts when its member at one of the fields with a choice is
+// an included one (so nothing included shows nothing); with 1 when none of
+// its members at those fields is an excluded one.
 
 #include "pivotviews/PivotField.h"
 #include "pivotviews/PivotHierarchy.h"

@@ -203,7 +203,6 @@ QString PivotHierarchy::caption(int levelIndex, qint64 key) const
     case Level::Hours:
         return twoDigits(floorMod(key, 24));
     case Level::Minutes:
-        return twoDigits(floorMod(key, 60));
     case Level::Seconds:
         return twoDigits(floorMod(key, 60));
     case Level::Timestamp: {
