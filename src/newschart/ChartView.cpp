@@ -155,6 +155,17 @@ std::vector<std::vector<double>> ChartView::seriesValues(bool stacked) const
     return values;
 }
 
+QSize ChartView::layoutSize() const
+{
+    return m_exportSize.isValid() ? m_exportSize : size();
+}
+
+void ChartView::resizeEvent(QResizeEvent *event)
+{
+    QCustomPlot::resizeEvent(event);
+    redraw(); // the legend's columns and the symbols follow the size
+}
+
 void ChartView::redraw()
 {
     clearPlottables();
@@ -211,6 +222,10 @@ void ChartView::drawLines(bool filled, const std::vector<std::vector<double>> &v
 {
     const bool stacked = m_control->IsStacked();
     const int count = int(values.size());
+    // Symbols only where they leave room between them; a year of days
+    // would be a band of symbols.
+    const qsizetype points = values.empty() ? 0 : qsizetype(values.front().size());
+    const bool symbols = points > 0 && layoutSize().width() * 0.8 / double(points) >= 6.0;
     // A stack is painted from the top series down, each lower one over it.
     for (int n = 0; n < count; ++n) {
         const int i = stacked ? count - n : n + 1;
@@ -227,7 +242,7 @@ void ChartView::drawLines(bool filled, const std::vector<std::vector<double>> &v
             if (!stacked)
                 fill.setAlpha(110);
             graph->setBrush(fill);
-        } else {
+        } else if (symbols) {
             graph->setScatterStyle(QCPScatterStyle(symbolShape(style.SymbolShape),
                                                    color(style.SymbolColor),
                                                    color(style.SymbolColor), style.SymbolSize));
@@ -291,6 +306,20 @@ void ChartView::drawLabels()
 void ChartView::placeLegend()
 {
     const bool show = m_control->LegendIsShowing() && legend->itemCount() > 0;
+    if (show) {
+        // Items run down a column and wrap into the next one: many series
+        // still fit beside the chart.
+        const int itemHeight =
+            legend->item(0)->minimumOuterSizeHint().height() + legend->rowSpacing();
+        const QMargins margins = legend->margins();
+        const int room = layoutSize().height() - margins.top() - margins.bottom() - 8;
+        const int rows = std::max(1, room / std::max(1, itemHeight));
+        if (legend->wrap() != rows) {
+            legend->setFillOrder(QCPLayoutGrid::foRowsFirst, false);
+            legend->setWrap(rows);
+            legend->setFillOrder(QCPLayoutGrid::foRowsFirst, true);
+        }
+    }
     const bool placed = plotLayout()->hasElement(0, 1);
     legend->setVisible(show);
     if (show && !placed) {
@@ -305,6 +334,16 @@ void ChartView::placeLegend()
 bool ChartView::exportTo(const QString &path, QSize size, QString *error)
 {
     const QString suffix = QFileInfo(path).suffix().toLower();
+    m_exportSize = size;
+    redraw();
+    const bool ok = write(path, suffix, size, error);
+    m_exportSize = QSize();
+    redraw();
+    return ok;
+}
+
+bool ChartView::write(const QString &path, const QString &suffix, QSize size, QString *error)
+{
     bool ok = false;
     if (suffix == u"png"_s) {
         ok = savePng(path, size.width(), size.height());

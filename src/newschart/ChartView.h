@@ -33,7 +33,13 @@ public Q_SLOTS:
     // Brings the drawing in line with the control.
     void redraw();
 
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
 private:
+    // The size the chart is laid out for: the widget's, or an export's.
+    QSize layoutSize() const;
+    bool write(const QString &path, const QString &suffix, QSize size, QString *error);
     void drawAxes();
     void drawSeries();
     void drawLines(bool filled, const std::vector<std::vector<double>> &values);
@@ -48,4 +54,5 @@ private:
     ChartAreaBackdrop *m_backdrop;
     QCPBarsGroup *m_barsGroup;
     std::vector<QCPAbstractPlottable *> m_bySeries; // index: series - 1
+    QSize m_exportSize;
 };

@@ -1,0 +1,267 @@
+// The chart control's model without a screen: a new table is all holes, the
+// batch flags hold repaints back, the chart type takes only its four codes,
+// the series styles and further colours, the bounds the title is placed by,
+// and the time scale's strftime formatting.
+
+#include "db/Dates.h"
+#include "newschart/ChartControl.h"
+
+#include <QSignalSpy>
+#include <QTest>
+#include <set>
+
+using namespace Qt::StringLiterals;
+
+class tst_ChartControl : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void newTableIsHoles();
+    void cellsOutsideTheTableAreNoOps();
+    void batchFlagsHoldRepaints();
+    void labelBracketHoldsRepaints();
+    void chartTypes_data();
+    void chartTypes();
+    void designStyles_data();
+    void designStyles();
+    void furtherSeriesGetDistinctColours();
+    void valueBounds_data();
+    void valueBounds();
+    void axesByName();
+    void format_data();
+    void format();
+};
+
+void tst_ChartControl::newTableIsHoles()
+{
+    ChartControl chart;
+    QCOMPARE(chart.HoleValue(), 1e308);
+    chart.setNumSeries(2);
+    chart.setNumPoints(1, 4);
+    QCOMPARE(chart.NumPoints(2), 4); // written for series 1, valid for all
+    QVERIFY(chart.setY(2, 3, 7));
+    chart.setNumSeries(3); // a series added later is holes too
+    for (int i = 1; i <= 3; ++i) {
+        for (int k = 1; k <= 4; ++k) {
+            double v = 0;
+            QVERIFY(chart.Y(i, k, v));
+            QCOMPARE(v, i == 2 && k == 3 ? 7.0 : 1e308);
+        }
+    }
+    chart.setNumPoints(1, 2); // a new size is a new table
+    double v = 0;
+    QVERIFY(chart.Y(2, 2, v));
+    QVERIFY(chart.IsHole(v));
+    chart.setNumSeries(0);
+    QCOMPARE(chart.NumPoints(1), 0);
+}
+
+void tst_ChartControl::cellsOutsideTheTableAreNoOps()
+{
+    ChartControl chart;
+    chart.setNumSeries(1);
+    chart.setNumPoints(1, 3);
+    double v = 42;
+    for (auto [series, point] : {std::pair{0, 1}, {2, 1}, {1, 0}, {1, 4}, {-1, -1}}) {
+        QVERIFY(!chart.Y(series, point, v));
+        QVERIFY(!chart.setY(series, point, 5));
+    }
+    QCOMPARE(v, 42.0);
+    chart.setNumPoints(2, 9); // no series 2: nothing changes
+    QCOMPARE(chart.NumPoints(1), 3);
+}
+
+void tst_ChartControl::batchFlagsHoldRepaints()
+{
+    ChartControl chart;
+    QSignalSpy repaints(&chart, &ChartControl::repaintNeeded);
+    chart.setIsBatched(true);
+    chart.setDataIsBatched(true);
+    chart.setNumSeries(3);
+    chart.setNumPoints(1, 100);
+    for (int k = 1; k <= 100; ++k)
+        chart.setY(1, k, k);
+    chart.AddSeriesLabel(u"A"_s);
+    chart.setBackColor(0xEDEDED);
+    QCOMPARE(repaints.count(), 0);
+    chart.setDataIsBatched(false); // the chart is still batched
+    QCOMPARE(repaints.count(), 0);
+    chart.setIsBatched(false);
+    QCOMPARE(repaints.count(), 1);
+    // Outside a batch, a display change repaints at once, a cell write too.
+    chart.setChartType(ChartControl::Bar);
+    chart.setIsStacked(true);
+    chart.setLegendIsShowing(false);
+    chart.setY(1, 1, 5);
+    QCOMPARE(repaints.count(), 5);
+    // Cell writes under the data batch alone wait for it to drop.
+    chart.setDataIsBatched(true);
+    chart.setY(1, 2, 5);
+    chart.setY(1, 3, 5);
+    QCOMPARE(repaints.count(), 5);
+    chart.setDataIsBatched(false);
+    QCOMPARE(repaints.count(), 6);
+}
+
+void tst_ChartControl::labelBracketHoldsRepaints()
+{
+    ChartControl chart;
+    QSignalSpy repaints(&chart, &ChartControl::repaintNeeded);
+    const int label = chart.AddLabel();
+    QCOMPARE(label, 0);
+    chart.setLabelIsBatched(label, true);
+    const int before = int(repaints.count());
+    chart.setLabelText(label, u"News Count for May 2005"_s);
+    chart.setLabelDataX(label, 3);
+    chart.setLabelDataY(label, 10);
+    QCOMPARE(repaints.count(), before);
+    chart.setLabelIsBatched(label, false);
+    QCOMPARE(repaints.count(), before + 1);
+    QCOMPARE(chart.Label(0)->Text, u"News Count for May 2005"_s);
+    QCOMPARE(chart.Label(0)->DataX, 3.0);
+    QCOMPARE(chart.Label(0)->DataY, 10.0);
+    chart.setLabelText(5, u"nowhere"_s); // no such label: nothing happens
+    QVERIFY(!chart.Label(5));
+    chart.RemoveAllLabels();
+    QCOMPARE(chart.LabelCount(), 0);
+}
+
+void tst_ChartControl::chartTypes_data()
+{
+    QTest::addColumn<int>("code");
+    QTest::addColumn<int>("kept");
+    QTest::newRow("Plot") << 1 << 1;
+    QTest::newRow("Bar") << 2 << 2;
+    QTest::newRow("Stacking Bar") << 4 << 4;
+    QTest::newRow("Area") << 5 << 5;
+    QTest::newRow("3 is not ours") << 3 << 2;
+    QTest::newRow("0") << 0 << 2;
+    QTest::newRow("6") << 6 << 2;
+}
+
+void tst_ChartControl::chartTypes()
+{
+    QFETCH(int, code);
+    QFETCH(int, kept);
+    ChartControl chart;
+    chart.setChartType(ChartControl::Bar);
+    chart.setIsStacked(false);
+    chart.setChartType(code);
+    QCOMPARE(chart.ChartType(), kept);
+    QVERIFY(!chart.IsStacked()); // the type never touches the stacked flag
+}
+
+void tst_ChartControl::designStyles_data()
+{
+    QTest::addColumn<int>("series");
+    QTest::addColumn<quint32>("line");
+    QTest::addColumn<int>("shape");
+    QTest::addColumn<quint32>("symbol");
+    QTest::newRow("1") << 1 << ClassicRgb(255, 0, 0) << 4 << ClassicRgb(255, 0, 255);
+    QTest::newRow("2") << 2 << ClassicRgb(210, 180, 140) << 3 << ClassicRgb(0, 0, 255);
+    QTest::newRow("3") << 3 << ClassicRgb(50, 255, 0) << 2 << ClassicRgb(0, 0, 205);
+    QTest::newRow("4") << 4 << ClassicRgb(72, 209, 204) << 5 << ClassicRgb(255, 0, 0);
+}
+
+void tst_ChartControl::designStyles()
+{
+    QFETCH(int, series);
+    QFETCH(quint32, line);
+    QFETCH(int, shape);
+    QFETCH(quint32, symbol);
+    const SeriesStyle style = ChartControl::Style(series);
+    QCOMPARE(style.LineColor, line);
+    QCOMPARE(style.FillColor, line);
+    QCOMPARE(style.SymbolShape, shape);
+    QCOMPARE(style.SymbolColor, symbol);
+    QCOMPARE(style.LineWidth, 1);
+    QCOMPARE(style.LinePattern, 2);
+    QCOMPARE(style.SymbolSize, 7);
+}
+
+void tst_ChartControl::furtherSeriesGetDistinctColours()
+{
+    std::set<quint32> seen;
+    for (int series = 1; series <= 60; ++series) {
+        const quint32 colour = ChartControl::Style(series).LineColor;
+        QVERIFY2(seen.insert(colour).second,
+                 qPrintable(u"series %1 repeats a colour"_s.arg(series)));
+        QVERIFY(colour != ClassicRgb(245, 245, 220)); // never the chart's background
+        QVERIFY(colour != 0xEDEDED);
+    }
+}
+
+void tst_ChartControl::valueBounds_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<bool>("stacked");
+    QTest::addColumn<double>("yMax");
+    // Two series over three points: (10, hole, 4) and (30, 20, hole).
+    QTest::newRow("plot: the highest value and some room") << 1 << false << 40.0;
+    QTest::newRow("stacked plot: the highest stack") << 1 << true << 50.0;
+    QTest::newRow("stacking bar stacks without the flag") << 4 << false << 50.0;
+    QTest::newRow("bar") << 2 << false << 40.0;
+}
+
+void tst_ChartControl::valueBounds()
+{
+    QFETCH(int, type);
+    QFETCH(bool, stacked);
+    QFETCH(double, yMax);
+    ChartControl chart;
+    chart.setNumSeries(2);
+    chart.setNumPoints(1, 3);
+    chart.setY(1, 1, 10);
+    chart.setY(1, 3, 4);
+    chart.setY(2, 1, 30);
+    chart.setY(2, 2, 20);
+    chart.setChartType(type);
+    chart.setIsStacked(stacked);
+    QCOMPARE(chart.AxisMin(u"Y"), 0.0);
+    QCOMPARE(chart.AxisMax(u"Y"), yMax);
+    QVERIFY(chart.AxisMax(u"Y") > (stacked || type == 4 ? 40.0 : 30.0));
+    QCOMPARE(chart.AxisMin(u"X"), 0.5);
+    QCOMPARE(chart.AxisMax(u"X"), 3.5);
+}
+
+void tst_ChartControl::axesByName()
+{
+    ChartControl chart;
+    QVERIFY(chart.Axis(u"X"));
+    QVERIFY(chart.Axis(u"Y"));
+    QCOMPARE(chart.Axis(u"X")->Name, u"X"_s);
+    QVERIFY(!chart.Axis(u"Y2"));
+    QVERIFY(!chart.Axis(u"x")); // names compare exactly
+}
+
+void tst_ChartControl::format_data()
+{
+    using qrt::dates::fromYmd;
+    QTest::addColumn<double>("date");
+    QTest::addColumn<QString>("format");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("%B %d") << fromYmd(2005, 1, 5) << u"%B %d"_s << u"January 05"_s;
+    QTest::newRow("%B %Y at noon")
+        << fromYmd(2005, 2, 28) + 0.5 << u"%B %Y"_s << u"February 2005"_s;
+    QTest::newRow("%d- and text around") << fromYmd(2005, 12, 31) << u"%d-"_s << u"31-"_s;
+    QTest::newRow("%Y") << fromYmd(1999, 12, 31) + 0.99 << u"%Y"_s << u"1999"_s;
+    // Weeks counted from Monday; 2005-01-01 was a Saturday, in week 00.
+    QTest::newRow("%W before the first Monday") << fromYmd(2005, 1, 1) << u"%W"_s << u"00"_s;
+    QTest::newRow("%W on the first Monday") << fromYmd(2005, 1, 3) << u"%W"_s << u"01"_s;
+    QTest::newRow("%W at the end of a leap year") << fromYmd(2004, 12, 31) << u"%W"_s << u"52"_s;
+    QTest::newRow("time of day") << fromYmd(2005, 3, 15) + 10.5 / 24 << u"%H:%M:%S"_s
+                                 << u"10:30:00"_s;
+    QTest::newRow("day 0") << 0.0 << u"%Y-%m-%d %A"_s << u"1899-12-30 Saturday"_s;
+}
+
+void tst_ChartControl::format()
+{
+    QFETCH(double, date);
+    QFETCH(QString, format);
+    QFETCH(QString, text);
+    QCOMPARE(ChartControl::Format(date, format), text);
+}
+
+QTEST_APPLESS_MAIN(tst_ChartControl)
+#include "tst_chartcontrol.moc"

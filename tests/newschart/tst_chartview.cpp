@@ -1,0 +1,286 @@
+// The chart view draws what its control holds: per chart type and stacked
+// flag the right plottables with holes as gaps or missing bars, the legend
+// in series order, the title label, the time axis labelled by days, the two
+// looks of the chart area on screen, and exports to PNG, SVG and PDF.
+
+#include "db/Dates.h"
+#include "newschart/ChartControl.h"
+#include "newschart/ChartView.h"
+
+#include <QFile>
+#include <QImage>
+#include <QTemporaryDir>
+#include <QTest>
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr double H = ChartControl::DefaultHoleValue;
+
+// Two series over five days: (1, hole, 3, 4, hole) and (2, 2, hole, 1, 1).
+void fill(ChartControl &chart, int series = 2)
+{
+    chart.setIsBatched(true);
+    chart.setDataIsBatched(true);
+    chart.RemoveAllSeriesLabels();
+    const QList<QList<double>> rows = {{1, H, 3, 4, H}, {2, 2, H, 1, 1}};
+    chart.setNumSeries(series);
+    chart.setNumPoints(1, 5);
+    for (int i = 1; i <= series; ++i) {
+        chart.AddSeriesLabel(u"S%1"_s.arg(i));
+        for (int k = 1; k <= 5; ++k)
+            chart.setY(i, k, rows[(i - 1) % 2][k - 1]);
+    }
+    ChartAxis *x = chart.Axis(u"X");
+    x->AnnotationMethod = 3;
+    x->TimeUnit = 4;
+    x->TimeBase = qrt::dates::fromYmd(2005, 1, 9) + 0.25;
+    chart.setDataIsBatched(false);
+    chart.setIsBatched(false);
+}
+
+QCPAbstractPlottable *plottableNamed(ChartView &view, const QString &name)
+{
+    for (int i = 0; i < view.plottableCount(); ++i)
+        if (view.plottable(i)->name() == name)
+            return view.plottable(i);
+    return nullptr;
+}
+
+// "key:value" pairs of a plottable's data, "nan" for a gap.
+QString dataOf(QCPAbstractPlottable *plottable)
+{
+    QStringList out;
+    auto add = [&out](double key, double value) {
+        out << QString::number(key) + u':' +
+                   (std::isnan(value) ? u"nan"_s : QString::number(value));
+    };
+    if (auto *graph = qobject_cast<QCPGraph *>(plottable)) {
+        for (auto it = graph->data()->constBegin(); it != graph->data()->constEnd(); ++it)
+            add(it->key, it->value);
+    } else if (auto *bars = qobject_cast<QCPBars *>(plottable)) {
+        for (auto it = bars->data()->constBegin(); it != bars->data()->constEnd(); ++it)
+            add(it->key, it->value);
+    }
+    return out.join(u' ');
+}
+
+} // namespace
+
+class tst_ChartView : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void chartTypes_data();
+    void chartTypes();
+    void legendFollowsTheFlag();
+    void titleLabel();
+    void timeAxisLabelsDays();
+    void emptyChartIsBlank();
+    void looksOnScreen();
+    void furtherSeriesColours();
+    void exports_data();
+    void exports();
+    void unknownExportFormat();
+};
+
+void tst_ChartView::chartTypes_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<bool>("stacked");
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<QString>("first");
+    QTest::addColumn<QString>("second");
+    QTest::addColumn<bool>("filled");
+    QTest::newRow("plot: gaps at holes")
+        << 1 << false << u"QCPGraph"_s << u"1:1 2:nan 3:3 4:4 5:nan"_s << u"1:2 2:2 3:nan 4:1 5:1"_s
+        << false;
+    QTest::newRow("plot, stacked: the second on the first, a hole below counts 0")
+        << 1 << true << u"QCPGraph"_s << u"1:1 2:nan 3:3 4:4 5:nan"_s << u"1:3 2:2 3:nan 4:5 5:1"_s
+        << false;
+    QTest::newRow("bar: no bar at a hole")
+        << 2 << false << u"QCPBars"_s << u"1:1 3:3 4:4"_s << u"1:2 2:2 4:1 5:1"_s << true;
+    QTest::newRow("bar, stacked") << 2 << true << u"QCPBars"_s << u"1:1 3:3 4:4"_s
+                                  << u"1:3 2:2 4:5 5:1"_s << true;
+    QTest::newRow("stacking bar stacks by itself")
+        << 4 << false << u"QCPBars"_s << u"1:1 3:3 4:4"_s << u"1:3 2:2 4:5 5:1"_s << true;
+    QTest::newRow("area") << 5 << false << u"QCPGraph"_s << u"1:1 2:nan 3:3 4:4 5:nan"_s
+                          << u"1:2 2:2 3:nan 4:1 5:1"_s << true;
+    QTest::newRow("area, stacked") << 5 << true << u"QCPGraph"_s << u"1:1 2:nan 3:3 4:4 5:nan"_s
+                                   << u"1:3 2:2 3:nan 4:5 5:1"_s << true;
+}
+
+void tst_ChartView::chartTypes()
+{
+    QFETCH(int, type);
+    QFETCH(bool, stacked);
+    QFETCH(QString, kind);
+    QFETCH(QString, first);
+    QFETCH(QString, second);
+    QFETCH(bool, filled);
+    ChartView view;
+    fill(*view.control());
+    view.control()->setChartType(type);
+    view.control()->setIsStacked(stacked);
+    QCOMPARE(view.drawnSeriesCount(), 2);
+    QCPAbstractPlottable *s1 = plottableNamed(view, u"S1"_s);
+    QCPAbstractPlottable *s2 = plottableNamed(view, u"S2"_s);
+    QVERIFY(s1 && s2);
+    QCOMPARE(QString::fromLatin1(s1->metaObject()->className()), kind);
+    QCOMPARE(dataOf(s1), first);
+    QCOMPARE(dataOf(s2), second);
+    QCOMPARE(s1->brush().style() != Qt::NoBrush, filled);
+    // Lines in the series' line colour, bars filled with it.
+    const bool bars = kind == u"QCPBars"_s;
+    QCOMPARE((bars ? s1->brush().color() : s1->pen().color()).rgb(), QColor(255, 0, 0).rgb());
+    QCOMPARE((bars ? s2->brush().color() : s2->pen().color()).rgb(), QColor(210, 180, 140).rgb());
+    // The model keeps its values whatever is drawn.
+    double v = 0;
+    QVERIFY(view.control()->Y(2, 1, v));
+    QCOMPARE(v, 2.0);
+}
+
+void tst_ChartView::legendFollowsTheFlag()
+{
+    ChartView view;
+    fill(*view.control());
+    QVERIFY(view.legend->visible());
+    QCOMPARE(view.legend->itemCount(), 2);
+    QCOMPARE(view.legend->itemWithPlottable(plottableNamed(view, u"S1"_s)),
+             view.legend->item(0)); // series order
+    QVERIFY(view.plotLayout()->hasElement(0, 1));
+    view.control()->setLegendIsShowing(false);
+    QVERIFY(!view.legend->visible());
+    QVERIFY(!view.plotLayout()->hasElement(0, 1)); // the chart takes the room
+    view.control()->setLegendIsShowing(true);
+    QVERIFY(view.legend->visible());
+    QVERIFY(view.plotLayout()->hasElement(0, 1));
+}
+
+void tst_ChartView::titleLabel()
+{
+    ChartView view;
+    fill(*view.control());
+    ChartControl &chart = *view.control();
+    const int label = chart.AddLabel();
+    chart.setLabelText(label, u"News Count for January 2005"_s);
+    chart.setLabelDataX(label, 3);
+    chart.setLabelDataY(label, 4);
+    chart.setLabelBold(label, true);
+    QCOMPARE(view.itemCount(), 1);
+    auto *text = qobject_cast<QCPItemText *>(view.item(0));
+    QVERIFY(text);
+    QCOMPARE(text->text(), u"News Count for January 2005"_s);
+    QVERIFY(text->font().bold());
+    QCOMPARE(text->position->coords(), QPointF(3, 4));
+}
+
+void tst_ChartView::timeAxisLabelsDays()
+{
+    ChartView view;
+    fill(*view.control());
+    QCOMPARE(view.xAxis->range().lower, 0.5);
+    QCOMPARE(view.xAxis->range().upper, 5.5);
+    QVector<double> ticks;
+    QVector<QString> labels;
+    view.xAxis->ticker()->generate(view.xAxis->range(), QLocale::c(), u'g', 6, ticks, nullptr,
+                                   &labels);
+    QVERIFY(!ticks.isEmpty());
+    for (qsizetype i = 0; i < ticks.size(); ++i) {
+        // Point k is the day of the base plus k: point 1 is January 10.
+        const QDate day = QDate(2005, 1, 9).addDays(qint64(ticks[i]));
+        QCOMPARE(labels[i], QLocale::c().toString(day, u"d MMM"_s));
+    }
+    QVERIFY(view.xAxis->grid()->visible() == view.control()->Axis(u"X")->Grid.IsShown);
+}
+
+void tst_ChartView::emptyChartIsBlank()
+{
+    ChartView view;
+    fill(*view.control());
+    view.control()->setNumSeries(0);
+    QCOMPARE(view.drawnSeriesCount(), 0);
+    QVERIFY(!view.xAxis->visible());
+    QVERIFY(!view.yAxis->visible());
+    QVERIFY(!view.legend->visible());
+}
+
+void tst_ChartView::looksOnScreen()
+{
+    ChartView view;
+    view.resize(400, 260);
+    ChartControl &chart = *view.control();
+    chart.setBorderWidth(0);
+    chart.setBackColor(14480885);
+    view.replot();
+    const QImage empty = view.toPixmap(400, 260).toImage();
+    QCOMPARE(empty.pixel(200, 130), qRgb(245, 245, 220)); // a blank surface
+    fill(chart);
+    chart.setBorderStyle(1);
+    chart.setBorderWidth(4);
+    chart.setBackColor(0xEDEDED);
+    view.replot();
+    const QImage drawn = view.toPixmap(400, 260).toImage();
+    const QRect area = view.axisRect()->outerRect();
+    const QColor back(237, 237, 237);
+    QCOMPARE(drawn.pixel(area.left() + 1, area.top() + 1), back.darker(135).rgb()); // the border
+    QCOMPARE(drawn.pixel(area.left() + 6, area.top() + 6), back.rgb());
+}
+
+void tst_ChartView::furtherSeriesColours()
+{
+    ChartView view;
+    fill(*view.control(), 9);
+    QSet<QRgb> colours;
+    for (int i = 1; i <= 9; ++i)
+        colours.insert(plottableNamed(view, u"S%1"_s.arg(i))->pen().color().rgb());
+    QCOMPARE(colours.size(), 9);
+}
+
+void tst_ChartView::exports_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("start");
+    QTest::newRow("png") << u"chart.png"_s << QByteArray("\x89PNG");
+    QTest::newRow("svg") << u"chart.svg"_s << QByteArray("<?xml");
+    QTest::newRow("pdf") << u"chart.PDF"_s << QByteArray("%PDF");
+}
+
+void tst_ChartView::exports()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, start);
+    QTemporaryDir dir;
+    ChartView view;
+    fill(*view.control());
+    const QString path = dir.filePath(name);
+    QString error;
+    QVERIFY2(view.exportTo(path, QSize(640, 360), &error), qPrintable(error));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray content = file.readAll();
+    QVERIFY(content.startsWith(start));
+    if (name.endsWith(u".png"_s))
+        QCOMPARE(QImage(path).size(), QSize(640, 360));
+    if (name.endsWith(u".svg"_s))
+        QVERIFY(content.contains("viewBox=\"0 0 640 360\""));
+    QCOMPARE(view.drawnSeriesCount(), 2); // the view is as before
+}
+
+void tst_ChartView::unknownExportFormat()
+{
+    QTemporaryDir dir;
+    ChartView view;
+    QString error;
+    QVERIFY(!view.exportTo(dir.filePath(u"chart.gif"_s), QSize(100, 100), &error));
+    QVERIFY(error.contains(u".png, .svg or .pdf"_s));
+    QVERIFY(!QFile::exists(dir.filePath(u"chart.gif"_s)));
+    QVERIFY(!view.exportTo(u"/nonexistent-folder/chart.png"_s, QSize(100, 100), &error));
+    QVERIFY(error.contains(u"cannot write"_s));
+}
+
+QTEST_MAIN(tst_ChartView)
+#include "tst_chartview.moc"
