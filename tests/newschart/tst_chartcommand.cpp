@@ -1,0 +1,270 @@
+// zorvane-stats chart, run as a user runs it: the table it writes (CSV and
+// JSON, holes empty or null), the named periods, the images of every chart
+// type, and a clear answer to bad options and broken databases.
+
+#include "NewsFixture.h"
+#include "db/Dates.h"
+
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+namespace dates = qrt::dates;
+
+namespace {
+
+struct Run
+{
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+Run runChart(const QStringList &arguments)
+{
+    QProcess process;
+    process.start(qEnvironmentVariable("ZORVANE_STATS"), QStringList{u"chart"_s} + arguments);
+    Run run;
+    if (!process.waitForFinished(60000))
+        return run;
+    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    run.out = process.readAllStandardOutput();
+    run.err = process.readAllStandardError();
+    return run;
+}
+
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// The day `back` days before today at the given hour, as stored.
+QString daysAgo(int back, int hour)
+{
+    return dates::toTimestampText(dates::today() - back + hour / 24.0);
+}
+
+} // namespace
+
+class tst_ChartCommand : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void csvTable();
+    void jsonTable();
+    void tableOnStandardOutput();
+    void namedPeriods_data();
+    void namedPeriods();
+    void images_data();
+    void images();
+    void badOptions_data();
+    void badOptions();
+    void brokenDatabase();
+    void periodWithoutNews();
+
+private:
+    QTemporaryDir m_dir;
+    QString m_fixed;  // news in January 2005
+    QString m_recent; // news on days counted back from today
+};
+
+void tst_ChartCommand::initTestCase()
+{
+    QVERIFY(!qEnvironmentVariable("ZORVANE_STATS").isEmpty());
+    m_fixed = m_dir.filePath(u"fixed.db"_s);
+    QVERIFY(qrt::test::makeSqliteNews(
+        m_fixed,
+        {u"2005-01-01 08:00:00|1"_s, u"2005-01-01 08:00:00|1"_s, u"2005-01-03 10:00:00|2"_s,
+         u"2005-01-03 23:00:00|3"_s, u"2005-01-10 12:00:00|4"_s, u"2005-01-10 12:30:00|4|null"_s}));
+    m_recent = m_dir.filePath(u"recent.db"_s);
+    QVERIFY(qrt::test::makeSqliteNews(m_recent,
+                                      {daysAgo(0, 10) + u"|1"_s, daysAgo(1, 10) + u"|1"_s,
+                                       daysAgo(5, 10) + u"|2"_s, daysAgo(20, 10) + u"|3"_s,
+                                       daysAgo(200, 10) + u"|4"_s, daysAgo(1000, 10) + u"|1"_s}));
+}
+
+void tst_ChartCommand::csvTable()
+{
+    const QString table = m_dir.filePath(u"january.csv"_s);
+    const Run run = runChart(
+        {m_fixed, u"--from"_s, u"2005-01-01"_s, u"--till"_s, u"2005-01-05"_s, u"--table"_s, table});
+    QCOMPARE(run.exitCode, 0);
+    // Two channels of Alpha Wire on the 3rd add up; the 2nd is a hole.
+    QCOMPARE(readFile(table), QByteArray("Title,News Count for January 2005\r\n"
+                                         "MinDate,2005-01-01 08:00:00\r\n"
+                                         "MaxDate,2005-01-03 23:00:00\r\n"
+                                         "Date,Alpha Wire,Beta News\r\n"
+                                         "2005-01-01,2,\r\n"
+                                         "2005-01-02,,\r\n"
+                                         "2005-01-03,1,1\r\n"));
+}
+
+void tst_ChartCommand::jsonTable()
+{
+    const QString table = m_dir.filePath(u"january.json"_s);
+    const Run run = runChart({m_fixed, u"--from"_s, u"2005-01-01"_s, u"--till"_s, u"2005-01-31"_s,
+                              u"--series"_s, u"channels"_s, u"--table"_s, table});
+    QCOMPARE(run.exitCode, 0);
+    const QJsonObject root = QJsonDocument::fromJson(readFile(table)).object();
+    QCOMPARE(root.value(u"title"_s).toString(), u"News Count for January 2005"_s);
+    QCOMPARE(root.value(u"minDate"_s).toString(), u"2005-01-01 08:00:00"_s);
+    QCOMPARE(root.value(u"maxDate"_s).toString(), u"2005-01-10 12:30:00"_s);
+    const QJsonArray days = root.value(u"days"_s).toArray();
+    QCOMPARE(days.size(), 10);
+    QCOMPARE(days.first().toString(), u"2005-01-01"_s);
+    QCOMPARE(days.last().toString(), u"2005-01-10"_s);
+    const QJsonArray series = root.value(u"series"_s).toArray();
+    QCOMPARE(series.size(), 4);
+    const QJsonObject betaSports = series.at(3).toObject();
+    QCOMPARE(betaSports.value(u"name"_s).toString(), u"Beta Sports"_s);
+    const QJsonArray values = betaSports.value(u"values"_s).toArray();
+    QCOMPARE(values.size(), 10);
+    QVERIFY(values.at(0).isNull());
+    QVERIFY(values.at(8).isNull());
+    QCOMPARE(values.at(9).toDouble(), 1.0); // the item without an ID is not counted
+    QCOMPARE(series.at(0).toObject().value(u"values"_s).toArray().at(0).toDouble(), 2.0);
+}
+
+void tst_ChartCommand::tableOnStandardOutput()
+{
+    const Run run = runChart({m_fixed, u"--from"_s, u"2005-01-03"_s, u"--till"_s, u"2005-01-03"_s,
+                              u"--series"_s, u"categories"_s});
+    QCOMPARE(run.exitCode, 0);
+    QVERIFY(run.out.startsWith("Title,News Count for January 03\r\n"));
+    QVERIFY(run.out.contains("Date,World,Sports\r\n2005-01-03,1,1\r\n"));
+}
+
+void tst_ChartCommand::namedPeriods_data()
+{
+    QTest::addColumn<QString>("period");
+    QTest::addColumn<double>("items");
+    QTest::newRow("today") << u"today"_s << 1.0;
+    QTest::newRow("yesterday, and today") << u"yesterday"_s << 2.0;
+    QTest::newRow("week") << u"week"_s << 3.0;
+    QTest::newRow("month") << u"month"_s << 4.0;
+    QTest::newRow("year") << u"year"_s << 5.0;
+    QTest::newRow("all") << u"all"_s << 6.0;
+    QTest::newRow("names ignore case") << u"WEEK"_s << 3.0;
+}
+
+void tst_ChartCommand::namedPeriods()
+{
+    QFETCH(QString, period);
+    QFETCH(double, items);
+    const QString table = m_dir.filePath(u"period.json"_s);
+    const Run run = runChart({m_recent, u"--period"_s, period, u"--table"_s, table});
+    QCOMPARE(run.exitCode, 0);
+    double total = 0;
+    const QJsonArray series =
+        QJsonDocument::fromJson(readFile(table)).object().value(u"series"_s).toArray();
+    for (const QJsonValue &s : series)
+        for (const QJsonValue &v : s.toObject().value(u"values"_s).toArray())
+            total += v.toDouble();
+    QCOMPARE(total, items);
+}
+
+void tst_ChartCommand::images_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QByteArray>("start");
+    QTest::newRow("plot png") << QStringList{u"--type"_s, u"plot"_s} << u"plot.png"_s
+                              << QByteArray("\x89PNG");
+    QTest::newRow("bar png, stacked") << QStringList{u"--type"_s, u"bar"_s, u"--stacked"_s}
+                                      << u"bar.png"_s << QByteArray("\x89PNG");
+    QTest::newRow("stacking bar svg")
+        << QStringList{u"--type"_s, u"stacking-bar"_s} << u"stacking.svg"_s << QByteArray("<?xml");
+    QTest::newRow("area pdf, no legend") << QStringList{u"--type"_s, u"area"_s, u"--no-legend"_s}
+                                         << u"area.pdf"_s << QByteArray("%PDF");
+}
+
+void tst_ChartCommand::images()
+{
+    QFETCH(QStringList, options);
+    QFETCH(QString, file);
+    QFETCH(QByteArray, start);
+    const QString path = m_dir.filePath(file);
+    const Run run =
+        runChart(QStringList{m_fixed, u"--from"_s, u"2005-01-01"_s, u"--till"_s, u"2005-01-31"_s,
+                             u"--out"_s, path, u"--size"_s, u"520x300"_s} +
+                 options);
+    QCOMPARE(run.exitCode, 0);
+    QVERIFY(run.out.isEmpty()); // an image alone writes no table
+    QVERIFY(readFile(path).startsWith(start));
+    if (file.endsWith(u".png"_s))
+        QCOMPARE(QImage(path).size(), QSize(520, 300));
+}
+
+void tst_ChartCommand::badOptions_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArray>("message");
+    QTest::newRow("unknown period") << QStringList{u"--period"_s, u"fortnight"_s}
+                                    << QByteArray("--period takes today|yesterday");
+    QTest::newRow("from without till")
+        << QStringList{u"--from"_s, u"2005-01-01"_s} << QByteArray("--from and --till go together");
+    QTest::newRow("not a date") << QStringList{u"--from"_s, u"1/2/2005"_s, u"--till"_s,
+                                               u"2005-01-31"_s}
+                                << QByteArray("take a date as yyyy-MM-dd");
+    QTest::newRow("period and dates") << QStringList{u"--period"_s,   u"all"_s,    u"--from"_s,
+                                                     u"2005-01-01"_s, u"--till"_s, u"2005-01-31"_s}
+                                      << QByteArray("either --period or --from and --till");
+    QTest::newRow("unknown series") << QStringList{u"--series"_s, u"days"_s}
+                                    << QByteArray("--series takes channels|providers|categories");
+    QTest::newRow("unknown type") << QStringList{u"--type"_s, u"pie"_s}
+                                  << QByteArray("--type takes plot|bar|stacking-bar|area");
+    QTest::newRow("tiny size") << QStringList{u"--size"_s, u"10x10"_s}
+                               << QByteArray("--size takes WIDTHxHEIGHT");
+    QTest::newRow("image format") << QStringList{u"--out"_s, u"chart.gif"_s}
+                                  << QByteArray("--out writes .png, .svg or .pdf");
+    QTest::newRow("table format") << QStringList{u"--table"_s, u"table.xml"_s}
+                                  << QByteArray("--table writes .csv or .json");
+}
+
+void tst_ChartCommand::badOptions()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, message);
+    const Run run = runChart(QStringList{m_fixed} + arguments);
+    QCOMPARE(run.exitCode, 2);
+    QVERIFY2(run.err.contains(message), run.err.constData());
+    QVERIFY(!QFile::exists(u"chart.gif"_s));
+    QCOMPARE(runChart({}).exitCode, 2); // no connection at all
+}
+
+void tst_ChartCommand::brokenDatabase()
+{
+    const QString table = m_dir.filePath(u"broken.csv"_s);
+    Run run = runChart({m_dir.filePath(u"missing.db"_s), u"--table"_s, table});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.err.contains("cannot open the database"), run.err.constData());
+    QVERIFY(!QFile::exists(table));
+    run = runChart({m_fixed, u"--period"_s, u"all"_s, u"--filter"_s, u"Channels.ID ==="_s});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY2(run.err.contains("statement refused"), run.err.constData());
+}
+
+void tst_ChartCommand::periodWithoutNews()
+{
+    const QString table = m_dir.filePath(u"empty.csv"_s);
+    const Run run = runChart(
+        {m_fixed, u"--from"_s, u"2006-01-01"_s, u"--till"_s, u"2006-01-31"_s, u"--table"_s, table});
+    QCOMPARE(run.exitCode, 0);
+    QVERIFY(run.err.contains("no news items in the period"));
+    // The starting dates of an empty chart: the far ends of the period.
+    QCOMPARE(readFile(table), QByteArray("Title,\r\n"
+                                         "MinDate,2006-01-31 00:00:00\r\n"
+                                         "MaxDate,2006-01-01 00:00:00\r\n"
+                                         "Date\r\n"));
+}
+
+QTEST_MAIN(tst_ChartCommand)
+#include "tst_chartcommand.moc"
