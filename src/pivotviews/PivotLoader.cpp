@@ -7,6 +7,10 @@
 #include "pivotviews/PivotData.h"
 
 #include <sqlite3.h>
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -141,7 +145,14 @@ std::shared_ptr<PivotData> PivotLoader::load(const QString &connectionString,
     columns.reserve(builders.size());
     for (PivotColumnBuilder &builder : builders)
         columns.push_back(builder.finish());
-    if (progress && !builders.empty())
+    builders.clear();
+#ifdef __GLIBC__
+    // The builders' maps and sort keys were many small blocks; without this
+    // the heap keeps them, and a load of millions of rows would look twice
+    // its size for the rest of the session.
+    malloc_trim(0);
+#endif
+    if (progress && !columns.empty())
         progress(columns.front().rowCount());
     return std::make_shared<PivotData>(connectionString, commandText, std::move(columns));
 }
