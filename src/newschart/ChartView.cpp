@@ -128,8 +128,17 @@ ChartView::ChartView(QWidget *parent)
     legend->setFont(legendFont);
     legend->setBrush(QBrush(Qt::white));
     legend->setBorderPen(QPen(QColor(160, 160, 160)));
-    // The legend stands beside the chart area, not over the data.
+    // The legend stands beside the chart area, not over the data, centred
+    // between two empty cells that take the spare height.
     axisRect()->insetLayout()->take(legend);
+    legend->setSizeConstraintRect(QCPLayoutElement::scrOuterRect);
+    m_legendColumn = new QCPLayoutGrid;
+    plotLayout()->addElement(0, 1, m_legendColumn); // adopted first, so its cells know the plot
+    plotLayout()->setColumnStretchFactor(1, 0.001);
+    m_legendColumn->setRowSpacing(0);
+    m_legendColumn->addElement(0, 0, new QCPLayoutElement(this));
+    m_legendColumn->addElement(1, 0, legend);
+    m_legendColumn->addElement(2, 0, new QCPLayoutElement(this));
     connect(m_control, &ChartControl::repaintNeeded, this, &ChartView::redraw);
     redraw();
 }
@@ -319,14 +328,15 @@ void ChartView::placeLegend()
             legend->setWrap(rows);
             legend->setFillOrder(QCPLayoutGrid::foRowsFirst, true);
         }
+        legend->setMaximumSize(legend->minimumOuterSizeHint());
     }
     const bool placed = plotLayout()->hasElement(0, 1);
     legend->setVisible(show);
     if (show && !placed) {
-        plotLayout()->addElement(0, 1, legend);
+        plotLayout()->addElement(0, 1, m_legendColumn);
         plotLayout()->setColumnStretchFactor(1, 0.001);
     } else if (!show && placed) {
-        plotLayout()->take(legend);
+        plotLayout()->take(m_legendColumn);
         plotLayout()->simplify();
     }
 }

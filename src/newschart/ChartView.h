@@ -53,6 +53,7 @@ private:
     QSharedPointer<DayAxisTicker> m_ticker;
     ChartAreaBackdrop *m_backdrop;
     QCPBarsGroup *m_barsGroup;
+    QCPLayoutGrid *m_legendColumn;
     std::vector<QCPAbstractPlottable *> m_bySeries; // index: series - 1
     QSize m_exportSize;
 };
