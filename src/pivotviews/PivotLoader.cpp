@@ -11,6 +11,12 @@
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
+#include <array>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <string>
+#include <thread>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -24,6 +30,139 @@ using Builders = std::vector<PivotColumnBuilder>;
 bool reportProgress(const PivotLoader::Progress &progress, qint64 rows)
 {
     return !progress || progress(rows);
+}
+
+// Rows on their way from the statement to the builders: SQLite steps on one
+// thread while the dictionaries grow on another, each about half the work.
+struct Batch
+{
+    struct Value
+    {
+        double number;
+        std::size_t offset;
+        std::size_t length;
+        int type;
+    };
+    static constexpr int Rows = 4096;
+    std::string bytes;         // the text values, back to back
+    std::vector<Value> values; // row by row, column by column
+    int rows = 0;
+};
+
+class BatchQueue
+{
+public:
+    BatchQueue()
+    {
+        for (Batch &batch : m_batches)
+            m_empty.push_back(&batch);
+    }
+
+    // The reader's side; null once the other side stopped.
+    Batch *empty()
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [this] { return !m_empty.empty() || m_stopped; });
+        if (m_stopped)
+            return nullptr;
+        Batch *batch = m_empty.front();
+        m_empty.pop_front();
+        batch->bytes.clear();
+        batch->values.clear();
+        batch->rows = 0;
+        return batch;
+    }
+    void push(Batch *batch) { hand(m_full, batch); }
+    void finish()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_finished = true;
+        m_changed.notify_all();
+    }
+    void stop()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_stopped = true;
+        m_changed.notify_all();
+    }
+
+    // The builders' side; null at the end.
+    Batch *full()
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [this] { return !m_full.empty() || m_finished || m_stopped; });
+        if (m_stopped || m_full.empty())
+            return nullptr;
+        Batch *batch = m_full.front();
+        m_full.pop_front();
+        return batch;
+    }
+    void recycle(Batch *batch) { hand(m_empty, batch); }
+
+private:
+    void hand(std::deque<Batch *> &to, Batch *batch)
+    {
+        const std::lock_guard lock(m_mutex);
+        to.push_back(batch);
+        m_changed.notify_all();
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::array<Batch, 4> m_batches;
+    std::deque<Batch *> m_empty;
+    std::deque<Batch *> m_full;
+    bool m_finished = false;
+    bool m_stopped = false;
+};
+
+void readRow(sqlite3_stmt *stmt, int columns, Batch &batch)
+{
+    for (int c = 0; c < columns; ++c) {
+        Batch::Value value{0, 0, 0, sqlite3_column_type(stmt, c)};
+        switch (value.type) {
+        case SQLITE_INTEGER:
+            value.number = static_cast<double>(sqlite3_column_int64(stmt, c));
+            break;
+        case SQLITE_FLOAT:
+            value.number = sqlite3_column_double(stmt, c);
+            break;
+        case SQLITE_TEXT:
+        case SQLITE_BLOB: {
+            const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(stmt, c));
+            value.type = SQLITE_TEXT;
+            value.offset = batch.bytes.size();
+            value.length = static_cast<std::size_t>(sqlite3_column_bytes(stmt, c));
+            batch.bytes.append(text, value.length);
+            break;
+        }
+        default:
+            break;
+        }
+        batch.values.push_back(value);
+    }
+    ++batch.rows;
+}
+
+void encode(const Batch &batch, Builders &builders)
+{
+    const std::size_t columns = builders.size();
+    const std::string_view bytes(batch.bytes);
+    for (std::size_t i = 0; i < batch.values.size(); ++i) {
+        const Batch::Value &value = batch.values[i];
+        PivotColumnBuilder &builder = builders[i % columns];
+        switch (value.type) {
+        case SQLITE_INTEGER:
+        case SQLITE_FLOAT:
+            builder.addNumber(value.number);
+            break;
+        case SQLITE_TEXT:
+            builder.addText(bytes.substr(value.offset, value.length));
+            break;
+        default:
+            builder.addNull();
+        }
+    }
 }
 
 // The SQLite path: one prepared statement, values read as the engine keeps them.
@@ -51,39 +190,43 @@ bool readSqlite(db::Connection &connection, const QString &commandText, Builders
     for (int c = 0; c < columns; ++c)
         builders.emplace_back(QString::fromUtf8(sqlite3_column_name(stmt, c)));
 
+    BatchQueue queue;
+    std::thread encoder([&] {
+        while (Batch *batch = queue.full()) {
+            encode(*batch, builders);
+            queue.recycle(batch);
+        }
+    });
     qint64 rows = 0;
     int rc = SQLITE_ROW;
+    Batch *batch = nullptr;
+    bool cancelled = false;
     while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
-        for (int c = 0; c < columns; ++c) {
-            PivotColumnBuilder &builder = builders[static_cast<std::size_t>(c)];
-            switch (sqlite3_column_type(stmt, c)) {
-            case SQLITE_INTEGER:
-                builder.addNumber(static_cast<double>(sqlite3_column_int64(stmt, c)));
-                break;
-            case SQLITE_FLOAT:
-                builder.addNumber(sqlite3_column_double(stmt, c));
-                break;
-            case SQLITE_TEXT:
-            case SQLITE_BLOB: {
-                const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(stmt, c));
-                builder.addText(std::string_view(
-                    text, static_cast<std::size_t>(sqlite3_column_bytes(stmt, c))));
-                break;
-            }
-            default:
-                builder.addNull();
-            }
+        if (!batch && !(batch = queue.empty()))
+            break;
+        readRow(stmt, columns, *batch);
+        if (batch->rows == Batch::Rows) {
+            queue.push(batch);
+            batch = nullptr;
         }
         if (++rows % PivotLoader::ProgressStep == 0 && !reportProgress(progress, rows)) {
-            sqlite3_finalize(stmt);
-            *error = PivotLoader::cancelledText();
-            return false;
+            cancelled = true;
+            break;
         }
     }
-    if (rc != SQLITE_DONE)
+    if (batch && !cancelled)
+        queue.push(batch);
+    if (cancelled || (rc != SQLITE_ROW && rc != SQLITE_DONE))
+        queue.stop();
+    else
+        queue.finish();
+    encoder.join();
+    if (cancelled)
+        *error = PivotLoader::cancelledText();
+    else if (rc != SQLITE_DONE)
         *error = u"reading rows failed: "_s + QString::fromUtf8(sqlite3_errmsg(handle));
     sqlite3_finalize(stmt);
-    return rc == SQLITE_DONE;
+    return !cancelled && rc == SQLITE_DONE;
 }
 
 // Every other engine: the record set, a QVariant per value.
