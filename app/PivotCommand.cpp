@@ -2,7 +2,7 @@
 
 #include "pivotviews/PivotAggregator.h"
 #include "pivotviews/PivotData.h"
-#include "pivotviews/PivotLayoutSpec.h"
+#include "pivotviews/PivotLayoutText.h"
 #include "pivotviews/PivotLoad.h"
 #include "pivotviews/PivotResult.h"
 #include "pivotviews/PivotResultWriter.h"
@@ -24,8 +24,8 @@ const QString kPivotStatement =
     u"JOIN News ON "
     u"Channels.ID = News.Channel) ON Providers.ID = Channels.Provider) ON Categories.ID = Channels.Category; "_s;
 
-const QString kSpecHelp = uR"help(
-SPEC: field sets separated by ';', each NAME[FIELD,...](FIELD=MEMBER|MEMBER)...
+const QString kLayoutHelp = uR"help(
+LAYOUT: field sets separated by ';', each NAME[FIELD,...](FIELD=MEMBER|MEMBER)...
   [..]    the included fields (all when left out)
   (F=..)  only these members of field F; (F!=..) all but these
   MEMBER  the captions from the top down, separated by '/', e.g. 2024/Qtr1/Jan
@@ -63,14 +63,14 @@ int PivotCommand::run(const QStringList &arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        u"Prints the grid of a pivot layout over the news database."_s + kSpecHelp);
+        u"Prints the grid of a pivot layout over the news database."_s + kLayoutHelp);
     parser.addHelpOption();
     parser.addPositionalArgument(u"pivot"_s, u"The command."_s);
     parser.addPositionalArgument(u"connection"_s, u"A SQLite file or a connection string."_s);
     parser.addOptions({
-        {u"rows"_s, u"Field sets on the row axis."_s, u"SPEC"_s},
-        {u"columns"_s, u"Field sets on the column axis."_s, u"SPEC"_s},
-        {u"filter"_s, u"Field sets on the filter axis."_s, u"SPEC"_s},
+        {u"rows"_s, u"Field sets on the row axis."_s, u"LAYOUT"_s},
+        {u"columns"_s, u"Field sets on the column axis."_s, u"LAYOUT"_s},
+        {u"filter"_s, u"Field sets on the filter axis."_s, u"LAYOUT"_s},
         {u"total"_s, u"The totals."_s, u"TOTAL"_s, u"Count of News=Count(News)"_s},
         {u"format"_s, u"csv (default) or json."_s, u"FORMAT"_s, u"csv"_s},
         {u"command"_s, u"Another statement to pivot."_s, u"SQL"_s},
@@ -88,10 +88,10 @@ int PivotCommand::run(const QStringList &arguments)
         return 1;
     PivotView view(data);
     try {
-        PivotLayoutSpec::applyFieldSets(view, view.FilterAxis(), parser.value(u"filter"_s));
-        PivotLayoutSpec::applyFieldSets(view, view.RowAxis(), parser.value(u"rows"_s));
-        PivotLayoutSpec::applyFieldSets(view, view.ColumnAxis(), parser.value(u"columns"_s));
-        PivotLayoutSpec::applyTotals(view, parser.value(u"total"_s));
+        PivotLayoutText::applyFieldSets(view, view.FilterAxis(), parser.value(u"filter"_s));
+        PivotLayoutText::applyFieldSets(view, view.RowAxis(), parser.value(u"rows"_s));
+        PivotLayoutText::applyFieldSets(view, view.ColumnAxis(), parser.value(u"columns"_s));
+        PivotLayoutText::applyTotals(view, parser.value(u"total"_s));
         const PivotResult result = PivotAggregator::run(view);
         const QString text =
             format == u"json"_s ? PivotResultWriter::json(result) : PivotResultWriter::csv(result);

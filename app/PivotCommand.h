@@ -1,8 +1,8 @@
 #pragma once
-// zorvane-stats pivot CONNECTION [--rows SPEC] [--columns SPEC] [--filter SPEC]
-//                                [--total SPEC] [--format csv|json] [--command SQL]
+// zorvane-stats pivot CONNECTION [--rows LAYOUT] [--columns LAYOUT] [--filter LAYOUT]
+//                                [--total TOTAL] [--format csv|json] [--command SQL]
 // Loads the pivot statement (or --command) and prints the grid the layout
-// gives; the SPEC forms are those of qrt::pivot::PivotLayoutSpec.
+// gives; the LAYOUT and TOTAL forms are those of qrt::pivot::PivotLayoutText.
 
 #include <QStringList>
 

@@ -66,7 +66,7 @@ struct Filter
     std::vector<TimeTest> times;
 };
 
-struct TotalSpec
+struct TotalPlan
 {
     const PivotColumn *column = nullptr;
     int function = PivotTotal::Count;
@@ -244,7 +244,7 @@ class Pass
 {
 public:
     Pass(const PivotData &data, const std::vector<const Part *> &parts,
-         const std::vector<Filter> &filters, const std::vector<TotalSpec> &totals)
+         const std::vector<Filter> &filters, const std::vector<TotalPlan> &totals)
         : m_data(data)
         , m_parts(parts)
         , m_filters(filters)
@@ -358,7 +358,7 @@ private:
                 ++acc.rows[cell];
             }
         }
-        for (const TotalSpec &total : m_totals) {
+        for (const TotalPlan &total : m_totals) {
             if (total.slot < 0)
                 continue;
             const PivotColumn &column = *total.column;
@@ -395,7 +395,7 @@ private:
     const PivotData &m_data;
     const std::vector<const Part *> &m_parts;
     const std::vector<Filter> &m_filters;
-    const std::vector<TotalSpec> &m_totals;
+    const std::vector<TotalPlan> &m_totals;
 };
 
 std::vector<quint32> decode(quint64 tuple, const std::vector<Part> &parts)
@@ -498,15 +498,15 @@ PivotResult PivotAggregator::run(const PivotView &view)
             if (std::optional<Filter> filter = makeFilter(*fieldSet))
                 filters.push_back(std::move(*filter));
 
-    std::vector<TotalSpec> totals;
+    std::vector<TotalPlan> totals;
     int slotCount = 0;
     for (const PivotTotal *total : view.DataAxis().Totals()) {
-        TotalSpec spec;
-        spec.column = &total->Field()->FieldSet()->hierarchy().column();
-        spec.function = total->Function();
-        const bool countsRows = spec.function == PivotTotal::Count && !spec.column->hasBlank();
-        spec.slot = countsRows ? -1 : slotCount++;
-        totals.push_back(spec);
+        TotalPlan plan;
+        plan.column = &total->Field()->FieldSet()->hierarchy().column();
+        plan.function = total->Function();
+        const bool countsRows = plan.function == PivotTotal::Count && !plan.column->hasBlank();
+        plan.slot = countsRows ? -1 : slotCount++;
+        totals.push_back(plan);
         result.m_totalCaptions.push_back(total->Caption());
         result.m_functions.push_back(total->Function());
         result.m_countsRows.push_back(countsRows);

@@ -1,4 +1,4 @@
-#include "pivotviews/PivotLayoutSpec.h"
+#include "pivotviews/PivotLayoutText.h"
 
 #include "pivotviews/PivotView.h"
 
@@ -88,19 +88,19 @@ int functionOf(const QString &name)
 
 } // namespace
 
-void PivotLayoutSpec::applyFieldSets(PivotView &view, PivotAxis &axis, const QString &spec)
+void PivotLayoutText::applyFieldSets(PivotView &view, PivotAxis &axis, const QString &text)
 {
-    for (const QString &fieldSet : split(spec, u';'))
+    for (const QString &fieldSet : split(text, u';'))
         applyFieldSet(view, axis, fieldSet);
 }
 
-void PivotLayoutSpec::applyTotals(PivotView &view, const QString &spec)
+void PivotLayoutText::applyTotals(PivotView &view, const QString &text)
 {
     static const QRegularExpression form(u"^(.+?)\\s*=\\s*(\\w+)\\s*\\(([^\\)]+)\\)$"_s);
-    for (const QString &text : split(spec, u';')) {
-        const QRegularExpressionMatch m = form.match(text);
+    for (const QString &total : split(text, u';')) {
+        const QRegularExpressionMatch m = form.match(total);
         if (!m.hasMatch())
-            throw syntax(u"a total"_s, text);
+            throw syntax(u"a total"_s, total);
         const int function = functionOf(m.captured(2));
         PivotFieldSet &set = view.FieldSets(m.captured(3).trimmed());
         view.DataAxis().InsertTotal(

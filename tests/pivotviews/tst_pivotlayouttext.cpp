@@ -3,7 +3,7 @@
 
 #include "PivotTestData.h"
 #include "pivotviews/PivotData.h"
-#include "pivotviews/PivotLayoutSpec.h"
+#include "pivotviews/PivotLayoutText.h"
 #include "pivotviews/PivotLoader.h"
 #include "pivotviews/PivotView.h"
 
@@ -39,7 +39,7 @@ QString describe(const PivotAxis &axis)
 
 } // namespace
 
-class tst_PivotLayoutSpec : public QObject
+class tst_PivotLayoutText : public QObject
 {
     Q_OBJECT
 
@@ -47,8 +47,8 @@ private Q_SLOTS:
     void initTestCase();
     void fieldSets_data();
     void fieldSets();
-    void badSpecsRaise_data();
-    void badSpecsRaise();
+    void badLayoutsRaise_data();
+    void badLayoutsRaise();
     void commandPrintsTheGrid_data();
     void commandPrintsTheGrid();
 
@@ -58,7 +58,7 @@ private:
     std::shared_ptr<PivotData> m_data;
 };
 
-void tst_PivotLayoutSpec::initTestCase()
+void tst_PivotLayoutText::initTestCase()
 {
     QVERIFY(m_dir.isValid());
     m_path = m_dir.filePath(u"small.db"_s);
@@ -68,9 +68,9 @@ void tst_PivotLayoutSpec::initTestCase()
     QVERIFY2(m_data, qPrintable(error));
 }
 
-void tst_PivotLayoutSpec::fieldSets_data()
+void tst_PivotLayoutText::fieldSets_data()
 {
-    QTest::addColumn<QString>("spec");
+    QTest::addColumn<QString>("layout");
     QTest::addColumn<QString>("axis");
     QTest::newRow("two sets") << u"NewsDate By Month[Years,Months];Provider"_s
                               << u"NewsDate By Month[Years,Months]0();Provider[Provider]0()"_s;
@@ -86,16 +86,16 @@ void tst_PivotLayoutSpec::fieldSets_data()
     QTest::newRow("empty") << QString() << QString();
 }
 
-void tst_PivotLayoutSpec::fieldSets()
+void tst_PivotLayoutText::fieldSets()
 {
-    QFETCH(QString, spec);
+    QFETCH(QString, layout);
     QFETCH(QString, axis);
     PivotView view(m_data);
-    PivotLayoutSpec::applyFieldSets(view, view.RowAxis(), spec);
+    PivotLayoutText::applyFieldSets(view, view.RowAxis(), layout);
     QCOMPARE(describe(view.RowAxis()), axis);
 }
 
-void tst_PivotLayoutSpec::badSpecsRaise_data()
+void tst_PivotLayoutText::badLayoutsRaise_data()
 {
     QTest::addColumn<QString>("fieldSets");
     QTest::addColumn<QString>("totals");
@@ -118,22 +118,22 @@ void tst_PivotLayoutSpec::badSpecsRaise_data()
     QTest::newRow("total form") << QString() << u"Count(News)"_s << PivotError::Code::InvalidValue;
 }
 
-void tst_PivotLayoutSpec::badSpecsRaise()
+void tst_PivotLayoutText::badLayoutsRaise()
 {
     QFETCH(QString, fieldSets);
     QFETCH(QString, totals);
     QFETCH(PivotError::Code, code);
     PivotView view(m_data);
     try {
-        PivotLayoutSpec::applyFieldSets(view, view.FilterAxis(), fieldSets);
-        PivotLayoutSpec::applyTotals(view, totals);
+        PivotLayoutText::applyFieldSets(view, view.FilterAxis(), fieldSets);
+        PivotLayoutText::applyTotals(view, totals);
         QFAIL("no error raised");
     } catch (const PivotError &error) {
         QCOMPARE(error.code(), code);
     }
 }
 
-void tst_PivotLayoutSpec::commandPrintsTheGrid_data()
+void tst_PivotLayoutText::commandPrintsTheGrid_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("output");
@@ -164,7 +164,7 @@ void tst_PivotLayoutSpec::commandPrintsTheGrid_data()
            u"Grand Total,,,4,3\n"_s;
 }
 
-void tst_PivotLayoutSpec::commandPrintsTheGrid()
+void tst_PivotLayoutText::commandPrintsTheGrid()
 {
     QFETCH(QStringList, arguments);
     QFETCH(QString, output);
@@ -185,5 +185,5 @@ void tst_PivotLayoutSpec::commandPrintsTheGrid()
              u"zorvane-stats: There is no field set named \"Providr\"."_s);
 }
 
-QTEST_GUILESS_MAIN(tst_PivotLayoutSpec)
-#include "tst_pivotlayoutspec.moc"
+QTEST_GUILESS_MAIN(tst_PivotLayoutText)
+#include "tst_pivotlayouttext.moc"

@@ -1,7 +1,7 @@
 #pragma once
 // A layout written as text, for scripts and the command line:
 //
-//   SPEC     = fieldset { ";" fieldset }
+//   LAYOUT   = fieldset { ";" fieldset }
 //   fieldset = NAME [ "[" FIELD { "," FIELD } "]" ] { "(" choice ")" }
 //   choice   = FIELD ( "=" | "!=" ) member { "|" member }
 //   member   = CAPTION { "/" CAPTION }      the captions from the top, below "ALL"
@@ -29,11 +29,11 @@ namespace qrt::pivot {
 class PivotAxis;
 class PivotView;
 
-class PivotLayoutSpec
+class PivotLayoutText
 {
 public:
-    static void applyFieldSets(PivotView &view, PivotAxis &axis, const QString &spec);
-    static void applyTotals(PivotView &view, const QString &spec);
+    static void applyFieldSets(PivotView &view, PivotAxis &axis, const QString &text);
+    static void applyTotals(PivotView &view, const QString &text);
 };
 
 } // namespace qrt::pivot
