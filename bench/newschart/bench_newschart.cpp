@@ -26,6 +26,7 @@
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 extern char **environ;
 
@@ -110,8 +111,22 @@ struct ToolRun
     double peakMegabytes = 0;
 };
 
-// Runs the statement in the sqlite3 tool, its rows going to /dev/null; the
-// tool's own peak memory comes from its resource usage.
+// The high-water mark of a running process's own memory. Its resource usage
+// after exit would not do: a spawned child starts in our address space, and
+// the kernel carries that mark over the exec.
+double highWaterMegabytes(pid_t pid)
+{
+    QFile status(u"/proc/%1/status"_s.arg(pid));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    for (const QByteArray &line : status.readAll().split('\n'))
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).trimmed().split(' ').value(0).toDouble() / 1024.0;
+    return 0;
+}
+
+// Runs the statement in the sqlite3 tool, its rows going to /dev/null,
+// watching its peak memory while it runs.
 ToolRun runTool(const QString &database, const QString &statementFile)
 {
     posix_spawn_file_actions_t files;
@@ -131,11 +146,16 @@ ToolRun runTool(const QString &database, const QString &statementFile)
     if (spawned != 0)
         return run;
     int status = 0;
-    rusage usage{};
-    if (wait4(pid, &status, 0, &usage) != pid || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
+    double peak = 0;
+    pid_t done = 0;
+    while ((done = waitpid(pid, &status, WNOHANG)) == 0) {
+        peak = std::max(peak, highWaterMegabytes(pid));
+        usleep(2000);
+    }
+    if (done != pid || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
         return run;
     run.seconds = std::chrono::duration<double>(Clock::now() - start).count();
-    run.peakMegabytes = double(usage.ru_maxrss) / 1024.0;
+    run.peakMegabytes = peak;
     return run;
 }
 
