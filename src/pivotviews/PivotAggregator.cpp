@@ -489,6 +489,12 @@ std::vector<int> ancestors(const std::vector<PivotResult::Node> &nodes, int node
 PivotResult PivotAggregator::run(const PivotView &view)
 {
     PivotResult result;
+    if (!view.data()) { // a view whose load failed: only the grand totals, empty
+        result.m_rows.assign(1, PivotResult::Node());
+        result.m_columns.assign(1, PivotResult::Node());
+        result.m_cellRows.assign(1, 0);
+        return result;
+    }
     const std::vector<Part> rowParts = axisParts(view.RowAxis());
     const std::vector<Part> columnParts = axisParts(view.ColumnAxis());
 

@@ -63,6 +63,7 @@ private Q_SLOTS:
     void totals();
     void memberChoicesRoundTrip();
     void everyChangeMovesTheLayoutVersion();
+    void aViewWithoutData();
 
 private:
     QTemporaryDir m_dir;
@@ -410,6 +411,20 @@ void tst_PivotObjectModel::everyChangeMovesTheLayoutVersion()
     }
     QVERIFY(!v.FieldSets(u"Provider"_s).Members().Item(0).Expanded());
     QVERIFY(!v.FieldSets(u"Provider"_s).Members().Item(1).Expanded()); // ExpandMembers 2
+}
+
+void tst_PivotObjectModel::aViewWithoutData()
+{
+    // What a view has when its load failed: no field sets, so every stored
+    // name fails, and an empty grid.
+    PivotView empty(nullptr);
+    QCOMPARE(empty.FieldSets().Count(), 0);
+    QVERIFY_THROWS_EXCEPTION(PivotError, empty.FieldSets(u"Provider"_s));
+    const PivotResult result = PivotAggregator::run(empty);
+    QCOMPARE(result.rowNodes().size(), std::size_t(1));
+    QCOMPARE(result.columnNodes().size(), std::size_t(1));
+    QCOMPARE(result.rowsAggregated(), 0);
+    QCOMPARE(result.value(0, 0, 0), std::nullopt);
 }
 
 QTEST_GUILESS_MAIN(tst_PivotObjectModel)
