@@ -29,7 +29,6 @@ public:
     // The series as drawn, for tests: one plottable per series with data.
     int drawnSeriesCount() const { return plottableCount(); }
 
-public Q_SLOTS:
     // Brings the drawing in line with the control.
     void redraw();
 

@@ -39,7 +39,6 @@ struct Mapper
     Level level = Level::Value;
     qint64 minKey = 0;
     std::vector<quint32> dense; // Times: key - minKey -> ordinal
-    const std::vector<qint64> *keys = nullptr;
 };
 
 struct Part
@@ -136,7 +135,6 @@ Part makePart(const PivotFieldSet &fieldSet)
         }
     } else {
         m.kind = Mapper::Kind::Times;
-        m.keys = &part.keys;
         const auto first = std::find_if(part.keys.begin(), part.keys.end(),
                                         [](qint64 k) { return k != PivotHierarchy::BlankKey; });
         if (first != part.keys.end() && part.keys.back() - *first < kDenseTimeSpan) {
@@ -295,11 +293,12 @@ private:
                     quint64 ordinal = 0; // the blank comes first
                     if (code != 0) {
                         const qint64 key = timeKey(m.level, *m.column, code, secs, r);
-                        ordinal = m.dense.empty()
-                                      ? static_cast<quint64>(
-                                            std::lower_bound(m.keys->begin(), m.keys->end(), key) -
-                                            m.keys->begin())
-                                      : m.dense[static_cast<std::size_t>(key - m.minKey)];
+                        ordinal =
+                            m.dense.empty()
+                                ? static_cast<quint64>(
+                                      std::lower_bound(part.keys.begin(), part.keys.end(), key) -
+                                      part.keys.begin())
+                                : m.dense[static_cast<std::size_t>(key - m.minKey)];
                     }
                     keys[r - begin] = keys[r - begin] * n + ordinal;
                 }

@@ -46,7 +46,7 @@ qint64 PivotResult::cellIndex(int row, int column) const
         return static_cast<qint64>(row) * static_cast<qint64>(m_columns.size()) + column;
     const auto it =
         m_cellIndex.find((static_cast<quint64>(row) << 32) | static_cast<quint32>(column));
-    return it == m_cellIndex.end() ? -1 : it->second;
+    return it == m_cellIndex.end() ? qint64(-1) : qint64(it->second);
 }
 
 qint64 PivotResult::cellFor(int row, int column)

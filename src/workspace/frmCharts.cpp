@@ -1,20 +1,33 @@
 #include "workspace/frmCharts.h"
 
+#include "component/ResumeNext.h"
 #include "component/ThemeColors.h"
 #include "component/modUtils.h"
+#include "db/Dates.h"
+#include "filterpanel/frmProvChannels.h"
+#include "newschart/ChartControl.h"
+#include "newschart/NamedPeriod.h"
+#include "newschart/frmChart.h"
+#include "settings/CAppSettings.h"
 #include "workspace/ButtonTool.h"
 #include "workspace/ComboTool.h"
 #include "workspace/DockStudio.h"
+#include "workspace/OleContainer.h"
+#include "workspace/PopupTool.h"
 #include "workspace/PopupWindow.h"
 #include "workspace/ToolIcons.h"
 #include "workspace/frmCalendar.h"
 
+#include <QCalendarWidget>
 #include <QCloseEvent>
+#include <QShortcut>
 #include <QTabWidget>
 #include <QToolBar>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
+using qrt::chart::NamedPeriod;
+namespace dates = qrt::dates;
 
 const QString frmCharts::TabCaptions =
     u"&Built-In Chart|MS Office &Pivot Chart|MS Office Pivot &Table"_s;
@@ -26,6 +39,28 @@ constexpr QSize kDesignSize(592, 338);
 constexpr QSize kCalendarSize(164, 155);
 constexpr int kFilterPanelWidth = 245;
 
+const QString kSection = u"STATCHART"_s;
+
+struct ChartTypeItem
+{
+    QString text;
+    int value;
+};
+const ChartTypeItem kChartTypes[] = {
+    {u"Plot"_s, 1}, {u"Bar"_s, 2}, {u"Stacking Bar"_s, 4}, {u"Area"_s, 5}};
+
+struct SeriesItem
+{
+    QString text;
+    QString order;
+    int chartSeria;
+};
+const SeriesItem kSeries[] = {
+    {u"Categories"_s, u"ORDER BY Categories.ID, News.pubDate"_s, 4},
+    {u"Providers"_s, u"ORDER BY Providers.ID, News.pubDate"_s, 3},
+    {u"Channels"_s, u"ORDER BY Channels.ID, News.pubDate"_s, 2},
+};
+
 QWidget *pageWithLayout(const QString &name)
 {
     auto *page = new QWidget;
@@ -33,6 +68,19 @@ QWidget *pageWithLayout(const QString &name)
     auto *layout = new QVBoxLayout(page);
     layout->setContentsMargins(0, 0, 0, 0);
     return page;
+}
+
+// The short date form: the day alone, also for day 0.
+QString shortDate(double date)
+{
+    return dates::toQDate(date).toString(Qt::ISODate);
+}
+
+// Toggles a button tool's value and answers the new one as a flag.
+bool toggleValue(ButtonTool *tool)
+{
+    tool->setValue(tool->Value() == 1 ? 0 : 1);
+    return tool->Value() != 0;
 }
 
 } // namespace
@@ -45,6 +93,13 @@ frmCharts::frmCharts(QWidget *parent)
     setWindowTitle(u"Statistic Charts"_s);
     buildPages();
     resize(kDesignSize);
+    setMinimumSize(kDesignSize / 2);
+    // Another workspace on the same database, sharing the stored choices.
+    auto *another = new QShortcut(QKeySequence::New, this);
+    connect(another, &QShortcut::activated, this, [] {
+        if (QWidget *window = ShowNewChartForm())
+            window->show();
+    });
 }
 
 frmCharts::~frmCharts()
@@ -66,6 +121,9 @@ void frmCharts::buildPages()
     for (qsizetype i = 0; i < pageNames.size(); ++i)
         tabCharts->addTab(pageWithLayout(pageNames[i]), captions.value(i));
     buildDockStudio(tabCharts->widget(0));
+    OLE1 = new OleContainer(tabCharts->widget(1));
+    OLE1->setObjectName(u"OLE1"_s);
+    tabCharts->widget(1)->layout()->addWidget(OLE1);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(tabCharts);
@@ -85,9 +143,10 @@ void frmCharts::buildDockStudio(QWidget *page)
     dsChart->AddPopupTool(bar, u"cpFrom"_s, u"From:"_s, u"pwfCal"_s,
                           u"Select start date for news"_s);
     dsChart->AddPopupTool(bar, u"cpTill"_s, u"To:"_s, u"pwfCal"_s, u"Select end date for news"_s);
-    dsChart->AddComboBox(bar, u"cbChartType"_s, u"Chart Type:"_s,
-                         {u"Plot"_s, u"Bar"_s, u"Stacking Bar"_s, u"Area"_s},
-                         u"Select Chart Type"_s);
+    QStringList types;
+    for (const auto &item : kChartTypes)
+        types << item.text;
+    dsChart->AddComboBox(bar, u"cbChartType"_s, u"Chart Type:"_s, types, u"Select Chart Type"_s);
     dsChart->AddButton(bar, u"tbStacked"_s, u"Stacked"_s, ToolIcons::stacked(), QString());
     dsChart->AddButton(bar, u"tbLegend"_s, u"Legend"_s, ToolIcons::legend(),
                        u"Show or Hide Legend"_s);
@@ -98,6 +157,8 @@ void frmCharts::buildDockStudio(QWidget *page)
     dsChart->AddDockWindow(u"dwfProvChannels"_s, u"Statistic Filters"_s,
                            u"Filter by Providers, Categories and Channels"_s,
                            Qt::LeftDockWidgetArea, kFilterPanelWidth);
+    connect(dsChart, &DockStudio::ToolClick, this, &frmCharts::dsChart_ToolClick);
+    connect(dsChart, &DockStudio::ToolPopup, this, &frmCharts::dsChart_ToolPopup);
 }
 
 void frmCharts::showEvent(QShowEvent *event)
@@ -116,6 +177,11 @@ void frmCharts::closeEvent(QCloseEvent *event)
     event->accept();
 }
 
+ChartControl *frmCharts::chrtNews() const
+{
+    return fChart ? &fChart->chart() : nullptr;
+}
+
 void frmCharts::Form_Load()
 {
     LoadThemeColors();
@@ -123,11 +189,29 @@ void frmCharts::Form_Load()
     palette.setColor(QPalette::Window, ThemeColors::toQColor(gThemeFillColor));
     palette.setColor(QPalette::Button, ThemeColors::toQColor(gThemeFillColor));
     tabCharts->setPalette(palette);
+
+    fChart = new frmChart;
+    fChart->fIndex = fIndex;
+    dsChart->AddClientWindow(u"Chart"_s, u"Chart"_s, fChart);
+
+    // The panel's load writes the filter into fChart through gChartForms, so
+    // the window stands there and fChart exists before it loads.
+    fProvChannels = new frmProvChannels;
+    fProvChannels->fIndex = fIndex;
+    fProvChannels->Form_Load();
+    dsChart->SetDockContent(u"dwfProvChannels"_s, fProvChannels);
+
     fCalendar = new frmCalendar;
     fCalendar->Form_Load();
     fCalendar->fIndex = fIndex;
     pwCalendar = dsChart->PopupWindows(u"pwfCal"_s);
     pwCalendar->setContent(fCalendar);
+    connect(pwCalendar, &PopupWindow::Hide, this, &frmCharts::pwCalendar_Hide);
+
+    LoadSettings();
+    fChart->DrawChart();
+    IsPivotTableAvailable();
+    CreateChartSpace();
 }
 
 void frmCharts::Form_Unload()
@@ -135,5 +219,160 @@ void frmCharts::Form_Unload()
     if (m_unloaded)
         return;
     m_unloaded = true;
+    if (pwCalendar)
+        disconnect(pwCalendar, nullptr, this, nullptr);
+    if (fProvChannels)
+        fProvChannels->deleteLater();
+    if (fCalendar)
+        fCalendar->deleteLater();
+    pwCalendar = nullptr;
+    fCalendar = nullptr;
+    fProvChannels = nullptr;
     gChartForms.Remove(ChartFormKey(fIndex));
+    if (m_loaded)
+        SaveSettings();
+}
+
+void frmCharts::dsChart_ToolClick(Tool *tool)
+{
+    const QString &id = tool->ID();
+    ToolCommands commands = dsChart->Commands();
+    if (id == u"cbFilter"_s) {
+        if (const auto code = NamedPeriod::FromText(commands.GetComboBox(id)->Text());
+            code && NamedPeriod::Text(*code) == commands.GetComboBox(id)->Text())
+            SetPeriod(*code);
+    } else if (id == u"cbChartType"_s) {
+        const QString text = commands.GetComboBox(id)->Text();
+        for (const auto &item : kChartTypes)
+            if (item.text == text && chrtNews())
+                chrtNews()->setChartType(item.value);
+    } else if (id == u"tbStacked"_s) {
+        const bool on = toggleValue(commands.GetToolButton(id));
+        if (chrtNews())
+            chrtNews()->setIsStacked(on);
+    } else if (id == u"tbLegend"_s) {
+        const bool on = toggleValue(commands.GetToolButton(id));
+        if (chrtNews())
+            chrtNews()->setLegendIsShowing(on);
+    } else if (id == u"cbSeries"_s) {
+        const QString text = commands.GetComboBox(id)->Text();
+        for (const auto &item : kSeries) {
+            if (item.text == text) {
+                fChart->sOrder = item.order;
+                fChart->chartSeria = item.chartSeria;
+                break;
+            }
+        }
+    } else if (id == u"tbRedraw"_s) {
+        if (fProvChannels)
+            fProvChannels->BuildFilter();
+        fChart->DrawChart();
+    }
+}
+
+void frmCharts::dsChart_ToolPopup(Tool *tool)
+{
+    const bool from = tool->ID() == u"cpFrom"_s;
+    if (!from && tool->ID() != u"cpTill"_s)
+        return;
+    bCalendarFrom = from;
+    // The caption is "From:" or "To:" and the date: the calendar starts there.
+    const auto date = dates::fromText(tool->Caption().mid(from ? 5 : 3));
+    if (date && fCalendar)
+        fCalendar->Cal->setSelectedDate(dates::toQDate(*date));
+}
+
+void frmCharts::pwCalendar_Hide(int)
+{
+    if (!fCalendar || !fChart)
+        return;
+    const double picked = dates::fromQDate(fCalendar->Cal->selectedDate());
+    double &date = bCalendarFrom ? fChart->FromDate : fChart->TillDate;
+    if (picked != date)
+        date = picked;
+    const QString id = bCalendarFrom ? u"cpFrom"_s : u"cpTill"_s;
+    if (PopupTool *tool = dsChart->Commands().GetPopupTool(id))
+        tool->setCaption((bCalendarFrom ? u"From:"_s : u"To:"_s) + dates::toText(date));
+}
+
+void frmCharts::SetPeriod(int Period)
+{
+    ComboTool *period = dsChart->Commands().GetComboBox(u"cbFilter"_s);
+    const double today = dates::today();
+    if (fChart->TillDate != today)
+        fChart->TillDate = today;
+    const double first = NamedPeriod::FirstDate(Period, today);
+    if (period && !NamedPeriod::Text(Period).isEmpty())
+        period->setText(NamedPeriod::Text(Period));
+    if (fChart->FromDate != first)
+        fChart->FromDate = first;
+    if (PopupTool *from = dsChart->Commands().GetPopupTool(u"cpFrom"_s))
+        from->setCaption(u"From:"_s + shortDate(first));
+    if (PopupTool *till = dsChart->Commands().GetPopupTool(u"cpTill"_s))
+        till->setCaption(u"To:"_s + shortDate(today));
+}
+
+void frmCharts::LoadSettings()
+{
+    if (!gSettings)
+        return;
+    const ToolCommands commands = dsChart->Commands();
+    auto get = [](const QString &key, const QVariant &fallback) {
+        QVariant value = fallback;
+        resumeNext([&] { value = gSettings->GetSetting(kSection, key, fallback); });
+        return value;
+    };
+    commands.GetComboBox(u"cbChartType"_s)->setText(get(u"CHARTTYPE"_s, u"Plot"_s).toString());
+    chrtNews()->setChartType(get(u"CHARTTYPEVALUE"_s, 1).toInt());
+    const bool stacked = get(u"STACKED"_s, u"1"_s).toString() == u"1"_s;
+    commands.GetToolButton(u"tbStacked"_s)->setValue(stacked ? 1 : 0);
+    chrtNews()->setIsStacked(stacked);
+    const bool legend = get(u"LEGEND"_s, u"1"_s).toString() == u"1"_s;
+    commands.GetToolButton(u"tbLegend"_s)->setValue(legend ? 1 : 0);
+    chrtNews()->setLegendIsShowing(legend);
+    commands.GetComboBox(u"cbSeries"_s)->setText(get(u"SERIES"_s, u"Provider"_s).toString());
+    fChart->chartSeria = get(u"SERIESVALUE"_s, 3).toInt();
+    fChart->sOrder = get(u"ORDER"_s, u"ORDER BY Providers.ID, News.pubDate"_s).toString();
+    SetPeriod(get(u"PERIOD"_s, 4).toInt());
+}
+
+void frmCharts::SaveSettings()
+{
+    if (!gSettings || !fChart)
+        return;
+    const ToolCommands commands = dsChart->Commands();
+    auto save = [](const QString &key, const QVariant &value) {
+        resumeNext([&] { gSettings->SaveSetting(kSection, key, value); });
+    };
+    save(u"CHARTTYPE"_s, commands.GetComboBox(u"cbChartType"_s)->Text());
+    save(u"CHARTTYPEVALUE"_s, chrtNews()->ChartType());
+    save(u"STACKED"_s, chrtNews()->IsStacked() ? u"1"_s : u"0"_s);
+    save(u"LEGEND"_s, chrtNews()->LegendIsShowing() ? u"1"_s : u"0"_s);
+    save(u"SERIES"_s, commands.GetComboBox(u"cbSeries"_s)->Text());
+    save(u"SERIESVALUE"_s, fChart->chartSeria);
+    save(u"ORDER"_s, fChart->sOrder);
+    if (const auto code = NamedPeriod::FromText(commands.GetComboBox(u"cbFilter"_s)->Text()))
+        save(u"PERIOD"_s, *code);
+    save(u"FILTERS"_s, fChart->sFilter);
+}
+
+bool frmCharts::IsPivotTableAvailable()
+{
+    if (OLE1 && (OLE1->CreateEmbed(QString(), u"OWC11.PivotTable"_s) ||
+                 OLE1->CreateEmbed(QString(), u"OWC10.PivotTable"_s)))
+        return true;
+    delete tabCharts->widget(2); // the page goes with its tab
+    return false;
+}
+
+bool frmCharts::CreateChartSpace()
+{
+    if (!OLE1)
+        return false;
+    OLE1->Delete();
+    if (OLE1->CreateEmbed(QString(), u"OWC11.Chartspace"_s) ||
+        OLE1->CreateEmbed(QString(), u"OWC10.Chartspace"_s))
+        return true;
+    delete tabCharts->widget(1); // OLE1 goes with its page
+    return false;
 }

@@ -4,13 +4,23 @@
 // first page holds the dock studio dsChart with the tool bar, the filter
 // panel and the calendar pop-up. The window loads the first time it is shown
 // and unloads when it closes; a window never shown holds only its number.
+//
+// The commands of the tool bar either change how the drawn chart looks (type,
+// stacking, legend), at once, or what the next drawing asks for (period,
+// series, filter), which shows at the next "Redraw Chart".
 
+#include <QPointer>
 #include <QWidget>
 
 class QTabWidget;
+class ChartControl;
 class DockStudio;
-class frmCalendar;
+class OleContainer;
 class PopupWindow;
+class Tool;
+class frmCalendar;
+class frmChart;
+class frmProvChannels;
 
 class frmCharts : public QWidget
 {
@@ -22,10 +32,17 @@ public:
 
     // Running number, set by ShowChartForm before the window loads.
     qint16 fIndex = 0;
+    frmChart *fChart = nullptr;
     DockStudio *dsChart = nullptr;
     QTabWidget *tabCharts = nullptr;
+    QPointer<OleContainer> OLE1;
 
     bool isLoaded() const { return m_loaded; }
+    frmProvChannels *filterPanel() const { return fProvChannels; }
+    bool calendarEditsFirstDate() const { return bCalendarFrom; }
+
+    // Sets the period of a code (1 "Today" to 6 "All") from today's date.
+    void SetPeriod(int Period);
 
     // "&Built-In Chart|MS Office &Pivot Chart|MS Office Pivot &Table"
     static const QString TabCaptions;
@@ -40,6 +57,16 @@ private:
     void buildPages();
     void buildDockStudio(QWidget *page);
 
+    void dsChart_ToolClick(Tool *tool);
+    void dsChart_ToolPopup(Tool *tool);
+    void pwCalendar_Hide(int Reason);
+    void LoadSettings();
+    void SaveSettings();
+    bool IsPivotTableAvailable();
+    bool CreateChartSpace();
+    ChartControl *chrtNews() const;
+
+    frmProvChannels *fProvChannels = nullptr;
     frmCalendar *fCalendar = nullptr;
     PopupWindow *pwCalendar = nullptr;
     bool bCalendarFrom = false;

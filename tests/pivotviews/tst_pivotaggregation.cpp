@@ -27,7 +27,7 @@ const QString kJoin =
     u"ON Providers.ID = Channels.Provider) ON Categories.ID = Channels.Category"_s;
 
 // SQL giving the full member path of a date member ("2024/Qtr1/Mar/5/10"),
-// as deep as `levels` of Years, Quarters, Months, Days, Hours.
+// as deep as `levels` of Years, Quarters, Months, Days, Hours, Minutes, Seconds.
 QString datePath(int levels)
 {
     const QString d = u"News.pubDate"_s;
@@ -43,6 +43,8 @@ QString datePath(int levels)
         u"(CASE %1 %2 END)"_s.arg(month, monthNames.join(u' ')),
         u"CAST(strftime('%d', %1) AS INTEGER)"_s.arg(d),
         u"strftime('%H', %1)"_s.arg(d),
+        u"strftime('%M', %1)"_s.arg(d),
+        u"strftime('%S', %1)"_s.arg(d),
     };
     QStringList blanks;
     for (int i = 0; i < levels; ++i)
@@ -83,6 +85,12 @@ const Level kYears{u"NewsDate By Month"_s, u"Years"_s, datePath(1)};
 const Level kMonths{u"NewsDate By Month"_s, u"Months"_s, datePath(3)};
 const Level kDays{u"NewsDate By Month"_s, u"Days"_s, datePath(4)};
 const Level kHours{u"NewsDate By Month"_s, u"Hours"_s, datePath(5)};
+const Level kSeconds{u"NewsDate By Month"_s, u"Seconds"_s, datePath(7)};
+const Level kTitle{u"News"_s, u"News"_s, u"News.Title"_s};
+const Level kTimestamp{
+    u"NewsDate"_s, u"NewsDate"_s,
+    u"(CASE WHEN News.pubDate IS NULL THEN '(blank)' WHEN substr(News.pubDate, 12) = '00:00:00' "
+    u"THEN substr(News.pubDate, 1, 10) ELSE News.pubDate END)"_s};
 
 void choose(PivotView &view, const QString &fieldSet, const QStringList &captions, int mode)
 {
@@ -158,6 +166,9 @@ QList<Case> cases()
                  u"NOT (News.pubDate IS NOT NULL AND substr(News.pubDate, 1, 13) = "
                  u"(SELECT min(substr(pubDate, 1, 13)) FROM News WHERE pubDate IS NOT NULL))"_s});
     list.append({u"days and hours"_s, {kDays, kHours}, {}, {}, {}});
+    // More member pairs than the arrays take: cells kept by key instead.
+    list.append({u"timestamps against titles"_s, {kTimestamp}, {kTitle}, {}, {}});
+    list.append({u"seconds"_s, {kSeconds}, {kProvider}, {}, {}});
     list.append({u"count of dates"_s,
                  {kProvider},
                  {},

@@ -1,0 +1,47 @@
+#pragma once
+// The filter panel of a chart window: three lists of tick boxes, for
+// categories, providers and channels, filled once from the database. The
+// user unticks what the chart is to leave out; the ticks become the chart's
+// filter text when BuildFilter runs. The panel finds its window only by
+// its number in gChartForms.
+
+#include <QWidget>
+
+class TickList;
+
+class frmProvChannels : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit frmProvChannels(QWidget *parent = nullptr);
+
+    qint16 fIndex = 0;
+
+    void Form_Load();
+    // Writes the filter text of the ticks to sFilter of this window's chart.
+    void BuildFilter();
+
+    QWidget *elstFilter1 = nullptr;
+    TickList *fgCategories = nullptr;
+    TickList *fgProviders = nullptr;
+    TickList *fgChannels = nullptr;
+
+    // The SELECT that fills the three lists.
+    static const QString GridsStatement;
+
+private:
+    void FillGrids();
+    void AddGridRow(TickList *grid, const QString &key, const QString &text, bool bold,
+                    bool selectRow);
+    void OnCheckChanged(TickList *grid, bool isAllRow);
+    void SetAllChecks(TickList *grid, bool ticked);
+    void ShowCellToolTip(TickList *grid);
+    void RestoreFilters();
+    void UpdateRedrawButton();
+
+    void BeforeEdit(TickList *grid, int row, int col);
+    void fgCategories_AfterEdit(int row, int col);
+    void AfterEdit(TickList *grid, int row);
+    TickList *makeGrid(const QString &name, const QString &toolTip);
+};
