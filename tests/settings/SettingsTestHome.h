@@ -10,6 +10,7 @@
 #include <QFileInfo>
 #include <QProcessEnvironment>
 #include <QTemporaryDir>
+#include <QTest>
 
 class SettingsTestHome
 {
@@ -58,3 +59,13 @@ public:
 private:
     QTemporaryDir m_dir;
 };
+
+namespace qrt::settings {
+// Entries as the comparisons of the tests print them.
+inline char *toString(const StoreEntry &entry)
+{
+    using namespace Qt::StringLiterals;
+    return QTest::toString(
+        u"type %1, bytes %2"_s.arg(entry.type).arg(QString::fromLatin1(entry.data.toHex(' '))));
+}
+} // namespace qrt::settings

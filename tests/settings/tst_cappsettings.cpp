@@ -23,14 +23,6 @@ using Action = std::function<void(CAppSettings &)>;
 Q_DECLARE_METATYPE(Action)
 Q_DECLARE_METATYPE(std::optional<StoreEntry>)
 
-namespace qrt::settings {
-char *toString(const StoreEntry &entry)
-{
-    return QTest::toString(
-        u"type %1, bytes %2"_s.arg(entry.type).arg(QString::fromLatin1(entry.data.toHex(' '))));
-}
-} // namespace qrt::settings
-
 namespace {
 
 const QString Section = u"STATCHART"_s;

@@ -16,14 +16,6 @@ using qrt::settings::StoreEntry;
 
 Q_DECLARE_METATYPE(StoreEntry)
 
-namespace qrt::settings {
-char *toString(const StoreEntry &entry)
-{
-    return QTest::toString(
-        u"type %1, bytes %2"_s.arg(entry.type).arg(QString::fromLatin1(entry.data.toHex(' '))));
-}
-} // namespace qrt::settings
-
 namespace {
 
 const QString Path = u"Software\\Koltrin\\Zorvane\\STATCHART"_s;
