@@ -12,26 +12,27 @@
 //
 //   Opening with xdg-open (OpenUrl, CreateNewMailMessage, OpenFolder,
 //   ExploreFolder, OpenDocument):
-//     exits 0                                          > 32   success
-//     exits 2 "file does not exist", its folder exists    2   File not found
-//     exits 2, the folder on the way is missing           3   Path not found
-//     exits 3 "no tool/application for it"               31   No association for file extension
-//     exits 4 "the action failed"                        27   Incomplete or invalid file
-//     association exits 75 (EX_TEMPFAIL, "try again later")          30   DDE busy exits 1 or any
-//     other code                           0   (nothing raised) ends by a signal 29   DDE
-//     transaction failed still running after OpenerTimeLimit (10 s)         28   DDE timeout no
-//     xdg-open on the search path, and Qt's desktop
-//       services cannot open it either                   32   DLL not found
+//     exits 0                                   > 32  success
+//     exits 2, the item's folder exists            2  File not found
+//     exits 2, a folder on the way is missing      3  Path not found
+//     exits 3, no application for the type        31  No association for file extension
+//     exits 4, the action failed                  27  Incomplete or invalid file association
+//     exits 75 (EX_TEMPFAIL, try again later)     30  DDE busy
+//     exits 1 or any other code                    0  (nothing raised)
+//     ends by a signal                            29  DDE transaction failed
+//     still running after OpenerTimeLimit (10 s)  28  DDE timeout
+//     no xdg-open, and Qt's desktop services
+//     cannot open the item either                 32  DLL not found
 //   Starting a program (LaunchProgram without waiting; also the start of
 //   xdg-open itself), by posix_spawn's error:
-//     ENOENT                                              2   File not found
-//     ENOTDIR                                             3   Path not found
-//     EACCES, EPERM (not executable)                      5   File not found
-//     ENOMEM, E2BIG (arguments too long)                  8   Out of memory
-//     ENOEXEC (no program format the kernel knows)       11   Invalid EXE file or error in EXE
-//     image ETXTBSY (the file is open for writing)             26   A sharing violation occurred
-//     EAGAIN (process limit)                             30   DDE busy
-//     any other error                                     0   (nothing raised)
+//     ENOENT                                       2  File not found
+//     ENOTDIR                                      3  Path not found
+//     EACCES, EPERM (not executable)               5  File not found
+//     ENOMEM, E2BIG (arguments too long)           8  Out of memory
+//     ENOEXEC (no format the kernel knows)        11  Invalid EXE file or error in EXE image
+//     ETXTBSY (the file is open for writing)      26  A sharing violation occurred
+//     EAGAIN (process limit)                      30  DDE busy
+//     any other error                              0  (nothing raised)
 //
 // The desktop keeps one action per file type, its default application's,
 // and xdg-open finds it from the same shared MIME database QMimeDatabase
