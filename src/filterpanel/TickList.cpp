@@ -31,7 +31,13 @@ TickList::TickList(QWidget *parent)
     setItemDelegate(new BoldDelegate(this));
     setSelectionMode(QAbstractItemView::SingleSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
+    // Every row is as wide as the list and a long name ends in an ellipsis,
+    // with the whole name in the tool tip: a narrow dock needs no sideways
+    // scrolling. The rows take their size from "All", so the widest name
+    // never widens them.
     setUniformItemSizes(true);
+    setTextElideMode(Qt::ElideRight);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setMouseTracking(true);
     connect(m_model, &TickListModel::redrawChanged, this, [this](bool redraw) {
         setUpdatesEnabled(redraw);

@@ -15,6 +15,7 @@
 #include "workspace/DockStudio.h"
 #include "workspace/frmCharts.h"
 
+#include <QFontDatabase>
 #include <QSet>
 #include <QVBoxLayout>
 
@@ -64,14 +65,23 @@ frmProvChannels::frmProvChannels(QWidget *parent)
             [this](int row, int) { AfterEdit(fgChannels, row); });
 }
 
+QSize frmProvChannels::sizeHint() const
+{
+    return kDesignSize;
+}
+
 TickList *frmProvChannels::makeGrid(const QString &name, const QString &toolTip)
 {
     auto *grid = new TickList(elstFilter1);
     grid->setObjectName(name);
     grid->model()->setToolTipText(toolTip);
-    QFont font(u"Tahoma"_s);
-    font.setPointSizeF(8.25);
-    grid->setFont(font);
+    // Tahoma where the desktop has it; otherwise the desktop's own font, not
+    // whatever stand-in the font matcher would pick for the name.
+    if (QFontDatabase::hasFamily(u"Tahoma"_s)) {
+        QFont font(u"Tahoma"_s);
+        font.setPointSizeF(8.25);
+        grid->setFont(font);
+    }
     grid->setMinimumHeight(kGap * 2);
     connect(grid, &TickList::BeforeEdit, this,
             [this, grid](int row, int col, bool *) { BeforeEdit(grid, row, col); });

@@ -18,6 +18,10 @@ public:
 
     qint16 fIndex = 0;
 
+    // The design size: the three lists at their design heights, whatever
+    // the lists themselves would ask for.
+    QSize sizeHint() const override;
+
     void Form_Load();
     // Writes the filter text of the ticks to sFilter of this window's chart.
     void BuildFilter();

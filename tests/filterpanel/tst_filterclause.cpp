@@ -77,8 +77,8 @@ void tst_FilterClause::gridClause_data()
     QTest::newRow("5 items, 3 ticked") << 5 << QList<int>{2, 4} << u" not in ( 2, 4) "_s;
     QTest::newRow("5 items, 2 ticked") << 5 << QList<int>{1, 3, 5} << u" in ( 2, 4) "_s;
     QTest::newRow("5 items, none ticked") << 5 << range(1, 5) << u" in (0) "_s;
-    QTest::newRow("4 items, 2 ticked: the tie excludes") << 4 << QList<int>{1, 2}
-                                                         << u" not in ( 1, 2) "_s;
+    QTest::newRow("4 items, 2 ticked: the tie excludes")
+        << 4 << QList<int>{1, 2} << u" not in ( 1, 2) "_s;
     QTest::newRow("1 item ticked") << 1 << QList<int>{} << u" not in (0) "_s;
     QTest::newRow("1 item unticked") << 1 << QList<int>{1} << u" in (0) "_s;
     QTest::newRow("only All") << 0 << QList<int>{} << u" not in (0) "_s;
@@ -112,35 +112,35 @@ void tst_FilterClause::workedExample()
 void tst_FilterClause::roundTrip_data()
 {
     QTest::addColumn<QString>("stored");
-    QTest::addColumn<QList<int>>("channelIds");  // of the database now
-    QTest::addColumn<QList<int>>("ticked");      // channels ticked after restoring
-    QTest::addColumn<qint64>("count");           // row 0's data value
-    QTest::addColumn<QString>("rebuilt");        // the channels' clause composed afterwards
+    QTest::addColumn<QList<int>>("channelIds"); // of the database now
+    QTest::addColumn<QList<int>>("ticked");     // channels ticked after restoring
+    QTest::addColumn<qint64>("count");          // row 0's data value
+    QTest::addColumn<QString>("rebuilt");       // the channels' clause composed afterwards
     const QString head =
         u"Categories.ID  not in (0) AND Providers.ID  not in (0) AND Channels.ID "_s;
-    QTest::newRow("nothing stored") << QString() << range(1, 6) << range(1, 6) << qint64(6)
-                                    << u" not in (0) "_s;
-    QTest::newRow("exclusion of one") << head + u" not in ( 3) "_s << range(1, 6)
-                                      << QList<int>{1, 2, 4, 5, 6} << qint64(5)
-                                      << u" not in ( 3) "_s;
-    QTest::newRow("exclusion of two") << head + u" not in ( 4, 5) "_s << range(1, 6)
-                                      << QList<int>{1, 2, 3, 6} << qint64(4)
-                                      << u" not in ( 4, 5) "_s;
+    QTest::newRow("nothing stored")
+        << QString() << range(1, 6) << range(1, 6) << qint64(6) << u" not in (0) "_s;
+    QTest::newRow("exclusion of one")
+        << head + u" not in ( 3) "_s << range(1, 6) << QList<int>{1, 2, 4, 5, 6} << qint64(5)
+        << u" not in ( 3) "_s;
+    QTest::newRow("exclusion of two")
+        << head + u" not in ( 4, 5) "_s << range(1, 6) << QList<int>{1, 2, 3, 6} << qint64(4)
+        << u" not in ( 4, 5) "_s;
     QTest::newRow("inclusion") << head + u" in ( 1, 2) "_s << range(1, 6) << QList<int>{1, 2}
                                << qint64(2) << u" in ( 1, 2) "_s;
-    QTest::newRow("excluded ID deleted since") << head + u" not in ( 4, 9) "_s << range(1, 6)
-                                               << QList<int>{1, 2, 3, 5, 6} << qint64(5)
-                                               << u" not in ( 4) "_s;
+    QTest::newRow("excluded ID deleted since")
+        << head + u" not in ( 4, 9) "_s << range(1, 6) << QList<int>{1, 2, 3, 5, 6} << qint64(5)
+        << u" not in ( 4) "_s;
     QTest::newRow("new channel in an exclusion is ticked")
         << head + u" not in ( 4, 5) "_s << range(1, 7) << QList<int>{1, 2, 3, 6, 7} << qint64(5)
         << u" not in ( 4, 5) "_s;
     QTest::newRow("new channel in an inclusion is unticked")
         << head + u" in ( 1, 2) "_s << range(1, 7) << QList<int>{1, 2} << qint64(2)
         << u" in ( 1, 2) "_s;
-    QTest::newRow("included IDs all deleted") << head + u" in ( 8, 9) "_s << range(1, 6)
-                                              << QList<int>{} << qint64(0) << u" in (0) "_s;
-    QTest::newRow("stored inclusion of nothing") << head + u" in (0) "_s << range(1, 6)
-                                                 << QList<int>{} << qint64(0) << u" in (0) "_s;
+    QTest::newRow("included IDs all deleted")
+        << head + u" in ( 8, 9) "_s << range(1, 6) << QList<int>{} << qint64(0) << u" in (0) "_s;
+    QTest::newRow("stored inclusion of nothing")
+        << head + u" in (0) "_s << range(1, 6) << QList<int>{} << qint64(0) << u" in (0) "_s;
 }
 
 void tst_FilterClause::roundTrip()
