@@ -80,6 +80,13 @@ void TickList::mousePressEvent(QMouseEvent *event)
         edit(index.row());
 }
 
+// The second click of a quick pair is a click too: ticking and unticking
+// fast leaves the tick where it was, as with any tick box.
+void TickList::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    mousePressEvent(event);
+}
+
 void TickList::mouseMoveEvent(QMouseEvent *event)
 {
     QListView::mouseMoveEvent(event);

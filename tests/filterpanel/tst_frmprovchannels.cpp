@@ -109,6 +109,7 @@ private Q_SLOTS:
     void emptyOrUnreadable();
     void tickOneItem_data();
     void tickOneItem();
+    void doubleClick();
     void allRowIsOneWay();
     void redrawButtonFollowsEmptyLists();
     void toolTipFollowsMouse();
@@ -353,6 +354,22 @@ void tst_frmProvChannels::tickOneItem()
     QCOMPARE(m->cellChecked(3), int(TickListModel::Ticked));
     QCOMPARE(m->RowData(0), 7);
     QCOMPARE(tickedIds(channels), ids({1, 2, 3, 4, 5, 6, 7}));
+}
+
+// Both clicks of a double click count: the tick ends where it was.
+void tst_frmProvChannels::doubleClick()
+{
+    QVERIFY(open(m_same));
+    TickList *channels = grid(u"fgChannels"_s);
+    const QPoint at = channels->visualRect(channels->model()->index(4)).center();
+    // What a double click delivers: press, release, double click, release.
+    QTest::mouseClick(channels->viewport(), Qt::LeftButton, {}, at);
+    QTest::mouseDClick(channels->viewport(), Qt::LeftButton, {}, at);
+    QTest::mouseRelease(channels->viewport(), Qt::LeftButton, {}, at);
+    QCOMPARE(channels->model()->cellChecked(4), int(TickListModel::Ticked));
+    QCOMPARE(channels->model()->RowData(0), 7);
+    QTest::mouseClick(channels->viewport(), Qt::LeftButton, {}, at);
+    QCOMPARE(channels->model()->cellChecked(4), int(TickListModel::Unticked));
 }
 
 // "All" sets every row, itself included, and the count; an item changed by
