@@ -623,8 +623,8 @@ void tst_frmProvChannels::panelWithoutWindow()
     panel.BuildFilter();
 }
 
-// At the dock's width the names fit: no horizontal scroll bar, the text
-// column as wide as the list.
+// In the window's dock, 245 pixels wide, the lists are read without sideways
+// scrolling: every row as wide as the list, long names cut short.
 void tst_frmProvChannels::readableAtDockWidth()
 {
     // The demo's names, long ones among them.
@@ -638,13 +638,22 @@ void tst_frmProvChannels::readableAtDockWidth()
     auto *panel = m_window->findChild<frmProvChannels *>();
     auto *dock = qobject_cast<QDockWidget *>(panel->parentWidget());
     QVERIFY(dock);
-    m_window->dsChart->resizeDocks({dock}, {245}, Qt::Horizontal);
     QTRY_COMPARE(panel->width(), 245);
     for (const QString &name : {u"fgCategories"_s, u"fgProviders"_s, u"fgChannels"_s}) {
         TickList *list = grid(name);
         QVERIFY(!list->horizontalScrollBar()->isVisible());
-        QCOMPARE(list->visualRect(list->model()->index(1)).width(), list->viewport()->width());
+        QCOMPARE(list->horizontalScrollBar()->maximum(), 0);
+        for (int row = 0; row < list->model()->Rows(); ++row)
+            QCOMPARE(list->visualRect(list->model()->index(row)).width(),
+                     list->viewport()->width());
     }
+    // The longest channel name is wider than the list, and still its row is
+    // no wider: it ends in an ellipsis.
+    TickList *channels = grid(u"fgChannels"_s);
+    int widest = 0;
+    for (const QString &text : column(channels, Qt::DisplayRole))
+        widest = qMax(widest, channels->fontMetrics().horizontalAdvance(text));
+    QVERIFY(widest > channels->viewport()->width());
     const QString folder = qEnvironmentVariable("QRT_SCREENSHOT_DIR");
     if (!folder.isEmpty()) {
         QVERIFY(m_window->grab().save(QDir(folder).filePath(u"frmCharts-filters.png"_s)));
