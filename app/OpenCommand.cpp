@@ -3,22 +3,23 @@
 #include "DemoDbCommand.h"
 #include "HostPaths.h"
 
-#include <qrt/statCharts.h>
-
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QEventLoop>
 #include <QFileInfo>
 #include <QPixmap>
 #include <QPointer>
+#include <QTimer>
 #include <QWidget>
-
 #include <cstdio>
+#include <qrt/statCharts.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 constexpr qint64 kFirstRunDemoItems = 200000;
+constexpr int kSettleMs = 300;
 
 QString connectionOrDemo(const QStringList &positional)
 {
@@ -43,17 +44,36 @@ QString numbered(const QString &path, int n)
            info.suffix();
 }
 
+// "1184x676" as a size; an invalid size for anything else.
+QSize windowSize(const QString &text)
+{
+    const QStringList parts = text.split(u'x');
+    bool okWidth = false;
+    bool okHeight = false;
+    const QSize size(parts.value(0).toInt(&okWidth), parts.value(1).toInt(&okHeight));
+    return parts.size() == 2 && okWidth && okHeight && !size.isEmpty() ? size : QSize();
+}
+
 bool headless()
 {
     const QString platform = QGuiApplication::platformName();
     return platform == u"offscreen"_s || platform == u"minimal"_s;
 }
 
+// Lets the windows finish what they queued at their first show: layouts
+// settle, and views that resize lay out and repaint once more.
+void settle()
+{
+    QEventLoop loop;
+    QTimer::singleShot(kSettleMs, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
 // Renders every window to a PNG, then closes them as a user would, so that
 // whatever a close does happens here too.
 int renderAndClose(const QList<QPointer<QWidget>> &windows, const QString &screenshot)
 {
-    QCoreApplication::processEvents();
+    settle();
     int status = 0;
     int n = 0;
     for (const auto &window : windows) {
@@ -89,6 +109,8 @@ int OpenCommand::run(const QStringList &arguments)
     parser.addOptions({
         {u"windows"_s, u"Open N windows at once (default 1)."_s, u"N"_s, u"1"_s},
         {u"screenshot"_s, u"Without a display, the PNG to render the window to."_s, u"FILE"_s},
+        {u"size"_s, u"Open the windows at this size, e.g. 1184x676 (default: the design size)."_s,
+         u"WxH"_s},
     });
     parser.process(arguments);
     bool ok = false;
@@ -97,11 +119,21 @@ int OpenCommand::run(const QStringList &arguments)
         std::fputs("zorvane-stats: --windows takes a number from 1 up\n", stderr);
         return 2;
     }
+    QSize size;
+    if (parser.isSet(u"size"_s)) {
+        size = windowSize(parser.value(u"size"_s));
+        if (!size.isValid()) {
+            std::fputs("zorvane-stats: --size takes WIDTHxHEIGHT, e.g. 1184x676\n", stderr);
+            return 2;
+        }
+    }
     statCharts charts;
     charts.ConnectionString(connectionOrDemo(parser.positionalArguments()));
     QList<QPointer<QWidget>> windows;
     for (int i = 0; i < count; ++i) {
         if (QWidget *window = charts.ShowChartForm()) {
+            if (size.isValid())
+                window->resize(size);
             window->show();
             windows << window;
         }

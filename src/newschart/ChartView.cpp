@@ -5,7 +5,9 @@
 #include "newschart/DayAxisTicker.h"
 
 #include <QFileInfo>
+#include <QHelpEvent>
 #include <QSvgGenerator>
+#include <QToolTip>
 #include <cmath>
 #include <limits>
 
@@ -48,6 +50,84 @@ private:
 };
 
 namespace {
+
+// A series in the legend under a name that may be shortened to fit its
+// column; the full name stays the plottable's.
+class LegendEntry : public QCPPlottableLegendItem
+{
+public:
+    LegendEntry(QCPLegend *legend, QCPAbstractPlottable *plottable, int nameWidth)
+        : QCPPlottableLegendItem(legend, plottable)
+    {
+        const QFontMetrics metrics(legend->font());
+        m_text = metrics.elidedText(plottable->name(), Qt::ElideRight, nameWidth);
+    }
+
+    const QString &text() const { return m_text; }
+
+protected:
+    void draw(QCPPainter *painter) override
+    {
+        const QSize icon = mParentLegend->iconSize();
+        const QRect iconRect(mRect.topLeft(), icon);
+        painter->setFont(getFont());
+        painter->setPen(QPen(getTextColor()));
+        const int textX = mRect.x() + icon.width() + mParentLegend->iconTextPadding();
+        painter->drawText(QRect(textX, mRect.y(), mRect.right() - textX + 1, mRect.height()),
+                          Qt::AlignLeft | Qt::AlignVCenter, m_text);
+        // The plottable draws its own key; the base item's full name is
+        // clipped away with everything else outside the key.
+        painter->save();
+        painter->setClipRect(iconRect, Qt::IntersectClip);
+        QCPPlottableLegendItem::draw(painter);
+        painter->restore();
+    }
+
+    QSize minimumOuterSizeHint() const override
+    {
+        const QFontMetrics metrics(getFont());
+        const QSize icon = mParentLegend->iconSize();
+        return QSize(icon.width() + mParentLegend->iconTextPadding() +
+                         metrics.horizontalAdvance(m_text) + mMargins.left() + mMargins.right(),
+                     std::max(metrics.height(), icon.height()) + mMargins.top() +
+                         mMargins.bottom());
+    }
+
+private:
+    QString m_text;
+};
+
+// The last line of a legend that has no room for every series: how many
+// are left out.
+class LegendRemainder : public QCPAbstractLegendItem
+{
+public:
+    LegendRemainder(QCPLegend *legend, int count)
+        : QCPAbstractLegendItem(legend)
+        , m_text(ChartView::tr("+ %n more", nullptr, count))
+    {}
+
+    const QString &text() const { return m_text; }
+
+protected:
+    void draw(QCPPainter *painter) override
+    {
+        painter->setFont(mFont);
+        painter->setPen(QPen(mTextColor));
+        painter->drawText(mRect, Qt::AlignLeft | Qt::AlignVCenter, m_text);
+    }
+
+    QSize minimumOuterSizeHint() const override
+    {
+        const QFontMetrics metrics(mFont);
+        return QSize(metrics.horizontalAdvance(m_text) + mMargins.left() + mMargins.right(),
+                     std::max(metrics.height(), mParentLegend->iconSize().height()) +
+                         mMargins.top() + mMargins.bottom());
+    }
+
+private:
+    QString m_text;
+};
 
 // Value labels for counts: never a step below one.
 class CountTicker : public QCPAxisTicker
@@ -107,6 +187,16 @@ QColor color(quint32 classic)
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr QColor kDesignBackground(245, 245, 220);
 
+// The legend beside the chart takes at most this share of the width, so
+// that the chart keeps the larger part however many series there are; a
+// narrow chart grants it up to kLegendNarrowShare, to kLegendMinWidth. A
+// name keeps at least kMinNameWidth before the legend adds a column.
+constexpr double kLegendWidthShare = 0.3;
+constexpr double kLegendNarrowShare = 0.45;
+constexpr int kLegendMinWidth = 130;
+constexpr int kMinNameWidth = 70;
+constexpr QSize kMinimumSize(150, 100);
+
 } // namespace
 
 ChartView::ChartView(QWidget *parent)
@@ -115,6 +205,7 @@ ChartView::ChartView(QWidget *parent)
     , m_ticker(QSharedPointer<DayAxisTicker>::create())
 {
     setBackground(QBrush(kDesignBackground));
+    setMinimumSize(kMinimumSize);
     setAutoAddPlottableToLegend(false);
     m_backdrop = new ChartAreaBackdrop(this, m_control);
     m_barsGroup = new QCPBarsGroup(this);
@@ -128,6 +219,10 @@ ChartView::ChartView(QWidget *parent)
     legend->setFont(legendFont);
     legend->setBrush(QBrush(Qt::white));
     legend->setBorderPen(QPen(QColor(160, 160, 160)));
+    // Small keys leave rows for more series beside a low chart.
+    legend->setIconSize(QSize(22, 12));
+    legend->setIconTextPadding(5);
+    legend->setRowSpacing(1);
     // The legend stands beside the chart area, not over the data, centred
     // between two empty cells that take the spare height.
     axisRect()->insetLayout()->take(legend);
@@ -224,7 +319,8 @@ void ChartView::drawSeries()
     else
         drawLines(type == ChartControl::Area, values);
     for (size_t i = 0; i < m_bySeries.size(); ++i)
-        addLegendItem(m_bySeries[i], int(i) + 1);
+        if (m_bySeries[i])
+            m_bySeries[i]->setName(m_control->SeriesLabels().value(int(i)));
 }
 
 void ChartView::drawLines(bool filled, const std::vector<std::vector<double>> &values)
@@ -288,14 +384,6 @@ void ChartView::drawBars(bool stacked, const std::vector<std::vector<double>> &v
     }
 }
 
-void ChartView::addLegendItem(QCPAbstractPlottable *plottable, int series)
-{
-    if (!plottable)
-        return;
-    plottable->setName(m_control->SeriesLabels().value(series - 1));
-    legend->addItem(new QCPPlottableLegendItem(legend, plottable));
-}
-
 void ChartView::drawLabels()
 {
     for (int i = 0; i < m_control->LabelCount(); ++i) {
@@ -314,22 +402,8 @@ void ChartView::drawLabels()
 
 void ChartView::placeLegend()
 {
-    const bool show = m_control->LegendIsShowing() && legend->itemCount() > 0;
-    if (show) {
-        // Items run down a column and wrap into the next one: many series
-        // still fit beside the chart.
-        const int itemHeight =
-            legend->item(0)->minimumOuterSizeHint().height() + legend->rowSpacing();
-        const QMargins margins = legend->margins();
-        const int room = layoutSize().height() - margins.top() - margins.bottom() - 8;
-        const int rows = std::max(1, room / std::max(1, itemHeight));
-        if (legend->wrap() != rows) {
-            legend->setFillOrder(QCPLayoutGrid::foRowsFirst, false);
-            legend->setWrap(rows);
-            legend->setFillOrder(QCPLayoutGrid::foRowsFirst, true);
-        }
-        legend->setMaximumSize(legend->minimumOuterSizeHint());
-    }
+    fillLegend();
+    const bool show = legend->itemCount() > 0;
     const bool placed = plotLayout()->hasElement(0, 1);
     legend->setVisible(show);
     if (show && !placed) {
@@ -339,6 +413,75 @@ void ChartView::placeLegend()
         plotLayout()->take(m_legendColumn);
         plotLayout()->simplify();
     }
+}
+
+// Items run down a column and wrap into the next one, within a capped width:
+// names are shortened to their column, and series beyond the last place are
+// counted on a last line.
+void ChartView::fillLegend()
+{
+    legend->clearItems();
+    std::vector<QCPAbstractPlottable *> series;
+    for (QCPAbstractPlottable *plottable : m_bySeries)
+        if (plottable)
+            series.push_back(plottable);
+    if (!m_control->LegendIsShowing() || series.empty())
+        return;
+    const QSize area = layoutSize();
+    const QMargins margins = legend->margins();
+    const QFontMetrics metrics(legend->font());
+    const int itemHeight = std::max(metrics.height(), legend->iconSize().height());
+    const int room = area.height() - margins.top() - margins.bottom() - 8;
+    const int rows =
+        std::max(1, (room + legend->rowSpacing()) / (itemHeight + legend->rowSpacing()));
+    const int cap = std::max(std::min(kLegendMinWidth, int(area.width() * kLegendNarrowShare)),
+                             int(area.width() * kLegendWidthShare));
+    const int width = std::max(1, cap - margins.left() - margins.right());
+    const int keyWidth = legend->iconSize().width() + legend->iconTextPadding();
+    const int spacing = legend->columnSpacing();
+    const int needed = (int(series.size()) + rows - 1) / rows;
+    const int fitting = std::max(1, (width + spacing) / (keyWidth + kMinNameWidth + spacing));
+    const int columns = std::min(needed, fitting);
+    const int nameWidth = std::max(1, (width - (columns - 1) * spacing) / columns - keyWidth);
+    const int places = rows * columns;
+    const int shown = int(series.size()) <= places ? int(series.size()) : places - 1;
+    for (int i = 0; i < shown; ++i)
+        legend->addItem(new LegendEntry(legend, series[size_t(i)], nameWidth));
+    if (shown < int(series.size()))
+        legend->addItem(new LegendRemainder(legend, int(series.size()) - shown));
+    legend->setFillOrder(QCPLayoutGrid::foRowsFirst, false);
+    legend->setWrap(rows);
+    legend->setFillOrder(QCPLayoutGrid::foRowsFirst, true);
+    legend->setMaximumSize(legend->minimumOuterSizeHint());
+}
+
+QString ChartView::legendText(int index) const
+{
+    if (index < 0 || index >= legend->itemCount())
+        return {};
+    if (const auto *entry = dynamic_cast<const LegendEntry *>(legend->item(index)))
+        return entry->text();
+    return static_cast<const LegendRemainder *>(legend->item(index))->text();
+}
+
+bool ChartView::event(QEvent *event)
+{
+    // A shortened name shows whole under the mouse.
+    if (event->type() == QEvent::ToolTip) {
+        const QPoint pos = static_cast<QHelpEvent *>(event)->pos();
+        for (int i = 0; legend->visible() && i < legend->itemCount(); ++i) {
+            auto *entry = dynamic_cast<QCPPlottableLegendItem *>(legend->item(i));
+            if (entry && entry->outerRect().contains(pos)) {
+                QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(),
+                                   entry->plottable()->name(), this);
+                return true;
+            }
+        }
+        QToolTip::hideText();
+        event->ignore();
+        return true;
+    }
+    return QCustomPlot::event(event);
 }
 
 bool ChartView::exportTo(const QString &path, QSize size, QString *error)

@@ -32,8 +32,13 @@ public:
     // Brings the drawing in line with the control.
     void redraw();
 
+    // The text a legend line shows: a series name, perhaps shortened, or
+    // the count of series left out for want of room.
+    QString legendText(int index) const;
+
 protected:
     void resizeEvent(QResizeEvent *event) override;
+    bool event(QEvent *event) override;
 
 private:
     // The size the chart is laid out for: the widget's, or an export's.
@@ -45,8 +50,8 @@ private:
     void drawBars(bool stacked, const std::vector<std::vector<double>> &values);
     void drawLabels();
     void placeLegend();
+    void fillLegend();
     std::vector<std::vector<double>> seriesValues(bool stacked) const;
-    void addLegendItem(QCPAbstractPlottable *plottable, int series);
 
     ChartControl *m_control;
     QSharedPointer<DayAxisTicker> m_ticker;

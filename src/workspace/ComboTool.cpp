@@ -14,6 +14,8 @@ ComboTool::ComboTool(const QString &id, const QString &caption, const QStringLis
     m_box->setObjectName(id + QStringLiteral("Box"));
     m_combo->setObjectName(id);
     m_combo->addItems(items);
+    // No text until one is set or chosen, as the tool bar shows it at first.
+    m_combo->setCurrentIndex(-1);
     m_combo->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_label->setBuddy(m_combo);
     auto *layout = new QHBoxLayout(m_box);

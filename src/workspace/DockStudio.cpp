@@ -87,7 +87,36 @@ void DockStudio::SetDockContent(const QString &key, QWidget *form)
     if (!dock || !form)
         return;
     dock->setWidget(form);
-    resizeDocks({dock}, {m_dockWidths.value(key)}, Qt::Horizontal);
+    // The main window sizes its docks when it lays itself out, which it does
+    // only when shown and after the layout request of a new content; before
+    // that a dock would take its content's own width.
+    m_pendingWidths.insert(key);
+    if (isVisible())
+        QMetaObject::invokeMethod(this, &DockStudio::applyDockWidths, Qt::QueuedConnection);
+}
+
+void DockStudio::showEvent(QShowEvent *event)
+{
+    QMainWindow::showEvent(event);
+    if (!m_pendingWidths.isEmpty())
+        QMetaObject::invokeMethod(this, &DockStudio::applyDockWidths, Qt::QueuedConnection);
+}
+
+// Once per content, after the layout: later the user's own width stands.
+void DockStudio::applyDockWidths()
+{
+    if (m_pendingWidths.isEmpty() || !isVisible())
+        return;
+    QList<QDockWidget *> docks;
+    QList<int> widths;
+    for (const QString &key : std::as_const(m_pendingWidths)) {
+        if (QDockWidget *dock = DockWindows(key)) {
+            docks << dock;
+            widths << m_dockWidths.value(key);
+        }
+    }
+    m_pendingWidths.clear();
+    resizeDocks(docks, widths, Qt::Horizontal);
 }
 
 void DockStudio::AddClientWindow(const QString &key, const QString &caption, QWidget *form)

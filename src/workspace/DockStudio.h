@@ -8,6 +8,7 @@
 
 #include <QHash>
 #include <QMainWindow>
+#include <QSet>
 
 class QDockWidget;
 class QIcon;
@@ -48,7 +49,11 @@ Q_SIGNALS:
     void ToolClick(Tool *tool);
     void ToolPopup(Tool *tool);
 
+protected:
+    void showEvent(QShowEvent *event) override;
+
 private:
+    void applyDockWidths();
     void addTool(QToolBar *bar, Tool *tool, const QString &toolTip);
     void onFired(Tool *tool);
 
@@ -57,4 +62,5 @@ private:
     QHash<QString, QDockWidget *> m_docks;
     QHash<QString, QWidget *> m_clients;
     QHash<QString, int> m_dockWidths;
+    QSet<QString> m_pendingWidths; // docks that take their width at the first show
 };

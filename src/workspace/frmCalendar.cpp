@@ -19,6 +19,8 @@ frmCalendar::frmCalendar(QWidget *parent)
     Cal->setDateRange(QDate(1753, 1, 1), QDate(9999, 12, 31));
     Cal->setVerticalHeaderFormat(QCalendarWidget::NoVerticalHeader);
     Cal->setGridVisible(false);
+    // One letter a weekday: the month fits the pop-up's 164 pixels.
+    Cal->setHorizontalHeaderFormat(QCalendarWidget::SingleLetterDayNames);
     QFont font(u"Tahoma"_s);
     font.setPointSizeF(8.25);
     Cal->setFont(font);

@@ -24,6 +24,7 @@
 #include <QTabWidget>
 #include <QToolBar>
 #include <QVBoxLayout>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 using qrt::chart::NamedPeriod;
@@ -36,6 +37,7 @@ namespace {
 
 // Client area at the design size: 8880 by 5070 twips at 96 dpi.
 constexpr QSize kDesignSize(592, 338);
+constexpr QSize kMinimumSize(440, 280);
 constexpr QSize kCalendarSize(164, 155);
 constexpr int kFilterPanelWidth = 245;
 
@@ -93,7 +95,9 @@ frmCharts::frmCharts(QWidget *parent)
     setWindowTitle(u"Statistic Charts"_s);
     buildPages();
     resize(kDesignSize);
-    setMinimumSize(kDesignSize / 2);
+    // Room for the first tools of the bar and a chart beside the open filter
+    // panel; the rest of the bar waits behind its extension button.
+    setMinimumSize(kMinimumSize);
     // Another workspace on the same database, sharing the stored choices.
     auto *another = new QShortcut(QKeySequence::New, this);
     connect(another, &QShortcut::activated, this, [] {
@@ -219,12 +223,18 @@ void frmCharts::Form_Unload()
     if (m_unloaded)
         return;
     m_unloaded = true;
+    // The panel and the calendar go first; the chart stays with the window
+    // until its object goes, so that SaveSettings still reads it.
+    if (fProvChannels) {
+        fProvChannels->hide();
+        fProvChannels->deleteLater();
+    }
+    if (fCalendar) {
+        fCalendar->hide();
+        fCalendar->deleteLater();
+    }
     if (pwCalendar)
         disconnect(pwCalendar, nullptr, this, nullptr);
-    if (fProvChannels)
-        fProvChannels->deleteLater();
-    if (fCalendar)
-        fCalendar->deleteLater();
     pwCalendar = nullptr;
     fCalendar = nullptr;
     fProvChannels = nullptr;
@@ -312,28 +322,48 @@ void frmCharts::SetPeriod(int Period)
         till->setCaption(u"To:"_s + shortDate(today));
 }
 
+namespace {
+
+QVariant storedSetting(const QString &key, const QVariant &fallback)
+{
+    QVariant value = fallback;
+    resumeNext([&] { value = gSettings->GetSetting(kSection, key, fallback); });
+    return value;
+}
+
+// A stored number, or nothing when the entry holds a text that is none: the
+// member it was meant for keeps its value.
+std::optional<int> storedNumber(const QString &key, int fallback)
+{
+    bool ok = false;
+    const int value = storedSetting(key, fallback).toString().trimmed().toInt(&ok);
+    return ok ? std::optional<int>(value) : std::nullopt;
+}
+
+} // namespace
+
 void frmCharts::LoadSettings()
 {
-    if (!gSettings)
+    if (!gSettings || !fChart)
         return;
     const ToolCommands commands = dsChart->Commands();
-    auto get = [](const QString &key, const QVariant &fallback) {
-        QVariant value = fallback;
-        resumeNext([&] { value = gSettings->GetSetting(kSection, key, fallback); });
-        return value;
-    };
-    commands.GetComboBox(u"cbChartType"_s)->setText(get(u"CHARTTYPE"_s, u"Plot"_s).toString());
-    chrtNews()->setChartType(get(u"CHARTTYPEVALUE"_s, 1).toInt());
-    const bool stacked = get(u"STACKED"_s, u"1"_s).toString() == u"1"_s;
+    commands.GetComboBox(u"cbChartType"_s)
+        ->setText(storedSetting(u"CHARTTYPE"_s, u"Plot"_s).toString());
+    if (const auto type = storedNumber(u"CHARTTYPEVALUE"_s, 1))
+        chrtNews()->setChartType(*type);
+    const bool stacked = storedSetting(u"STACKED"_s, u"1"_s).toString() == u"1"_s;
     commands.GetToolButton(u"tbStacked"_s)->setValue(stacked ? 1 : 0);
     chrtNews()->setIsStacked(stacked);
-    const bool legend = get(u"LEGEND"_s, u"1"_s).toString() == u"1"_s;
+    const bool legend = storedSetting(u"LEGEND"_s, u"1"_s).toString() == u"1"_s;
     commands.GetToolButton(u"tbLegend"_s)->setValue(legend ? 1 : 0);
     chrtNews()->setLegendIsShowing(legend);
-    commands.GetComboBox(u"cbSeries"_s)->setText(get(u"SERIES"_s, u"Provider"_s).toString());
-    fChart->chartSeria = get(u"SERIESVALUE"_s, 3).toInt();
-    fChart->sOrder = get(u"ORDER"_s, u"ORDER BY Providers.ID, News.pubDate"_s).toString();
-    SetPeriod(get(u"PERIOD"_s, 4).toInt());
+    commands.GetComboBox(u"cbSeries"_s)
+        ->setText(storedSetting(u"SERIES"_s, u"Provider"_s).toString());
+    if (const auto seria = storedNumber(u"SERIESVALUE"_s, 3))
+        fChart->chartSeria = *seria;
+    fChart->sOrder = storedSetting(u"ORDER"_s, u"ORDER BY Providers.ID, News.pubDate"_s).toString();
+    if (const auto period = storedNumber(u"PERIOD"_s, NamedPeriod::LastMonth))
+        SetPeriod(*period);
 }
 
 void frmCharts::SaveSettings()

@@ -1,0 +1,763 @@
+// The chart window as a user meets it, on a demo news database: the tools
+// of the bar chosen and clicked with the mouse and keyboard, the named
+// periods and the calendar behind the two date tools, the filter panel and
+// the redraw, the stored choices across closing and reopening, several
+// windows sharing the store, and the layout at the design size and at twice
+// it.
+
+#include "component/ResumeNext.h"
+#include "component/modUtils.h"
+#include "db/Dates.h"
+#include "db/DemoDatabase.h"
+#include "filterpanel/TickList.h"
+#include "filterpanel/TickListModel.h"
+#include "filterpanel/frmProvChannels.h"
+#include "newschart/ChartControl.h"
+#include "newschart/ChartView.h"
+#include "newschart/frmChart.h"
+#include "settings/CAppSettings.h"
+#include "workspace/ButtonTool.h"
+#include "workspace/ComboTool.h"
+#include "workspace/DockStudio.h"
+#include "workspace/PopupTool.h"
+#include "workspace/PopupWindow.h"
+#include "workspace/frmCalendar.h"
+#include "workspace/frmCharts.h"
+
+#include <QAbstractItemView>
+#include <QCalendarWidget>
+#include <QComboBox>
+#include <QDockWidget>
+#include <QPointer>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolBar>
+#include <QToolButton>
+#include <memory>
+#include <qrt/statCharts.h>
+
+using namespace Qt::StringLiterals;
+namespace dates = qrt::dates;
+
+namespace {
+
+const QString kSection = u"STATCHART"_s;
+// Twice the design size: every tool of the bar has room.
+constexpr QSize kRoomy(1184, 676);
+constexpr QSize kDesignSize(592, 338);
+
+ComboTool *combo(frmCharts *w, const QString &id)
+{
+    return w->dsChart->Commands().GetComboBox(id);
+}
+
+ButtonTool *button(frmCharts *w, const QString &id)
+{
+    return w->dsChart->Commands().GetToolButton(id);
+}
+
+PopupTool *dateTool(frmCharts *w, const QString &id)
+{
+    return w->dsChart->Commands().GetPopupTool(id);
+}
+
+ChartControl &chart(frmCharts *w)
+{
+    return w->fChart->chart();
+}
+
+PopupWindow *calendarPopup(frmCharts *w)
+{
+    return w->dsChart->PopupWindows(u"pwfCal"_s);
+}
+
+QCalendarWidget *calendar(frmCharts *w)
+{
+    return w->findChild<QCalendarWidget *>(u"Cal"_s);
+}
+
+QString isoDay(double date)
+{
+    return dates::toQDate(date).toString(Qt::ISODate);
+}
+
+// Opens the combo's list with a click and picks the item with the keys, as
+// a user does; false when the list did not open or close.
+bool choose(frmCharts *w, const QString &id, const QString &text)
+{
+    QComboBox *box = combo(w, id)->comboBox();
+    const int row = box->findText(text);
+    if (row < 0)
+        return false;
+    QTest::mouseClick(box, Qt::LeftButton);
+    if (!QTest::qWaitFor([box] { return box->view()->isVisible(); }))
+        return false;
+    QTest::keyClick(box->view(), Qt::Key_Home);
+    for (int i = 0; i < row; ++i)
+        QTest::keyClick(box->view(), Qt::Key_Down);
+    QTest::keyClick(box->view(), Qt::Key_Return);
+    return QTest::qWaitFor([box] { return !box->view()->isVisible(); });
+}
+
+void click(Tool *tool)
+{
+    QTest::mouseClick(tool->widget(), Qt::LeftButton);
+}
+
+bool openCalendar(frmCharts *w, const QString &id)
+{
+    click(dateTool(w, id));
+    return QTest::qWaitFor([w] { return calendarPopup(w)->isVisible(); });
+}
+
+// A click on the chart while the pop-up is open: the pop-up takes the click
+// and closes, as at any click outside it.
+bool clickElsewhere(frmCharts *w)
+{
+    const QPoint onChart = w->fChart->mapTo(w, w->fChart->rect().center());
+    QTest::mouseClick(w->windowHandle(), Qt::LeftButton, {}, onChart);
+    return QTest::qWaitFor([w] { return !calendarPopup(w)->isVisible(); });
+}
+
+// Clicks the 15th of the month the calendar shows, which stands once in its
+// grid; answers that day.
+QDate clickFifteenth(frmCharts *w)
+{
+    QCalendarWidget *cal = calendar(w);
+    auto *view = cal->findChild<QTableView *>(u"qt_calendar_calendarview"_s);
+    if (!view)
+        return {};
+    const QAbstractItemModel *model = view->model();
+    for (int r = 0; r < model->rowCount(); ++r) {
+        for (int c = 0; c < model->columnCount(); ++c) {
+            const QModelIndex cell = model->index(r, c);
+            if (cell.data().toString() != u"15"_s)
+                continue;
+            QTest::mouseClick(view->viewport(), Qt::LeftButton, {},
+                              view->visualRect(cell).center());
+            return QDate(cal->yearShown(), cal->monthShown(), 15);
+        }
+    }
+    return {};
+}
+
+// Unticks or ticks a row of a filter list with a click on it.
+void clickRow(TickList *grid, int row)
+{
+    const QRect cell = grid->visualRect(grid->model()->index(row, 0));
+    QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, cell.center());
+}
+
+// A rectangle of a widget in the coordinates of its window.
+QRect inWindow(const QWidget *widget)
+{
+    return QRect(widget->mapTo(widget->window(), QPoint(0, 0)), widget->size());
+}
+
+} // namespace
+
+class tst_frmCharts : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void firstRun();
+    void chartTypes_data();
+    void chartTypes();
+    void toggles_data();
+    void toggles();
+    void series_data();
+    void series();
+    void namedPeriods_data();
+    void namedPeriods();
+    void calendarPickAndDismiss_data();
+    void calendarPickAndDismiss();
+    void captionsReadBack_data();
+    void captionsReadBack();
+    void filterAndRedraw();
+    void choicesComeBack();
+    void lastCloseDecides_data();
+    void lastCloseDecides();
+    void storedOddities_data();
+    void storedOddities();
+    void layout_data();
+    void layout();
+
+private:
+    frmCharts *open(QSize size = kRoomy);
+    void close(frmCharts *w);
+    QStringList names(const QString &sql) const;
+    QVariant stored(const QString &key) const;
+
+    QTemporaryDir m_dir;
+    QString m_database;
+    std::unique_ptr<statCharts> m_charts;
+    QList<QPointer<frmCharts>> m_windows;
+};
+
+void tst_frmCharts::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+    m_database = m_dir.filePath(u"news.db"_s);
+    qrt::db::DemoDatabase::Options options;
+    options.items = 30000;
+    options.seed = 11;
+    options.days = 800;
+    options.until = QDate::currentDate();
+    QString error;
+    QVERIFY2(qrt::db::DemoDatabase::create(m_database, options, &error), qPrintable(error));
+    m_charts = std::make_unique<statCharts>();
+    m_charts->ConnectionString(m_database);
+}
+
+void tst_frmCharts::init()
+{
+    // Every test starts as a first run.
+    resumeNext([] { gSettings->DeleteSetting(kSection); });
+    QVERIFY(!stored(u"CHARTTYPE"_s).isValid());
+}
+
+void tst_frmCharts::cleanup()
+{
+    for (const auto &w : std::as_const(m_windows))
+        delete w.data();
+    m_windows.clear();
+}
+
+frmCharts *tst_frmCharts::open(QSize size)
+{
+    auto *w = qobject_cast<frmCharts *>(m_charts->ShowChartForm());
+    if (!w)
+        return nullptr;
+    m_windows << w;
+    w->resize(size);
+    w->show();
+    if (!QTest::qWaitForWindowExposed(w))
+        return nullptr;
+    // The dock takes its width once the window is laid out.
+    QDockWidget *dock = w->dsChart->DockWindows(u"dwfProvChannels"_s);
+    if (!QTest::qWaitFor([dock] { return dock->width() == 245; }, 2000))
+        qWarning() << "the filter dock is" << dock->width() << "wide";
+    return w;
+}
+
+void tst_frmCharts::close(frmCharts *w)
+{
+    QPointer<frmCharts> guard(w);
+    w->close();
+    if (!QTest::qWaitFor([&guard] { return guard.isNull(); }))
+        qWarning() << "a closed window stays";
+}
+
+QStringList tst_frmCharts::names(const QString &sql) const
+{
+    QStringList result;
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"names"_s);
+        db.setDatabaseName(m_database);
+        if (db.open()) {
+            QSqlQuery query(sql, db);
+            while (query.next())
+                result << query.value(0).toString();
+        }
+    }
+    QSqlDatabase::removeDatabase(u"names"_s);
+    return result;
+}
+
+QVariant tst_frmCharts::stored(const QString &key) const
+{
+    QVariant value;
+    resumeNext([&] { value = gSettings->GetSetting(kSection, key, QVariant()); });
+    return value;
+}
+
+void tst_frmCharts::firstRun()
+{
+    frmCharts *w = open();
+    QVERIFY(w);
+    const double today = dates::today();
+    QCOMPARE(combo(w, u"cbChartType"_s)->Text(), u"Plot"_s);
+    QCOMPARE(chart(w).ChartType(), int(ChartControl::Plot));
+    QCOMPARE(button(w, u"tbStacked"_s)->Value(), 1);
+    QVERIFY(chart(w).IsStacked());
+    QCOMPARE(button(w, u"tbLegend"_s)->Value(), 1);
+    QVERIFY(chart(w).LegendIsShowing());
+    // "Provider" is none of the items, yet the series are the providers'.
+    QCOMPARE(combo(w, u"cbSeries"_s)->Text(), u"Provider"_s);
+    QCOMPARE(combo(w, u"cbSeries"_s)->comboBox()->currentIndex(), -1);
+    QCOMPARE(w->fChart->chartSeria, 3);
+    QCOMPARE(w->fChart->sOrder, u"ORDER BY Providers.ID, News.pubDate"_s);
+    QCOMPARE(combo(w, u"cbFilter"_s)->Text(), u"Last Month"_s);
+    QCOMPARE(w->fChart->FromDate, today - 31);
+    QCOMPARE(w->fChart->TillDate, today);
+    QCOMPARE(dateTool(w, u"cpFrom"_s)->Caption(), u"From:"_s + isoDay(today - 31));
+    QCOMPARE(dateTool(w, u"cpTill"_s)->Caption(), u"To:"_s + isoDay(today));
+
+    // Drawn: one series per provider with news in the month, named so.
+    const QStringList providers = names(u"SELECT Provider FROM Providers"_s);
+    const QStringList labels = chart(w).SeriesLabels();
+    QVERIFY(labels.size() > 1);
+    QCOMPARE(chart(w).NumSeries(), labels.size());
+    for (const QString &label : labels)
+        QVERIFY2(providers.contains(label), qPrintable(label));
+    auto *view = w->findChild<ChartView *>(u"chrtNews"_s);
+    QVERIFY(view->legend->visible());
+    QVERIFY(qobject_cast<QCPGraph *>(view->plottable(0)));
+}
+
+void tst_frmCharts::chartTypes_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("type");
+    QTest::addColumn<QString>("drawnAs");
+    QTest::newRow("Bar") << u"Bar"_s << 2 << u"QCPBars"_s;
+    QTest::newRow("Stacking Bar") << u"Stacking Bar"_s << 4 << u"QCPBars"_s;
+    QTest::newRow("Area") << u"Area"_s << 5 << u"QCPGraph"_s;
+    QTest::newRow("Plot") << u"Plot"_s << 1 << u"QCPGraph"_s;
+}
+
+void tst_frmCharts::chartTypes()
+{
+    QFETCH(QString, text);
+    QFETCH(int, type);
+    QFETCH(QString, drawnAs);
+    // Start from another type, so that each choice is a change.
+    gSettings->SaveSetting(kSection, u"CHARTTYPEVALUE"_s, type == 1 ? 2 : 1);
+    frmCharts *w = open();
+    QVERIFY(w);
+    const double drawnFrom = w->fChart->minDate();
+    QVERIFY(choose(w, u"cbChartType"_s, text));
+    QCOMPARE(combo(w, u"cbChartType"_s)->Text(), text);
+    QCOMPARE(chart(w).ChartType(), type);
+    // The type alone changes: no query, and stacking stays as it was.
+    QCOMPARE(w->fChart->minDate(), drawnFrom);
+    QCOMPARE(button(w, u"tbStacked"_s)->Value(), 1);
+    QVERIFY(chart(w).IsStacked());
+    auto *view = w->findChild<ChartView *>(u"chrtNews"_s);
+    QVERIFY(view->plottableCount() > 0);
+    QCOMPARE(view->plottable(0)->metaObject()->className(), drawnAs.toLatin1());
+}
+
+void tst_frmCharts::toggles_data()
+{
+    QTest::addColumn<QString>("id");
+    QTest::newRow("tbStacked") << u"tbStacked"_s;
+    QTest::newRow("tbLegend") << u"tbLegend"_s;
+}
+
+void tst_frmCharts::toggles()
+{
+    QFETCH(QString, id);
+    frmCharts *w = open();
+    QVERIFY(w);
+    auto *view = w->findChild<ChartView *>(u"chrtNews"_s);
+    auto flag = [&] {
+        return id == u"tbStacked"_s ? chart(w).IsStacked() : chart(w).LegendIsShowing();
+    };
+    const int typeBefore = chart(w).ChartType();
+    QCOMPARE(button(w, id)->Value(), 1);
+    click(button(w, id));
+    QCOMPARE(button(w, id)->Value(), 0);
+    QVERIFY(!flag());
+    QCOMPARE(view->legend->visible(), id != u"tbLegend"_s);
+    click(button(w, id));
+    QCOMPARE(button(w, id)->Value(), 1);
+    QVERIFY(flag());
+    QVERIFY(view->legend->visible());
+    // Stacking and the chart type are apart.
+    QCOMPARE(chart(w).ChartType(), typeBefore);
+    QCOMPARE(combo(w, u"cbChartType"_s)->Text(), u"Plot"_s);
+}
+
+void tst_frmCharts::series_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("order");
+    QTest::addColumn<int>("seria");
+    QTest::addColumn<QString>("namesSql");
+    QTest::newRow("Channels") << u"Channels"_s << u"ORDER BY Channels.ID, News.pubDate"_s << 2
+                              << u"SELECT Channel FROM Channels"_s;
+    QTest::newRow("Categories") << u"Categories"_s << u"ORDER BY Categories.ID, News.pubDate"_s << 4
+                                << u"SELECT Name FROM Categories"_s;
+    QTest::newRow("Providers") << u"Providers"_s << u"ORDER BY Providers.ID, News.pubDate"_s << 3
+                               << u"SELECT Provider FROM Providers"_s;
+}
+
+void tst_frmCharts::series()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, order);
+    QFETCH(int, seria);
+    QFETCH(QString, namesSql);
+    // From another series than the one chosen.
+    if (seria == 3) {
+        gSettings->SaveSetting(kSection, u"SERIESVALUE"_s, 4);
+        gSettings->SaveSetting(kSection, u"ORDER"_s, u"ORDER BY Categories.ID, News.pubDate"_s);
+    }
+    frmCharts *w = open();
+    QVERIFY(w);
+    const QStringList before = chart(w).SeriesLabels();
+    QVERIFY(choose(w, u"cbSeries"_s, text));
+    QCOMPARE(w->fChart->sOrder, order);
+    QCOMPARE(w->fChart->chartSeria, seria);
+    // Only the next drawing asks for the new series.
+    QCOMPARE(chart(w).SeriesLabels(), before);
+    click(button(w, u"tbRedraw"_s));
+    const QStringList all = names(namesSql);
+    const QStringList labels = chart(w).SeriesLabels();
+    QVERIFY(!labels.isEmpty());
+    QVERIFY(labels != before);
+    for (const QString &label : labels)
+        QVERIFY2(all.contains(label), qPrintable(label));
+}
+
+void tst_frmCharts::namedPeriods_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("daysBack"); // -1: from day 0
+    QTest::newRow("Today") << u"Today"_s << 0;
+    QTest::newRow("Yesterday") << u"Yesterday"_s << 1;
+    QTest::newRow("Last Week") << u"Last Week"_s << 7;
+    QTest::newRow("Last Month") << u"Last Month"_s << 31;
+    QTest::newRow("Last Year") << u"Last Year"_s << 365;
+    QTest::newRow("All") << u"All"_s << -1;
+}
+
+void tst_frmCharts::namedPeriods()
+{
+    QFETCH(QString, text);
+    QFETCH(int, daysBack);
+    frmCharts *w = open();
+    QVERIFY(w);
+    const int seriesBefore = chart(w).NumSeries();
+    QVERIFY(choose(w, u"cbFilter"_s, text));
+    const double today = dates::today();
+    const double first = daysBack < 0 ? 0.0 : today - daysBack;
+    QCOMPARE(combo(w, u"cbFilter"_s)->Text(), text);
+    QCOMPARE(w->fChart->FromDate, first);
+    QCOMPARE(w->fChart->TillDate, today);
+    QCOMPARE(dateTool(w, u"cpFrom"_s)->Caption(), u"From:"_s + isoDay(first));
+    QCOMPARE(dateTool(w, u"cpTill"_s)->Caption(), u"To:"_s + isoDay(today));
+    QCOMPARE(chart(w).NumSeries(), seriesBefore); // no drawing yet
+
+    // The calendar starts at the caption's day; dismissed, it leaves the
+    // dates and writes the caption anew, which reads back the same.
+    QVERIFY(openCalendar(w, u"cpFrom"_s));
+    QVERIFY(w->calendarEditsFirstDate());
+    QCOMPARE(calendar(w)->selectedDate(), dates::toQDate(first));
+    QVERIFY(clickElsewhere(w));
+    QCOMPARE(w->fChart->FromDate, first);
+    QCOMPARE(dateTool(w, u"cpFrom"_s)->Caption(), u"From:"_s + dates::toText(first));
+    QVERIFY(openCalendar(w, u"cpFrom"_s));
+    QCOMPARE(calendar(w)->selectedDate(), dates::toQDate(first));
+    QVERIFY(clickElsewhere(w));
+
+    click(button(w, u"tbRedraw"_s));
+    if (daysBack > 0) // the demo data have news up to today
+        QVERIFY(chart(w).NumSeries() > 0);
+    QVERIFY(w->fChart->minDate() >= first);
+}
+
+void tst_frmCharts::calendarPickAndDismiss_data()
+{
+    QTest::addColumn<QString>("tool");
+    QTest::newRow("cpFrom") << u"cpFrom"_s;
+    QTest::newRow("cpTill") << u"cpTill"_s;
+}
+
+void tst_frmCharts::calendarPickAndDismiss()
+{
+    QFETCH(QString, tool);
+    const bool from = tool == u"cpFrom"_s;
+    const QString prefix = from ? u"From:"_s : u"To:"_s;
+    frmCharts *w = open();
+    QVERIFY(w);
+    const double otherBefore = from ? w->fChart->TillDate : w->fChart->FromDate;
+    QVERIFY(openCalendar(w, tool));
+    QCOMPARE(w->calendarEditsFirstDate(), from);
+    PopupWindow *popup = calendarPopup(w);
+    // The pop-up drops under its tool at its design size, or as large as
+    // the calendar needs in a wider font.
+    QVERIFY(popup->width() >= 164 && popup->height() >= 155);
+    QVERIFY(calendar(w)->width() >= calendar(w)->sizeHint().width());
+    QVERIFY(calendar(w)->height() >= calendar(w)->sizeHint().height());
+    const QWidget *toolWidget = dateTool(w, tool)->widget();
+    const QPoint under = toolWidget->mapToGlobal(QPoint(0, toolWidget->height()));
+    QVERIFY(qAbs(popup->pos().y() - under.y()) <= 3); // give or take a window frame
+    QVERIFY(qAbs(popup->pos().x() - under.x()) <= 3);
+
+    const QDate picked = clickFifteenth(w);
+    QVERIFY(picked.isValid());
+    QTRY_VERIFY(!popup->isVisible());
+    const double day = dates::fromQDate(picked);
+    QCOMPARE(from ? w->fChart->FromDate : w->fChart->TillDate, day);
+    QCOMPARE(dateTool(w, tool)->Caption(), prefix + picked.toString(Qt::ISODate));
+    QCOMPARE(from ? w->fChart->TillDate : w->fChart->FromDate, otherBefore);
+    // The named period stays on show; choosing it again undoes the pick.
+    QCOMPARE(combo(w, u"cbFilter"_s)->Text(), u"Last Month"_s);
+    QVERIFY(choose(w, u"cbFilter"_s, u"Last Month"_s));
+    QCOMPARE(w->fChart->FromDate, dates::today() - 31);
+    QCOMPARE(w->fChart->TillDate, dates::today());
+}
+
+void tst_frmCharts::captionsReadBack_data()
+{
+    QTest::addColumn<QString>("tool");
+    QTest::addColumn<QDate>("day");
+    QTest::addColumn<QString>("caption");
+    const QString from = u"cpFrom"_s;
+    const QString till = u"cpTill"_s;
+    QTest::newRow("first day") << from << QDate(1753, 1, 1) << u"From:1753-01-01"_s;
+    QTest::newRow("before day 0") << till << QDate(1899, 12, 29) << u"To:1899-12-29"_s;
+    QTest::newRow("day 0") << from << QDate(1899, 12, 30) << u"From:00:00:00"_s;
+    QTest::newRow("day 1") << till << QDate(1899, 12, 31) << u"To:1899-12-31"_s;
+    QTest::newRow("leap day") << from << QDate(2000, 2, 29) << u"From:2000-02-29"_s;
+    QTest::newRow("not a leap day") << till << QDate(1900, 3, 1) << u"To:1900-03-01"_s;
+    QTest::newRow("last day") << till << QDate(9999, 12, 31) << u"To:9999-12-31"_s;
+}
+
+// Whatever day the calendar holds, the caption it leaves reads back to it.
+void tst_frmCharts::captionsReadBack()
+{
+    QFETCH(QString, tool);
+    QFETCH(QDate, day);
+    QFETCH(QString, caption);
+    frmCharts *w = open();
+    QVERIFY(w);
+    QVERIFY(openCalendar(w, tool));
+    calendar(w)->setSelectedDate(day);
+    QVERIFY(clickElsewhere(w));
+    QCOMPARE(dateTool(w, tool)->Caption(), caption);
+    const double expected = dates::fromQDate(day);
+    QCOMPARE(tool == u"cpFrom"_s ? w->fChart->FromDate : w->fChart->TillDate, expected);
+    calendar(w)->setSelectedDate(QDate(2005, 3, 15));
+    QVERIFY(openCalendar(w, tool));
+    QCOMPARE(calendar(w)->selectedDate(), day);
+    QVERIFY(clickElsewhere(w));
+    QCOMPARE(dateTool(w, tool)->Caption(), caption);
+}
+
+void tst_frmCharts::filterAndRedraw()
+{
+    frmCharts *w = open();
+    QVERIFY(w);
+    TickList *providers = w->filterPanel()->fgProviders;
+    const QStringList before = chart(w).SeriesLabels();
+    const QString filterBefore = w->fChart->sFilter;
+    // A provider with news in the period.
+    int row = 1;
+    while (row < providers->model()->Rows() &&
+           !before.contains(providers->model()->cellText(row).trimmed()))
+        ++row;
+    QVERIFY(row < providers->model()->Rows());
+    const QString first = providers->model()->cellText(row).trimmed();
+    providers->scrollTo(providers->model()->index(row, 0));
+    clickRow(providers, row);
+    QCOMPARE(providers->model()->cellChecked(row), 2); // unticked
+    QCOMPARE(chart(w).SeriesLabels(), before);         // until the redraw
+    QVERIFY(button(w, u"tbRedraw"_s)->Enabled());
+    click(button(w, u"tbRedraw"_s));
+    const QStringList after = chart(w).SeriesLabels();
+    QCOMPARE(after.size(), before.size() - 1);
+    QVERIFY(!after.contains(first));
+    QVERIFY(w->fChart->sFilter != filterBefore);
+
+    // With a list all unticked there is nothing to draw: the tool goes off.
+    clickRow(providers, 0);
+    QVERIFY(!button(w, u"tbRedraw"_s)->Enabled());
+    click(button(w, u"tbRedraw"_s));
+    QCOMPARE(chart(w).SeriesLabels(), after);
+}
+
+void tst_frmCharts::choicesComeBack()
+{
+    frmCharts *w = open();
+    QVERIFY(w);
+    QVERIFY(choose(w, u"cbChartType"_s, u"Bar"_s));
+    click(button(w, u"tbStacked"_s));
+    click(button(w, u"tbLegend"_s));
+    QVERIFY(choose(w, u"cbSeries"_s, u"Channels"_s)); // never drawn
+    QVERIFY(choose(w, u"cbFilter"_s, u"Last Week"_s));
+    QVERIFY(openCalendar(w, u"cpFrom"_s)); // a picked day lasts as long as the window
+    QVERIFY(clickFifteenth(w).isValid());
+    QTRY_VERIFY(!calendarPopup(w)->isVisible());
+    clickRow(w->filterPanel()->fgProviders, 1);
+    click(button(w, u"tbRedraw"_s));
+    const QString filter = w->fChart->sFilter;
+    close(w);
+
+    QCOMPARE(stored(u"CHARTTYPE"_s), QVariant(u"Bar"_s));
+    QCOMPARE(stored(u"CHARTTYPEVALUE"_s), QVariant(2)); // a number stays a number
+    QCOMPARE(stored(u"STACKED"_s), QVariant(u"0"_s));
+    QCOMPARE(stored(u"LEGEND"_s), QVariant(u"0"_s));
+    QCOMPARE(stored(u"SERIES"_s), QVariant(u"Channels"_s));
+    QCOMPARE(stored(u"SERIESVALUE"_s), QVariant(2));
+    QCOMPARE(stored(u"ORDER"_s), QVariant(u"ORDER BY Channels.ID, News.pubDate"_s));
+    QCOMPARE(stored(u"PERIOD"_s), QVariant(3));
+    QCOMPARE(stored(u"FILTERS"_s), QVariant(filter));
+
+    w = open();
+    QVERIFY(w);
+    QCOMPARE(combo(w, u"cbChartType"_s)->Text(), u"Bar"_s);
+    QCOMPARE(chart(w).ChartType(), 2);
+    QCOMPARE(button(w, u"tbStacked"_s)->Value(), 0);
+    QVERIFY(!chart(w).IsStacked());
+    QCOMPARE(button(w, u"tbLegend"_s)->Value(), 0);
+    QVERIFY(!chart(w).LegendIsShowing());
+    QCOMPARE(combo(w, u"cbSeries"_s)->Text(), u"Channels"_s);
+    QCOMPARE(w->fChart->chartSeria, 2);
+    QCOMPARE(combo(w, u"cbFilter"_s)->Text(), u"Last Week"_s);
+    QCOMPARE(w->fChart->FromDate, dates::today() - 7); // the named period, not the pick
+    QCOMPARE(w->fChart->sFilter, filter);
+    QCOMPARE(w->filterPanel()->fgProviders->model()->cellChecked(1), 2);
+    const QStringList channels = names(u"SELECT Channel FROM Channels"_s);
+    QVERIFY(!chart(w).SeriesLabels().isEmpty());
+    QVERIFY(channels.contains(chart(w).SeriesLabels().first()));
+}
+
+void tst_frmCharts::lastCloseDecides_data()
+{
+    QTest::addColumn<bool>("firstClosesLast");
+    QTest::newRow("first window closes last") << true;
+    QTest::newRow("second window closes last") << false;
+}
+
+void tst_frmCharts::lastCloseDecides()
+{
+    QFETCH(bool, firstClosesLast);
+    frmCharts *first = open();
+    frmCharts *second = open();
+    QVERIFY(first && second);
+    QVERIFY(choose(first, u"cbChartType"_s, u"Area"_s));
+    QVERIFY(choose(second, u"cbChartType"_s, u"Bar"_s));
+    frmCharts *staying = firstClosesLast ? first : second;
+    const QString key = ChartFormKey(staying->fIndex);
+    close(firstClosesLast ? second : first);
+
+    // The window left open still works: its children find it by its key.
+    QCOMPARE(gChartForms.Item(key), staying);
+    QVERIFY(openCalendar(staying, u"cpFrom"_s));
+    const QDate picked = clickFifteenth(staying);
+    QTRY_VERIFY(!calendarPopup(staying)->isVisible());
+    QCOMPARE(staying->fChart->FromDate, dates::fromQDate(picked));
+    const QString filterBefore = staying->fChart->sFilter;
+    clickRow(staying->filterPanel()->fgProviders, 1);
+    click(button(staying, u"tbRedraw"_s));
+    QVERIFY(staying->fChart->sFilter != filterBefore);
+    close(staying);
+
+    const QString expected = firstClosesLast ? u"Area"_s : u"Bar"_s;
+    QCOMPARE(stored(u"CHARTTYPE"_s), QVariant(expected));
+    frmCharts *next = open();
+    QVERIFY(next);
+    QCOMPARE(combo(next, u"cbChartType"_s)->Text(), expected);
+    QCOMPARE(chart(next).ChartType(), firstClosesLast ? 5 : 2);
+}
+
+void tst_frmCharts::storedOddities_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("check");
+    QTest::newRow("period out of range") << u"PERIOD"_s << QVariant(9) << u"period"_s;
+    QTest::newRow("stacked other than 1") << u"STACKED"_s << QVariant(u"yes"_s) << u"stacked"_s;
+    QTest::newRow("type value not a number")
+        << u"CHARTTYPEVALUE"_s << QVariant(u"Bar"_s) << u"type"_s;
+}
+
+void tst_frmCharts::storedOddities()
+{
+    QFETCH(QString, key);
+    QFETCH(QVariant, value);
+    QFETCH(QString, check);
+    gSettings->SaveSetting(kSection, key, value);
+    frmCharts *w = open();
+    QVERIFY(w);
+    if (check == u"period"_s) {
+        // Day 0 on, and no period named: none is stored at close either.
+        QCOMPARE(w->fChart->FromDate, 0.0);
+        QCOMPARE(w->fChart->TillDate, dates::today());
+        QCOMPARE(combo(w, u"cbFilter"_s)->Text(), QString());
+        QCOMPARE(dateTool(w, u"cpFrom"_s)->Caption(), u"From:1899-12-30"_s);
+    } else if (check == u"stacked"_s) {
+        QCOMPARE(button(w, u"tbStacked"_s)->Value(), 0);
+        QVERIFY(!chart(w).IsStacked());
+    } else {
+        QCOMPARE(chart(w).ChartType(), int(ChartControl::Plot));
+    }
+    close(w);
+    if (check == u"period"_s)
+        QCOMPARE(stored(u"PERIOD"_s), QVariant(9));
+}
+
+void tst_frmCharts::layout_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<bool>("overflows");
+    QTest::newRow("minimum size") << QSize(440, 280) << true;
+    QTest::newRow("design size") << kDesignSize << true;
+    QTest::newRow("twice the design size") << kDesignSize * 2 << false;
+}
+
+void tst_frmCharts::layout()
+{
+    QFETCH(QSize, size);
+    QFETCH(bool, overflows);
+    frmCharts *w = open(size);
+    QVERIFY(w);
+    QCOMPARE(w->size(), size);
+    QCOMPARE(w->minimumSize(), QSize(440, 280));
+    QDockWidget *dock = w->dsChart->DockWindows(u"dwfProvChannels"_s);
+    QCOMPARE(dock->width(), 245);
+    QCOMPARE(dock->windowTitle(), u"Statistic Filters"_s);
+    auto *bar = w->findChild<QToolBar *>(u"tbFilter"_s);
+    QWidget *client = w->dsChart->ClientWindows(u"Chart"_s);
+    const QRect barRect = inWindow(bar);
+    const QRect dockRect = inWindow(dock);
+    const QRect clientRect = inWindow(client);
+    QVERIFY(!barRect.intersects(dockRect));
+    QVERIFY(!barRect.intersects(clientRect));
+    QVERIFY(!dockRect.intersects(clientRect));
+    QVERIFY(clientRect.width() >= size.width() / 3);
+
+    // Tools that find no room on the bar wait behind its extension button.
+    auto *extension = bar->findChild<QToolButton *>(u"qt_toolbar_ext_button"_s);
+    QVERIFY(extension);
+    QCOMPARE(extension->isVisible(), overflows);
+    QVERIFY(button(w, u"tbStacked"_s)->widget()->isVisible() != overflows);
+    if (overflows) {
+        QTest::mouseClick(extension, Qt::LeftButton);
+        QTRY_VERIFY(button(w, u"tbRedraw"_s)->widget()->isVisible());
+        QTest::mouseClick(extension, Qt::LeftButton);
+    }
+
+    // The legend stands beside the chart, never over it, and leaves it the
+    // larger part; series it has no room for are counted.
+    auto *view = w->findChild<ChartView *>(u"chrtNews"_s);
+    QTRY_VERIFY(view->legend->visible());
+    view->replot();
+    const QRect plotArea = view->axisRect()->outerRect();
+    const QRect legendArea = view->legend->outerRect();
+    QVERIFY(!plotArea.intersects(legendArea));
+    QVERIFY(legendArea.right() <= view->width());
+    QVERIFY(legendArea.bottom() <= view->height());
+    QVERIFY(plotArea.width() > legendArea.width());
+    const int series = chart(w).NumSeries();
+    const int lines = view->legend->itemCount();
+    const QString last = view->legendText(lines - 1);
+    if (lines < series)
+        QCOMPARE(last, u"+ %1 more"_s.arg(series - lines + 1));
+    else
+        QCOMPARE(lines, series);
+}
+
+QTEST_MAIN(tst_frmCharts)
+#include "tst_frmcharts.moc"
