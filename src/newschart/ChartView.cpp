@@ -196,6 +196,11 @@ constexpr double kLegendNarrowShare = 0.45;
 constexpr int kLegendMinWidth = 130;
 constexpr int kMinNameWidth = 70;
 constexpr QSize kMinimumSize(150, 100);
+// Room the value axis and the margins take beside the chart area, and the
+// room a day label needs so that neighbours never touch.
+constexpr int kValueAxisWidth = 60;
+constexpr int kDayLabelRoom = 75;
+constexpr double kSmallestTitlePoints = 6.0;
 
 } // namespace
 
@@ -296,6 +301,7 @@ void ChartView::drawAxes()
     yAxis->setRange(m_control->AxisMin(u"Y"), m_control->AxisMax(u"Y"));
     if (x->AnnotationMethod == 3) {
         m_ticker->setBase(x->TimeBase);
+        m_ticker->setTickCount(std::clamp(plotWidthEstimate() / kDayLabelRoom, 2, 8));
         xAxis->setTicker(m_ticker);
     } else if (xAxis->ticker() == m_ticker) {
         xAxis->setTicker(QSharedPointer<CountTicker>::create());
@@ -330,7 +336,7 @@ void ChartView::drawLines(bool filled, const std::vector<std::vector<double>> &v
     // Symbols only where they leave room between them; a year of days
     // would be a band of symbols.
     const qsizetype points = values.empty() ? 0 : qsizetype(values.front().size());
-    const bool symbols = points > 0 && layoutSize().width() * 0.8 / double(points) >= 6.0;
+    const bool symbols = points > 0 && plotWidthEstimate() / double(points) >= 6.0;
     // A stack is painted from the top series down, each lower one over it.
     for (int n = 0; n < count; ++n) {
         const int i = stacked ? count - n : n + 1;
@@ -394,6 +400,13 @@ void ChartView::drawLabels()
         text->setPositionAlignment(Qt::AlignTop | Qt::AlignHCenter);
         QFont font = this->font();
         font.setBold(label->Bold);
+        // A title wider than a narrow chart gets a smaller font, and is never
+        // cut at the chart area's edge.
+        const int room = plotWidthEstimate() - 8;
+        while (QFontMetrics(font).horizontalAdvance(label->Text) > room &&
+               font.pointSizeF() > kSmallestTitlePoints)
+            font.setPointSizeF(font.pointSizeF() - 0.5);
+        text->setClipToAxisRect(false);
         text->setFont(font);
         text->setPadding(QMargins(4, 4, 4, 4));
         text->setText(label->Text);
@@ -434,9 +447,7 @@ void ChartView::fillLegend()
     const int room = area.height() - margins.top() - margins.bottom() - 8;
     const int rows =
         std::max(1, (room + legend->rowSpacing()) / (itemHeight + legend->rowSpacing()));
-    const int cap = std::max(std::min(kLegendMinWidth, int(area.width() * kLegendNarrowShare)),
-                             int(area.width() * kLegendWidthShare));
-    const int width = std::max(1, cap - margins.left() - margins.right());
+    const int width = std::max(1, legendCap() - margins.left() - margins.right());
     const int keyWidth = legend->iconSize().width() + legend->iconTextPadding();
     const int spacing = legend->columnSpacing();
     const int needed = (int(series.size()) + rows - 1) / rows;
@@ -453,6 +464,21 @@ void ChartView::fillLegend()
     legend->setWrap(rows);
     legend->setFillOrder(QCPLayoutGrid::foRowsFirst, true);
     legend->setMaximumSize(legend->minimumOuterSizeHint());
+}
+
+int ChartView::legendCap() const
+{
+    const int width = layoutSize().width();
+    return std::max(std::min(kLegendMinWidth, int(width * kLegendNarrowShare)),
+                    int(width * kLegendWidthShare));
+}
+
+// The width the chart area will have, before the layout has placed it:
+// what the legend and the value axis leave.
+int ChartView::plotWidthEstimate() const
+{
+    const int legendWidth = m_control->LegendIsShowing() ? legendCap() : 0;
+    return std::max(1, layoutSize().width() - legendWidth - kValueAxisWidth);
 }
 
 QString ChartView::legendText(int index) const

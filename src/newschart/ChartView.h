@@ -51,6 +51,8 @@ private:
     void drawLabels();
     void placeLegend();
     void fillLegend();
+    int legendCap() const;
+    int plotWidthEstimate() const;
     std::vector<std::vector<double>> seriesValues(bool stacked) const;
 
     ChartControl *m_control;
