@@ -1,10 +1,11 @@
 // Filling the filter panel's three lists at a window's load, from a SQLite
 // database of 500 channels: Form_Load with its one statement, the rows of
-// the lists, the stored filter and the filter text. Beside it the same
-// statement walked with a bare Recordset, reading the same six columns, so
-// what the lists add to the database's own time shows. Target: the load
-// stays instant (well under 100 ms) at 500 channels, and the lists add no
-// more than a few milliseconds to the statement.
+// the lists, the stored filter and the filter text. Beside it the literal
+// statement the load would run on an engine we don't know, walked with a
+// bare Recordset reading the same six columns: it joins every news item
+// before DISTINCT folds them, so its time grows with the news. Target: the
+// load stays instant (well under 100 ms) at 500 channels and a million
+// news items, and well under the literal statement alone.
 
 #include "component/modUtils.h"
 #include "db/Connection.h"
@@ -139,9 +140,9 @@ void FormLoad(benchmark::State &state)
     state.counters["list rows"] = double(rows);
 }
 
-// The statement alone: open, walk the rows reading what the fill reads,
-// close.
-void StatementAlone(benchmark::State &state)
+// The literal statement alone: open, walk the rows reading what the fill
+// reads, close.
+void LiteralStatementAlone(benchmark::State &state)
 {
     const QString path = database(state.range(0));
     if (path.isEmpty()) {
@@ -168,8 +169,14 @@ void StatementAlone(benchmark::State &state)
 
 } // namespace
 
-BENCHMARK(FormLoad)->ArgName("news")->Arg(20000)->Arg(200000)->Unit(benchmark::kMillisecond);
-BENCHMARK(StatementAlone)->ArgName("news")->Arg(20000)->Arg(200000)->Unit(benchmark::kMillisecond);
+BENCHMARK(FormLoad)->ArgName("news")->Arg(20000)->Arg(200000)->Arg(1000000)->Unit(
+    benchmark::kMillisecond);
+BENCHMARK(LiteralStatementAlone)
+    ->ArgName("news")
+    ->Arg(20000)
+    ->Arg(200000)
+    ->Arg(1000000)
+    ->Unit(benchmark::kMillisecond);
 
 int main(int argc, char **argv)
 {

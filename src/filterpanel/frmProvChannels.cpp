@@ -28,6 +28,18 @@ const QString frmProvChannels::GridsStatement =
     "Categories.ID = Channels.Category) ON Providers.ID = Channels.Provider ORDER BY "
     "Channels.ID,Providers.ID , Categories.ID"_s;
 
+QString frmProvChannels::GridsStatementFor(qrt::db::Engine engine)
+{
+    if (engine != qrt::db::Engine::SQLite && engine != qrt::db::Engine::PostgreSQL)
+        return GridsStatement;
+    return u"SELECT distinct Channels.ID as Chan_ID, Providers.ID as Prov_ID, "
+           "Categories.ID as Categ_ID, Channels.Channel, Providers.Provider, "
+           "Categories.Name as Categories FROM Providers INNER JOIN (Categories INNER JOIN "
+           "Channels ON Categories.ID = Channels.Category) ON Providers.ID = Channels.Provider "
+           "WHERE Channels.ID IN (SELECT DISTINCT News.Channel FROM News) ORDER BY "
+           "Channels.ID,Providers.ID , Categories.ID"_s;
+}
+
 namespace {
 
 // Design sizes, from twips at 96 dpi: the form is 201 by 267 pixels and the
@@ -126,7 +138,7 @@ void frmProvChannels::FillGrids()
         grid->model()->setRedraw(false);
     if (gConnection && gConnection->Open(gConnectionString)) {
         qrt::db::Recordset rs;
-        rs.Open(GridsStatement, *gConnection);
+        rs.Open(GridsStatementFor(gConnection->engine()), *gConnection);
         // One row per ID, at its first appearance.
         QSet<qint64> seen[3];
         TickList *targets[] = {fgCategories, fgProviders, fgChannels};

@@ -8,6 +8,9 @@
 #include <QWidget>
 
 class TickList;
+namespace qrt::db {
+enum class Engine;
+}
 
 class frmProvChannels : public QWidget
 {
@@ -33,6 +36,11 @@ public:
 
     // The SELECT that fills the three lists.
     static const QString GridsStatement;
+    // The statement to run on an engine: the same rows in the same order.
+    // The literal one joins every news item before DISTINCT folds them; on
+    // the engines we know, asking only whether a channel has news at all
+    // reads the news table once and keeps no per-item rows.
+    static QString GridsStatementFor(qrt::db::Engine engine);
 
 private:
     void FillGrids();
