@@ -18,6 +18,7 @@
 #include "workspace/ToolIcons.h"
 #include "workspace/frmCalendar.h"
 
+#include <QAbstractButton>
 #include <QCalendarWidget>
 #include <QCloseEvent>
 #include <QShortcut>
@@ -103,6 +104,15 @@ frmCharts::frmCharts(QWidget *parent)
     connect(another, &QShortcut::activated, this, [] {
         if (QWidget *window = ShowNewChartForm())
             window->show();
+    });
+    // The redraw tool is the last of the bar, the first to go behind its
+    // extension button when the window is narrow: F5 reaches it at any width,
+    // and, like a click, not while it is disabled.
+    auto *redraw = new QShortcut(QKeySequence::Refresh, this);
+    connect(redraw, &QShortcut::activated, this, [this] {
+        if (ButtonTool *tool = dsChart->Commands().GetToolButton(u"tbRedraw"_s))
+            if (auto *redrawButton = qobject_cast<QAbstractButton *>(tool->widget()))
+                redrawButton->click();
     });
 }
 

@@ -570,11 +570,23 @@ void tst_frmCharts::filterAndRedraw()
     QVERIFY(!after.contains(first));
     QVERIFY(w->fChart->sFilter != filterBefore);
 
-    // With a list all unticked there is nothing to draw: the tool goes off.
+    // F5 redraws too, wherever the tool is.
+    const int second = row + 1;
+    QVERIFY(second < providers->model()->Rows());
+    const QString secondName = providers->model()->cellText(second).trimmed();
+    clickRow(providers, second);
+    QTest::keyClick(w, Qt::Key_F5);
+    const QStringList afterF5 = chart(w).SeriesLabels();
+    QCOMPARE(afterF5.size(), after.size() - (after.contains(secondName) ? 1 : 0));
+    QVERIFY(!afterF5.contains(secondName));
+
+    // With a list all unticked there is nothing to draw: the tool goes off,
+    // for clicks and for F5.
     clickRow(providers, 0);
     QVERIFY(!button(w, u"tbRedraw"_s)->Enabled());
     click(button(w, u"tbRedraw"_s));
-    QCOMPARE(chart(w).SeriesLabels(), after);
+    QTest::keyClick(w, Qt::Key_F5);
+    QCOMPARE(chart(w).SeriesLabels(), afterF5);
 }
 
 void tst_frmCharts::choicesComeBack()
