@@ -1,12 +1,13 @@
 #include "DemoDbCommand.h"
 
+#include "ProgressLine.h"
 #include "db/ConnectionString.h"
 #include "db/DemoDatabase.h"
 
 #include <QCommandLineParser>
 #include <QElapsedTimer>
-
 #include <cstdio>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 using qrt::db::DemoDatabase;
@@ -15,11 +16,12 @@ namespace {
 
 DemoDatabase::Progress progressOnStderr()
 {
-    return [](qint64 done, qint64 total) {
-        std::fprintf(stderr, "\rwriting news items: %3d%%",
-                     total ? static_cast<int>(100 * done / total) : 100);
+    auto line = std::make_shared<ProgressLine>();
+    return [line](qint64 done, qint64 total) {
+        const int percent = total ? static_cast<int>(100 * done / total) : 100;
+        line->show(u"writing news items: %1%"_s.arg(percent, 3));
         if (done == total)
-            std::fputc('\n', stderr);
+            line->finish();
         return true;
     };
 }
@@ -50,7 +52,8 @@ int DemoDbCommand::run(const QStringList &arguments)
     parser.setApplicationDescription(u"Creates a demo news database."_s);
     parser.addHelpOption();
     parser.addPositionalArgument(u"demo-db"_s, u"The command."_s);
-    parser.addPositionalArgument(u"target"_s, u"A SQLite file or a PostgreSQL connection string."_s);
+    parser.addPositionalArgument(u"target"_s,
+                                 u"A SQLite file or a PostgreSQL connection string."_s);
     parser.addOptions({
         {u"items"_s, u"Number of news items (default 200000)."_s, u"N"_s},
         {u"seed"_s, u"Seed of the random content (default 1)."_s, u"S"_s},

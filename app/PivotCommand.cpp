@@ -1,5 +1,6 @@
 #include "PivotCommand.h"
 
+#include "ProgressLine.h"
 #include "pivotviews/PivotAggregator.h"
 #include "pivotviews/PivotData.h"
 #include "pivotviews/PivotLayoutText.h"
@@ -39,19 +40,17 @@ Example:
 std::shared_ptr<const PivotData> load(const QString &connection, const QString &command)
 {
     PivotLoad load(connection, command);
-    bool shown = false;
-    QObject::connect(&load, &PivotLoad::progress, [&shown](qint64 rows) {
+    ProgressLine line;
+    QObject::connect(&load, &PivotLoad::progress, [&line](qint64 rows) {
         if (rows > 0)
-            std::fprintf(stderr, "\rreading rows: %lld", static_cast<long long>(rows));
-        shown = shown || rows > 0;
+            line.show(u"reading rows: %1"_s.arg(rows));
     });
     if (!load.isFinished()) {
         QEventLoop loop;
         QObject::connect(&load, &PivotLoad::finished, &loop, &QEventLoop::quit);
         loop.exec();
-        if (shown)
-            std::fputc('\n', stderr);
     }
+    line.finish();
     if (!load.data())
         std::fprintf(stderr, "zorvane-stats: cannot load the rows: %s\n", qPrintable(load.error()));
     return load.data();
