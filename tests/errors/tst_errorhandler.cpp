@@ -140,6 +140,15 @@ qint32 HandleWhileFailing(CErrorHandler &handler, const ComponentError &error,
     }
 }
 
+// A file where a folder should be: nothing can be written below it, not
+// even by root.
+QString BlockedFolder()
+{
+    QFile blocker(u"plain-file"_s);
+    blocker.open(QIODevice::WriteOnly);
+    return blocker.fileName();
+}
+
 } // namespace
 
 class tst_CErrorHandler : public QObject
@@ -174,6 +183,12 @@ private Q_SLOTS:
     void deepStack();
 
 private:
+    // A log file as written, its stamps checked and replaced.
+    QByteArray Log(const QString &fileName) const
+    {
+        return Unstamped(ReadAll(fileName), m_startDate);
+    }
+
     std::unique_ptr<QTemporaryDir> m_dir;
     QString m_startDir;
     QDate m_startDate;
@@ -210,15 +225,10 @@ void tst_CErrorHandler::stateAfterConstruction()
     QVERIFY(handler.SupportMail().isEmpty());
     QVERIFY(handler.Tag().isEmpty());
     QVERIFY(handler.CallStack().isEmpty());
-    QVERIFY(!handler.IsWindowsNT());
 
     // Tracing is off before Init: a push writes nothing.
     handler.CallStackPush(u"A"_s);
     QVERIFY(!QFile::exists(u"Tracing Log.txt"_s));
-
-    LogDaemon daemon(m_dir->filePath(u"log"_s));
-    qrt::errors::SystemLog::SetSocketPath(m_dir->filePath(u"log"_s));
-    QVERIFY(CErrorHandler().IsWindowsNT());
 }
 
 void tst_CErrorHandler::configurationOfTheComponent()
@@ -396,7 +406,7 @@ void tst_CErrorHandler::tracing()
     handler.CallStackPop();
     handler.CallStackPop();
     handler.CallStackPop(); // empty stack: no exit line
-    QCOMPARE(Unstamped(ReadAll(u"trace.log"_s), m_startDate), expected);
+    QCOMPARE(Log(u"trace.log"_s), expected);
 }
 
 void tst_CErrorHandler::traceFollowsTheCurrentDirectory()
@@ -407,20 +417,16 @@ void tst_CErrorHandler::traceFollowsTheCurrentDirectory()
     handler.CallStackPush(u"A"_s);
     QDir::setCurrent(u"elsewhere"_s);
     handler.CallStackPop();
-    QCOMPARE(Unstamped(ReadAll(m_dir->filePath(u"Tracing Log.txt"_s)), m_startDate),
+    QCOMPARE(Log(m_dir->filePath(u"Tracing Log.txt"_s)),
              QByteArray("D - T --- Entered routine: A\r\n"));
-    QCOMPARE(Unstamped(ReadAll(m_dir->filePath(u"elsewhere/Tracing Log.txt"_s)), m_startDate),
+    QCOMPARE(Log(m_dir->filePath(u"elsewhere/Tracing Log.txt"_s)),
              QByteArray("D - T --- Exited routine: A\r\n"));
 }
 
 void tst_CErrorHandler::unwritableTraceLog()
 {
-    QFile blocker(u"plain-file"_s);
-    QVERIFY(blocker.open(QIODevice::WriteOnly));
-    blocker.close();
     CErrorHandler handler;
-    // A folder that is a file cannot be written into, not even by root.
-    handler.Init(1, u"Error Log.txt"_s, true, true, 2, u"plain-file/trace.log"_s);
+    handler.Init(1, u"Error Log.txt"_s, true, true, 2, BlockedFolder() + u"/trace.log"_s);
 
     VERIFY_RAISES(handler.CallStackPush(u"A"_s, u"data"_s), ComponentFailure);
     QCOMPARE(handler.CallStack(), QStringList({u"A"_s})); // pushed before the trace failed
@@ -492,7 +498,7 @@ void tst_CErrorHandler::errorLogEntries()
     DialogAnswerer nobody({});
     const qint32 result = HandleWhileFailing(handler, SampleError(number, line), procedure);
     QCOMPARE(result, CErrorHandler::ResultAbort); // nobody asked
-    QCOMPARE(Unstamped(ReadAll(u"errors.log"_s), m_startDate), entry);
+    QCOMPARE(Log(u"errors.log"_s), entry);
     QCOMPARE(handler.ErrorNumber(), number);
     QCOMPARE(handler.ErrorLine(), line);
     QCOMPARE(handler.ErrorDescription(), u"CAppSettings component failure"_s);
@@ -508,7 +514,7 @@ void tst_CErrorHandler::entriesFollowEachOther()
     HandleWhileFailing(handler, SampleError(1, 10));
     HandleWhileFailing(handler, SampleError(2, 20));
     QCOMPARE(
-        Unstamped(ReadAll(u"errors.log"_s), m_startDate),
+        Log(u"errors.log"_s),
         QByteArray("D - T\r\n\tError: 1, (CAppSettings component failure)\r\n\tin P at line 10\r\n"
                    "\r\nThe call stack is:\r\n                    P()\r\n"
                    "D - T\r\n\tError: 2, (CAppSettings component failure)\r\n\tin P at line 20\r\n"
@@ -558,25 +564,18 @@ void tst_CErrorHandler::recordsEveryKindOfFailure()
     const QByteArray expected = "D - T\r\n\tError: " + QByteArray::number(number) + ", (" +
                                 description.toLatin1() + ")\r\n\tin Unknown at line 0\r\n\r\n" +
                                 "The call stack is:\r\n\r\n";
-    QCOMPARE(Unstamped(ReadAll(u"errors.log"_s), m_startDate), expected);
+    QCOMPARE(Log(u"errors.log"_s), expected);
 }
 
 void tst_CErrorHandler::unwritableErrorLog()
 {
-    QFile blocker(u"plain-file"_s);
-    QVERIFY(blocker.open(QIODevice::WriteOnly));
-    blocker.close();
     CErrorHandler handler;
     handler.Init(CErrorHandler::ActionLogFile | CErrorHandler::ActionMessageBox |
                      CErrorHandler::ActionErrorForm,
-                 u"plain-file/errors.log"_s, true);
+                 BlockedFolder() + u"/errors.log"_s, true);
     handler.CallStackPush(u"P"_s);
     DialogAnswerer nobody({});
-    try {
-        throw SampleError(42, 7);
-    } catch (...) {
-        VERIFY_RAISES(handler.HandleError(), ComponentFailure);
-    }
+    VERIFY_RAISES(HandleWhileFailing(handler, SampleError(42, 7)), ComponentFailure);
     QCOMPARE(nobody.seen.size(), 0);     // the later steps did not run
     QCOMPARE(handler.ErrorNumber(), 42); // the first step did
     QCOMPARE(handler.ErrorLine(), 7);
@@ -627,11 +626,7 @@ void tst_CErrorHandler::eventLogRefused()
     handler.Init(CErrorHandler::ActionEventLog | CErrorHandler::ActionMessageBox);
     daemon.reset(); // the daemon went away after the handler was made
     DialogAnswerer nobody({});
-    try {
-        throw SampleError();
-    } catch (...) {
-        VERIFY_RAISES(handler.HandleError(), ComponentFailure);
-    }
+    VERIFY_RAISES(HandleWhileFailing(handler, SampleError()), ComponentFailure);
     QCOMPARE(nobody.seen.size(), 0);
 }
 
@@ -680,11 +675,7 @@ void tst_CErrorHandler::deepStack()
         handler.CallStackPush(u"P"_s);
     HandleWhileFailing(handler, SampleError()); // 32,767 can still be listed
     handler.CallStackPush(u"P"_s);
-    try {
-        throw SampleError();
-    } catch (...) {
-        VERIFY_RAISES(handler.HandleError(), ComponentFailure);
-    }
+    VERIFY_RAISES(HandleWhileFailing(handler, SampleError()), ComponentFailure);
     VERIFY_RAISES(handler.CallStackClear(), ComponentFailure);
     QCOMPARE(handler.CallStack().size(), 32768);
     handler.CallStackPop(); // pops need no walk
