@@ -149,11 +149,8 @@ private Q_SLOTS:
     void launchWithoutWaiting();
     void launchStartsInTheProgramsFolder();
     void launchWaitsForTheEnd();
-    void launchMissingFileFirst_data();
-    void launchMissingFileFirst();
-    void launchCannotCreateProcess_data();
-    void launchCannotCreateProcess();
-    void parametersThatAreNoText();
+    void launchRefused_data();
+    void launchRefused();
     void propertiesWithoutFileManager_data();
     void propertiesWithoutFileManager();
     void propertiesFromTheFileManager();
@@ -456,52 +453,45 @@ void tst_CShell::launchWaitsForTheEnd()
     QCOMPARE(ReadFile(m_dir.filePath(u"waited"_s)), "1|42||" + m_dir.path().toLocal8Bit());
 }
 
-void tst_CShell::launchMissingFileFirst_data()
+void tst_CShell::launchRefused_data()
 {
     QTest::addColumn<QString>("path");
+    QTest::addColumn<QVariant>("parameters");
     QTest::addColumn<bool>("wait");
-
-    QTest::newRow("missing, not waiting") << u"docs/none"_s << false;
-    QTest::newRow("missing, waiting") << u"docs/none"_s << true;
-    QTest::newRow("only on the search path") << u"sh"_s << false;
-    QTest::newRow("only on the search path, waiting") << u"sh"_s << true;
-    QTest::newRow("empty") << QString() << true;
-}
-
-void tst_CShell::launchMissingFileFirst()
-{
-    QFETCH(QString, path);
-    QFETCH(bool, wait);
-    QCOMPARE(RaisedBy([&] { CShell().LaunchProgram(path, u"-c 'exit 0'"_s, wait, u"/nowhere"_s); }),
-             FileNotFound);
-}
-
-void tst_CShell::launchCannotCreateProcess_data()
-{
-    QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("startDirectory");
+    QTest::addColumn<qint32>("raises");
 
-    QTest::newRow("not executable") << u"docs/report.txt"_s << QString();
-    QTest::newRow("start directory missing") << u"docs/slow"_s << u"docs/nowhere"_s;
-    QTest::newRow("a folder") << u"docs"_s << QString();
+    // A missing file is found out before anything else, the start directory too.
+    const QVariant shell = u"-c 'exit 0'"_s;
+    const QString nowhere = u"/nowhere"_s;
+    QTest::newRow("missing") << u"docs/none"_s << shell << false << nowhere << FileNotFound;
+    QTest::newRow("missing, waiting") << u"docs/none"_s << shell << true << nowhere << FileNotFound;
+    QTest::newRow("only on the search path")
+        << u"sh"_s << shell << false << nowhere << FileNotFound;
+    QTest::newRow("only on the search path, waiting")
+        << u"sh"_s << shell << true << nowhere << FileNotFound;
+    QTest::newRow("empty") << QString() << shell << true << nowhere << FileNotFound;
+    QTest::newRow("waiting, not executable")
+        << u"docs/report.txt"_s << QVariant() << true << QString() << CannotCreateProcess;
+    QTest::newRow("waiting, start directory missing")
+        << u"docs/slow"_s << QVariant() << true << u"docs/nowhere"_s << CannotCreateProcess;
+    QTest::newRow("waiting, a folder")
+        << u"docs"_s << QVariant() << true << QString() << CannotCreateProcess;
+    QTest::newRow("parameters that are no text")
+        << u"docs/slow"_s << QVariant(QVariantMap{{u"a"_s, 1}}) << true << QString()
+        << ComponentFailure;
 }
 
-void tst_CShell::launchCannotCreateProcess()
+void tst_CShell::launchRefused()
 {
     QFETCH(QString, path);
+    QFETCH(QVariant, parameters);
+    QFETCH(bool, wait);
     QFETCH(QString, startDirectory);
+    QFETCH(qint32, raises);
     WriteFile(m_dir.filePath(u"docs/slow"_s), "#!/bin/sh\nexit 0\n", true);
-    QCOMPARE(RaisedBy([&] { CShell().LaunchProgram(path, {}, true, startDirectory); }),
-             CannotCreateProcess);
-}
-
-void tst_CShell::parametersThatAreNoText()
-{
-    WriteFile(m_dir.filePath(u"docs/slow"_s), "#!/bin/sh\nexit 0\n", true);
-    QCOMPARE(RaisedBy([&] {
-                 CShell().LaunchProgram(u"docs/slow"_s, QVariantMap{{u"a"_s, 1}}, true);
-             }),
-             ComponentFailure);
+    QCOMPARE(RaisedBy([&] { CShell().LaunchProgram(path, parameters, wait, startDirectory); }),
+             raises);
 }
 
 void tst_CShell::propertiesWithoutFileManager_data()
