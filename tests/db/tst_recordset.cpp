@@ -44,8 +44,8 @@ const QString kPivot =
 
 QString period(const QString &from, const QString &tillPlusOne)
 {
-    return u"(News.pubDate >= CDate(\"%1\") AND News.pubDate<=CDate(\"%2\")) AND "_s.arg(from,
-                                                                                        tillPlusOne);
+    return u"(News.pubDate >= CDate(\"%1\") AND News.pubDate<=CDate(\"%2\")) AND "_s.arg(
+        from, tillPlusOne);
 }
 
 QStringList fixture(bool postgres)
@@ -56,8 +56,8 @@ QStringList fixture(bool postgres)
         u"CREATE TABLE Providers (ID integer PRIMARY KEY, Provider text)"_s,
         u"CREATE TABLE Channels (ID integer PRIMARY KEY, Channel text, Provider integer, "
         "Category integer)"_s,
-        u"CREATE TABLE News (ID integer PRIMARY KEY, pubDate %1, Channel integer, Title text)"_s.arg(
-            date),
+        u"CREATE TABLE News (ID integer PRIMARY KEY, pubDate %1, Channel integer, Title text)"_s
+            .arg(date),
         u"INSERT INTO Categories VALUES (1, 'World'), (2, 'Sports')"_s,
         u"INSERT INTO Providers VALUES (1, 'Alpha Wire'), (2, 'Beta News'), (3, 'Gamma Idle')"_s,
         u"INSERT INTO Channels VALUES (1, 'Alpha World', 1, 1), (2, 'Alpha Sports', 1, 2), "
@@ -74,13 +74,12 @@ QStringList fixture(bool postgres)
 QString statisticsRow(const Recordset &rs)
 {
     const auto date = rs.DateValue(0);
-    return (date ? qrt::dates::toTimestampText(*date) : u"?"_s) + u" n=%1 ids=%2/%3/%4 %5|%6|%7"_s
-                                                                      .arg(rs.Int(1))
-                                                                      .arg(rs.Int(2))
-                                                                      .arg(rs.Int(3))
-                                                                      .arg(rs.Int(4))
-                                                                      .arg(rs.Text(5), rs.Text(6),
-                                                                           rs.Text(7));
+    return (date ? qrt::dates::toTimestampText(*date) : u"?"_s) +
+           u" n=%1 ids=%2/%3/%4 %5|%6|%7"_s.arg(rs.Int(1))
+               .arg(rs.Int(2))
+               .arg(rs.Int(3))
+               .arg(rs.Int(4))
+               .arg(rs.Text(5), rs.Text(6), rs.Text(7));
 }
 
 QStringList readAll(const QString &connection, const QString &statement,
@@ -120,17 +119,15 @@ private Q_SLOTS:
     void statements();
     void pivotColumns_data();
     void pivotColumns();
-    void writesRefused_data();
-    void writesRefused();
-    void brokenStatements_data();
-    void brokenStatements();
+    void refusedStatements_data();
+    void refusedStatements();
     void badConnections_data();
     void badConnections();
     void missingFileStaysMissing();
     void closingConnectionEndsReaders();
 
 private:
-    void addEngineRows(const char *name);
+    QTestData &engineRow(const QString &connection, const QString &name) const;
     QString m_sqlite;
     QString m_postgres;
     QString m_postgresWhy;
@@ -146,16 +143,17 @@ void tst_Recordset::initTestCase()
         QVERIFY(qrt::test::execAll(m_postgres, fixture(true)));
 }
 
-// Adds one row per engine; a PostgreSQL row without a server skips, or fails in CI.
-void tst_Recordset::addEngineRows(const char *name)
+// A row named after its engine, holding the connection; a PostgreSQL row
+// without a server skips, or fails in CI.
+QTestData &tst_Recordset::engineRow(const QString &connection, const QString &name) const
 {
-    QTest::newRow(qPrintable(u"SQLite: "_s + QLatin1StringView(name))) << m_sqlite;
-    QTest::newRow(qPrintable(u"PostgreSQL: "_s + QLatin1StringView(name))) << m_postgres;
+    const QString engine = connection == m_sqlite ? u"SQLite: "_s : u"PostgreSQL: "_s;
+    return QTest::newRow(qPrintable(engine + name)) << connection;
 }
 
 #define QRT_NEED_CONNECTION(connection)                                                            \
     if (connection.isEmpty()) {                                                                    \
-        if (qEnvironmentVariableIsSet("CI") || qEnvironmentVariableIsSet("QRT_TEST_PG"))          \
+        if (qEnvironmentVariableIsSet("CI") || qEnvironmentVariableIsSet("QRT_TEST_PG"))           \
             QFAIL(qPrintable(m_postgresWhy));                                                      \
         QSKIP(qPrintable(m_postgresWhy));                                                          \
     }
@@ -200,14 +198,10 @@ void tst_Recordset::statements_data()
             u"Categories.ID  in (0) AND Providers.ID  not in (0) AND Channels.ID  not in (0) "_s,
         u"ORDER BY Channels.ID, News.pubDate"_s);
     for (const QString &connection : {m_sqlite, m_postgres}) {
-        const QString engine = connection == m_sqlite ? u"SQLite"_s : u"PostgreSQL"_s;
-        auto row = [&](const QString &name) -> QTestData & {
-            return QTest::newRow(qPrintable(engine + u": "_s + name)) << connection;
-        };
-        row(u"by provider"_s) << byProvider << providerRows;
-        row(u"by category, filtered"_s) << byCategoryFiltered << categoryRows;
-        row(u"all, by channel"_s) << all << allRows;
-        row(u"nothing ticked"_s) << none << QStringList();
+        engineRow(connection, u"by provider"_s) << byProvider << providerRows;
+        engineRow(connection, u"by category, filtered"_s) << byCategoryFiltered << categoryRows;
+        engineRow(connection, u"all, by channel"_s) << all << allRows;
+        engineRow(connection, u"nothing ticked"_s) << none << QStringList();
     }
 }
 
@@ -225,7 +219,8 @@ void tst_Recordset::statements()
 void tst_Recordset::pivotColumns_data()
 {
     QTest::addColumn<QString>("connection");
-    addEngineRows("pivot statement");
+    for (const QString &connection : {m_sqlite, m_postgres})
+        engineRow(connection, u"pivot statement"_s);
 }
 
 // The pivot views name their fields after the columns, so the names keep
@@ -242,8 +237,8 @@ void tst_Recordset::pivotColumns()
     QStringList names;
     for (int i = 0; i < rs.FieldCount(); ++i)
         names << rs.FieldName(i);
-    QCOMPARE(names, (QStringList{u"Provider"_s, u"Channel"_s, u"News"_s, u"NewsDate"_s,
-                                 u"Category"_s}));
+    QCOMPARE(names,
+             (QStringList{u"Provider"_s, u"Channel"_s, u"News"_s, u"NewsDate"_s, u"Category"_s}));
     int rows = 0;
     for (; !rs.IsEOF(); rs.MoveNext())
         ++rows;
@@ -253,63 +248,35 @@ void tst_Recordset::pivotColumns()
     QCOMPARE(readAll(connection, kGrids, firstColumn), (QStringList{u"1"_s, u"2"_s, u"3"_s}));
 }
 
-void tst_Recordset::writesRefused_data()
+void tst_Recordset::refusedStatements_data()
 {
     QTest::addColumn<QString>("connection");
     QTest::addColumn<QString>("statement");
-    const QStringList writes = {
+    const QStringList refused = {
         u"DELETE FROM News"_s,
         u"UPDATE News SET Title = 'x'"_s,
         u"INSERT INTO News VALUES (99, '2005-03-10 08:00:00', 1, 'z')"_s,
         u"DROP TABLE News"_s,
         u"CREATE TABLE Intruder (ID integer)"_s,
         u"DELETE FROM News WHERE ID IN (SELECT ID FROM News)"_s,
+        u"SELECT * FROM Nowhere"_s,
+        u"SELEC 1"_s,
+        u"SELECT ID FROM News WHERE pubDate >= CDate(\"soon\")"_s,
     };
-    for (const QString &connection : {m_sqlite, m_postgres})
-        for (const QString &sql : writes)
-            QTest::newRow(qPrintable((connection == m_sqlite ? u"SQLite: "_s : u"PostgreSQL: "_s) +
-                                     sql))
-                << connection << sql;
+    for (const QString &connection : {m_sqlite, m_postgres}) {
+        for (const QString &sql : refused)
+            engineRow(connection, sql) << sql;
+        engineRow(connection, u"empty"_s) << QString();
+    }
     QTest::newRow("SQLite: ATTACH and write")
         << m_sqlite << u"ATTACH DATABASE '%1' AS other"_s.arg(m_dir.filePath(u"other.db"_s));
     QTest::newRow("SQLite: second statement after ;")
         << m_sqlite << u"SELECT 1; DELETE FROM News"_s;
 }
 
-void tst_Recordset::writesRefused()
-{
-    QFETCH(QString, connection);
-    QFETCH(QString, statement);
-    QRT_NEED_CONNECTION(connection);
-    Connection c;
-    QVERIFY(c.Open(connection));
-    Recordset rs;
-    QVERIFY(!rs.Open(statement, c));
-    QVERIFY(rs.IsEOF());
-    QVERIFY(!rs.lastError().isEmpty());
-    c.Close();
-    QCOMPARE(qrt::test::countRows(connection, u"News"_s), 7);
-    QCOMPARE(readAll(connection, u"SELECT Title FROM News WHERE ID = 1"_s, firstColumn),
-             QStringList{u"a"_s});
-    QVERIFY(!QFile::exists(m_dir.filePath(u"other.db"_s)));
-}
-
-void tst_Recordset::brokenStatements_data()
-{
-    QTest::addColumn<QString>("connection");
-    QTest::addColumn<QString>("statement");
-    for (const QString &connection : {m_sqlite, m_postgres}) {
-        const QString engine = connection == m_sqlite ? u"SQLite: "_s : u"PostgreSQL: "_s;
-        QTest::newRow(qPrintable(engine + u"missing table"_s))
-            << connection << u"SELECT * FROM Nowhere"_s;
-        QTest::newRow(qPrintable(engine + u"syntax"_s)) << connection << u"SELEC 1"_s;
-        QTest::newRow(qPrintable(engine + u"not a date"_s))
-            << connection << u"SELECT ID FROM News WHERE pubDate >= CDate(\"soon\")"_s;
-        QTest::newRow(qPrintable(engine + u"empty"_s)) << connection << QString();
-    }
-}
-
-void tst_Recordset::brokenStatements()
+// Writes and broken statements alike give no rows and an error, leave the
+// data as it was, and the connection usable for the next reader.
+void tst_Recordset::refusedStatements()
 {
     QFETCH(QString, connection);
     QFETCH(QString, statement);
@@ -322,10 +289,14 @@ void tst_Recordset::brokenStatements()
     QVERIFY(!rs.lastError().isEmpty());
     QCOMPARE(rs.Int(0), 0);
     QVERIFY(!rs.DateValue(0).has_value());
-    // The connection stays usable for the next reader.
     Recordset next;
     QVERIFY2(next.Open(u"SELECT COUNT(*) FROM News"_s, c), qPrintable(next.lastError()));
     QCOMPARE(next.Int(0), 7);
+    c.Close();
+    QCOMPARE(qrt::test::countRows(connection, u"News"_s), 7);
+    QCOMPARE(readAll(connection, u"SELECT Title FROM News WHERE ID = 1"_s, firstColumn),
+             QStringList{u"a"_s});
+    QVERIFY(!QFile::exists(m_dir.filePath(u"other.db"_s)));
 }
 
 void tst_Recordset::badConnections_data()
