@@ -81,11 +81,10 @@ private Q_SLOTS:
     void cells();
     void titles_data();
     void titles();
-    void emptyFilterRunsNoQuery();
-    void periodWithoutNews();
+    void emptyLook_data();
+    void emptyLook();
     void hourglassWhileLoading();
-    void redrawGivesTheSameChart();
-    void typeStackAndLegendSurviveRedraw();
+    void redrawKeepsValuesAndLook();
 
 private:
     QString database(const QStringList &items, bool withProviderZero = false);
@@ -238,10 +237,9 @@ void tst_frmChart::cells()
         QVERIFY2(dates::toTimestampText(form.minDate()) == minDate, how);
         QVERIFY2(dates::toTimestampText(form.maxDate()) == maxDate, how);
         QCOMPARE(form.MousePointer(), 0);
-        if (mode == StatisticsMode::Fastest)
-            QCOMPARE(form.lastStatisticsPath(), StatisticsPath::SqliteNewsScan);
-        else
-            QCOMPARE(form.lastStatisticsPath(), StatisticsPath::Literal);
+        QCOMPARE(form.lastStatisticsPath(), mode == StatisticsMode::Fastest
+                                                ? StatisticsPath::SqliteNewsScan
+                                                : StatisticsPath::Literal);
     }
 }
 
@@ -305,39 +303,37 @@ void tst_frmChart::titles()
     QCOMPARE(chart.Axis(u"X")->TimeBase, form.minDate() - 1);
 }
 
-void tst_frmChart::emptyFilterRunsNoQuery()
+void tst_frmChart::emptyLook_data()
 {
+    QTest::addColumn<bool>("emptyFilter"); // else a period without news
+    QTest::newRow("empty filter runs no query") << true;
+    QTest::newRow("period without news") << false;
+}
+
+// From the drawn look back to the empty one.
+void tst_frmChart::emptyLook()
+{
+    QFETCH(bool, emptyFilter);
     QVERIFY(!database({u"2005-01-01 07:00:00|1"_s}).isEmpty());
     frmChart form;
     setPeriod(form, u"2005-01-01"_s, u"2005-01-31"_s, kByChannel);
     form.DrawChart();
     QCOMPARE(form.chart().NumSeries(), 1);
-    form.sFilter.clear();
-    form.statisticsMode = StatisticsMode::Literal; // a query would show as a new path
-    form.DrawChart();
-    const ChartControl &chart = form.chart();
-    QCOMPARE(form.lastStatisticsPath(), StatisticsPath::SqliteNewsScan);
-    QCOMPARE(chart.NumSeries(), 0);
-    QVERIFY(chart.SeriesLabels().isEmpty());
-    QCOMPARE(chart.LabelCount(), 0);
-    QCOMPARE(chart.BorderWidth(), 0);
-    QCOMPARE(chart.BackColor(), 14480885u);
-    QCOMPARE(form.MousePointer(), 0);
-}
-
-void tst_frmChart::periodWithoutNews()
-{
-    QVERIFY(!database({u"2005-01-01 07:00:00|1"_s}).isEmpty());
-    frmChart form;
-    setPeriod(form, u"2005-01-01"_s, u"2005-01-31"_s, kByChannel);
-    form.DrawChart();
     QCOMPARE(form.chart().BorderWidth(), 4);
     QCOMPARE(form.chart().BackColor(), 0xEDEDEDu);
     QCOMPARE(form.chart().BorderStyle(), 1);
-    setPeriod(form, u"2006-01-01"_s, u"2006-01-31"_s, kByChannel);
+    if (emptyFilter) {
+        form.sFilter.clear();
+        form.statisticsMode = StatisticsMode::Literal; // a query would show as a new path
+    } else {
+        setPeriod(form, u"2006-01-01"_s, u"2006-01-31"_s, kByChannel);
+    }
     form.DrawChart();
     const ChartControl &chart = form.chart();
+    if (emptyFilter)
+        QCOMPARE(form.lastStatisticsPath(), StatisticsPath::SqliteNewsScan);
     QCOMPARE(chart.NumSeries(), 0);
+    QVERIFY(chart.SeriesLabels().isEmpty());
     QCOMPARE(chart.LabelCount(), 0);
     QCOMPARE(chart.BorderWidth(), 0);
     QCOMPARE(chart.BackColor(), 14480885u);
@@ -365,7 +361,9 @@ void tst_frmChart::hourglassWhileLoading()
     QCOMPARE(form.cursor().shape(), Qt::ArrowCursor);
 }
 
-void tst_frmChart::redrawGivesTheSameChart()
+// A redraw asks again and gets the same chart; the type, stacking and
+// legend chosen meanwhile stay.
+void tst_frmChart::redrawKeepsValuesAndLook()
 {
     QVERIFY(!database({u"2005-01-01 07:00:00|1"_s, u"2005-01-03 07:00:00|3"_s,
                        u"2005-01-03 09:00:00|4"_s})
@@ -374,30 +372,19 @@ void tst_frmChart::redrawGivesTheSameChart()
     setPeriod(form, u"2005-01-01"_s, u"2005-01-31"_s, kByProvider);
     form.DrawChart();
     const QStringList first = allCells(form.chart());
+    QCOMPARE(first, (QStringList{u"1,_,_"_s, u"_,_,2"_s}));
     const QString firstTitle = title(form.chart());
+    form.chart().setChartType(ChartControl::StackingBar);
+    form.chart().setIsStacked(true);
+    form.chart().setLegendIsShowing(false);
+    QCOMPARE(allCells(form.chart()), first); // no new query, same values
     form.DrawChart();
     QCOMPARE(allCells(form.chart()), first);
     QCOMPARE(title(form.chart()), firstTitle);
     QCOMPARE(form.chart().LabelCount(), 1);
-    QCOMPARE(first, (QStringList{u"1,_,_"_s, u"_,_,2"_s}));
-}
-
-void tst_frmChart::typeStackAndLegendSurviveRedraw()
-{
-    QVERIFY(!database({u"2005-01-01 07:00:00|1"_s, u"2005-01-02 07:00:00|3"_s}).isEmpty());
-    frmChart form;
-    setPeriod(form, u"2005-01-01"_s, u"2005-01-31"_s, kByChannel);
-    form.DrawChart();
-    const QStringList values = allCells(form.chart());
-    form.chart().setChartType(ChartControl::StackingBar);
-    form.chart().setIsStacked(true);
-    form.chart().setLegendIsShowing(false);
-    QCOMPARE(allCells(form.chart()), values); // no new query, same values
-    form.DrawChart();
     QCOMPARE(form.chart().ChartType(), int(ChartControl::StackingBar));
     QVERIFY(form.chart().IsStacked());
     QVERIFY(!form.chart().LegendIsShowing());
-    QCOMPARE(allCells(form.chart()), values);
 }
 
 QTEST_MAIN(tst_frmChart)
