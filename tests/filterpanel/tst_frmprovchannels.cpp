@@ -345,7 +345,7 @@ void tst_frmProvChannels::tickOneItem()
     QCOMPARE(m->RowData(0), 6);
     QCOMPARE(m->cellChecked(0), int(TickListModel::Ticked));
     QCOMPARE(m_window->fChart->sFilter, kAllTicked);
-    qobject_cast<QAbstractButton *>(redraw()->widget())->click();
+    QTest::mouseClick(redraw()->widget(), Qt::LeftButton);
     QCOMPARE(m_window->fChart->sFilter,
              u"Categories.ID  not in (0) AND Providers.ID  not in (0) AND Channels.ID  not in "
              "( 3) "_s);
@@ -392,7 +392,7 @@ void tst_frmProvChannels::allRowIsOneWay()
         QCOMPARE(m->RowData(0), row);
     }
     QCOMPARE(m->cellChecked(0), int(TickListModel::Unticked));
-    qobject_cast<QAbstractButton *>(redraw()->widget())->click();
+    QTest::mouseClick(redraw()->widget(), Qt::LeftButton);
     QCOMPARE(m_window->fChart->sFilter, kAllTicked);
 
     // Ticking "All" after one item was unticked ticks everything again.
@@ -597,7 +597,7 @@ void tst_frmProvChannels::storedFilterIsTheLastDrawing()
     QVERIFY(open(m_same));
     TickList *channels = grid(u"fgChannels"_s);
     clickTick(channels, 2);
-    qobject_cast<QAbstractButton *>(redraw()->widget())->click();
+    QTest::mouseClick(redraw()->widget(), Qt::LeftButton);
     clickTick(channels, 3);
     QVERIFY(m_window->close());
     QTRY_VERIFY(!m_window);
