@@ -25,7 +25,7 @@ QString connectionOrDemo(const QStringList &positional)
 {
     if (!positional.isEmpty())
         return positional.first();
-    const QString demo = HostPaths::demoDatabase();
+    QString demo = HostPaths::demoDatabase();
     if (!QFileInfo::exists(demo)) {
         std::fprintf(stderr, "creating the demo database %s\n", qPrintable(demo));
         QString error;

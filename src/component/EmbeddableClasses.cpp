@@ -10,9 +10,9 @@ thread_local QHash<QString, EmbeddableClasses::Factory> registry;
 
 } // namespace
 
-void EmbeddableClasses::registerClass(const QString &className, Factory factory)
+void EmbeddableClasses::registerClass(const QString &className, const Factory &factory)
 {
-    registry.insert(className.toLower(), std::move(factory));
+    registry.insert(className.toLower(), factory);
 }
 
 void EmbeddableClasses::unregisterClass(const QString &className)

@@ -15,7 +15,7 @@ class EmbeddableClasses
 public:
     using Factory = std::function<QWidget *(QWidget *parent)>;
 
-    static void registerClass(const QString &className, Factory factory);
+    static void registerClass(const QString &className, const Factory &factory);
     static void unregisterClass(const QString &className);
     static bool isRegistered(const QString &className);
     static QStringList classNames();

@@ -219,7 +219,7 @@ QString toText(Date value)
 {
     const Fields f = toFields(value);
     const bool hasTime = f.hour || f.minute || f.second;
-    const QString time = pad(f.hour, 2) + u':' + pad(f.minute, 2) + u':' + pad(f.second, 2);
+    QString time = pad(f.hour, 2) + u':' + pad(f.minute, 2) + u':' + pad(f.second, 2);
     if (f.year == 1899 && f.month == 12 && f.day == 30)
         return time;
     const QString date = pad(f.year, 4) + u'-' + pad(f.month, 2) + u'-' + pad(f.day, 2);

@@ -524,6 +524,7 @@ PivotResult PivotAggregator::run(const PivotView &view)
         throw PivotError::invalidValue(u"the layout"_s, u"too many member combinations"_s);
 
     std::vector<const Part *> parts;
+    parts.reserve(rowParts.size() + columnParts.size());
     for (const Part &part : rowParts)
         parts.push_back(&part);
     for (const Part &part : columnParts)
