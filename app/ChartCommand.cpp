@@ -10,12 +10,14 @@
 #include "newschart/StatisticsStatement.h"
 #include "newschart/frmChart.h"
 
+#include <qrt/statCharts.h>
+
 #include <QCommandLineParser>
 #include <QFileInfo>
 #include <QSaveFile>
+
 #include <cstdio>
 #include <optional>
-#include <qrt/statCharts.h>
 
 using namespace Qt::StringLiterals;
 namespace dates = qrt::dates;

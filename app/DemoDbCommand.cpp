@@ -6,6 +6,7 @@
 
 #include <QCommandLineParser>
 #include <QElapsedTimer>
+
 #include <cstdio>
 #include <memory>
 

@@ -3,6 +3,8 @@
 #include "DemoDbCommand.h"
 #include "HostPaths.h"
 
+#include <qrt/statCharts.h>
+
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QEventLoop>
@@ -11,8 +13,8 @@
 #include <QPointer>
 #include <QTimer>
 #include <QWidget>
+
 #include <cstdio>
-#include <qrt/statCharts.h>
 
 using namespace Qt::StringLiterals;
 

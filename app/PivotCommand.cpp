@@ -11,6 +11,7 @@
 
 #include <QCommandLineParser>
 #include <QEventLoop>
+
 #include <cstdio>
 
 using namespace Qt::StringLiterals;

@@ -5,6 +5,7 @@
 #include "settings/SettingsStore.h"
 
 #include <QLocale>
+
 #include <cmath>
 #include <cstdio>
 #include <optional>

@@ -72,7 +72,7 @@ inline qint64 countRows(const QString &connection, const QString &table)
 } // namespace qrt::test
 
 // Skips where no server was started, but fails in CI, where one must be.
-#define QRT_REQUIRE_POSTGRES(url, name)                                                           \
+#define QRT_REQUIRE_POSTGRES(url, name)                                                            \
     do {                                                                                           \
         QString why_;                                                                              \
         url = qrt::test::createPostgresDatabase(name, &why_);                                      \

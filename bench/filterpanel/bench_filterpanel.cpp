@@ -14,15 +14,18 @@
 #include "filterpanel/TickListModel.h"
 #include "filterpanel/frmProvChannels.h"
 
+#include <qrt/statCharts.h>
+
 #include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSqlQuery>
 #include <QTemporaryDir>
+
 #include <benchmark/benchmark.h>
+
 #include <cstdio>
-#include <qrt/statCharts.h>
 
 using namespace Qt::StringLiterals;
 

@@ -12,17 +12,20 @@
 #include "newschart/StatisticsStatement.h"
 #include "newschart/frmChart.h"
 
+#include <qrt/statCharts.h>
+
 #include <QApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryFile>
-#include <algorithm>
+
 #include <benchmark/benchmark.h>
+
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <fcntl.h>
-#include <qrt/statCharts.h>
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>

@@ -20,12 +20,14 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+
 #include <benchmark/benchmark.h>
+#include <sqlite3.h>
+
 #include <chrono>
 #include <cstdio>
 #include <fstream>
 #include <map>
-#include <sqlite3.h>
 
 using namespace Qt::StringLiterals;
 using namespace qrt::pivot;

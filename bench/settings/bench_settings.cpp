@@ -6,6 +6,7 @@
 
 #include <QFile>
 #include <QTemporaryDir>
+
 #include <benchmark/benchmark.h>
 
 using namespace Qt::StringLiterals;

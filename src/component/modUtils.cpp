@@ -41,7 +41,8 @@ QWidget *ShowNewChartForm()
 void LoadThemeColors()
 {
     const auto fill = ThemeColors::themeColor(ThemeColors::Part::Fill);
-    const auto gradient = fill ? ThemeColors::themeColor(ThemeColors::Part::Gradient) : std::nullopt;
+    const auto gradient =
+        fill ? ThemeColors::themeColor(ThemeColors::Part::Gradient) : std::nullopt;
     // Both fall back together: a theme that gives only one colour is not used.
     gThemeFillColor = gradient ? *fill : ThemeColors::ButtonFace;
     gThemeGradientColor = gradient ? *gradient : ThemeColors::ButtonFace;

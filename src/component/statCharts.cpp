@@ -1,9 +1,9 @@
-#include <qrt/statCharts.h>
-
 #include "component/modUtils.h"
 #include "db/Connection.h"
 #include "errors/CErrorHandler.h"
 #include "settings/CAppSettings.h"
+
+#include <qrt/statCharts.h>
 
 #include <QLoggingCategory>
 

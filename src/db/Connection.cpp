@@ -31,7 +31,9 @@ constexpr int kConnectTimeoutSeconds = 5;
 
 } // namespace
 
-Connection::Connection() : m_name(uniqueName()) {}
+Connection::Connection()
+    : m_name(uniqueName())
+{}
 
 Connection::~Connection()
 {
@@ -133,8 +135,9 @@ bool Connection::openOdbc(const ConnectionString &cs, Access access)
     QSqlDatabase db = QSqlDatabase::addDatabase(u"QODBC"_s, m_name);
     db.setDatabaseName(cs.odbc);
     if (access == Access::ReadOnly)
-        db.setConnectOptions(u"SQL_ATTR_ACCESS_MODE=SQL_MODE_READ_ONLY;SQL_ATTR_LOGIN_TIMEOUT=%1"_s.arg(
-            kConnectTimeoutSeconds));
+        db.setConnectOptions(
+            u"SQL_ATTR_ACCESS_MODE=SQL_MODE_READ_ONLY;SQL_ATTR_LOGIN_TIMEOUT=%1"_s.arg(
+                kConnectTimeoutSeconds));
     return finishOpen(db);
 }
 

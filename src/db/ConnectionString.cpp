@@ -107,7 +107,8 @@ ConnectionString fromUrl(const QString &text)
 Engine engineOfProvider(const QString &provider)
 {
     const QString p = provider.toLower();
-    if (p.isEmpty() || p.contains(u"sqlite"_s) || p.contains(u"jet"_s) || p.contains(u"ace.oledb"_s))
+    if (p.isEmpty() || p.contains(u"sqlite"_s) || p.contains(u"jet"_s) ||
+        p.contains(u"ace.oledb"_s))
         return Engine::SQLite;
     if (p.contains(u"postgres"_s) || p.contains(u"pgsql"_s) || p.contains(u"npgsql"_s) ||
         p == u"pgnp"_s)

@@ -61,7 +61,10 @@ template<typename Char>
 class Scanner
 {
 public:
-    Scanner(const Char *begin, const Char *end) : p(begin), e(end) {}
+    Scanner(const Char *begin, const Char *end)
+        : p(begin)
+        , e(end)
+    {}
     bool digits(int count, int &out)
     {
         out = 0;
@@ -122,8 +125,8 @@ std::optional<Date> parse(const Char *begin, const Char *end)
             return std::nullopt;
         return fromFields(f);
     }
-    if (!s.digits(4, f.year) || !s.take(Char('-')) || !s.digits(2, f.month) ||
-        !s.take(Char('-')) || !s.digits(2, f.day) || !validCivil(f.year, f.month, f.day))
+    if (!s.digits(4, f.year) || !s.take(Char('-')) || !s.digits(2, f.month) || !s.take(Char('-')) ||
+        !s.digits(2, f.day) || !validCivil(f.year, f.month, f.day))
         return std::nullopt;
     if (!s.atEnd()) {
         if (!s.take(Char(' ')) && !s.take(Char('T')))

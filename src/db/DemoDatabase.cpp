@@ -49,7 +49,10 @@ bool report(const DemoDatabase::Progress &progress, qint64 done, qint64 total)
 class SqliteWriter
 {
 public:
-    explicit SqliteWriter(const QString &path) : m_path(path), m_temp(path + u".part"_s) {}
+    explicit SqliteWriter(const QString &path)
+        : m_path(path)
+        , m_temp(path + u".part"_s)
+    {}
     ~SqliteWriter()
     {
         for (sqlite3_stmt *stmt : m_stmts)
@@ -112,7 +115,10 @@ private:
         *error = m_db ? QString::fromUtf8(sqlite3_errmsg(m_db)) : u"cannot create %1"_s.arg(m_temp);
         return false;
     }
-    bool exec(const char *sql) { return sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr) == SQLITE_OK; }
+    bool exec(const char *sql)
+    {
+        return sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+    }
     sqlite3_stmt *prepare(const char *sql)
     {
         sqlite3_stmt *stmt = nullptr;
@@ -125,7 +131,8 @@ private:
     {
         const QByteArray utf8 = name.toUtf8();
         sqlite3_bind_int(stmt, 1, id);
-        sqlite3_bind_text(stmt, 2, utf8.constData(), static_cast<int>(utf8.size()), SQLITE_TRANSIENT);
+        sqlite3_bind_text(stmt, 2, utf8.constData(), static_cast<int>(utf8.size()),
+                          SQLITE_TRANSIENT);
         const bool ok = sqlite3_step(stmt) == SQLITE_DONE;
         sqlite3_reset(stmt);
         return ok;
@@ -241,7 +248,10 @@ private:
             return false;
         rows.clear();
         for (const auto &c : gen.channels())
-            rows << u"(%1,%2,%3,%4)"_s.arg(c.id).arg(sqlText(c.name)).arg(c.provider).arg(c.category);
+            rows << u"(%1,%2,%3,%4)"_s.arg(c.id)
+                        .arg(sqlText(c.name))
+                        .arg(c.provider)
+                        .arg(c.category);
         return exec(u"INSERT INTO Channels VALUES "_s + rows.join(u','));
     }
 

@@ -28,7 +28,6 @@ public:
     // target: a SQLite file path or any PostgreSQL connection string.
     static bool create(const QString &target, const Options &options, QString *error,
                        const Progress &progress = {});
-
 };
 
 } // namespace qrt::db

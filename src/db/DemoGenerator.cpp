@@ -21,38 +21,49 @@ const std::array kCategories = {"World",  "Business", "Technology",    "Science"
                                 "Sports", "Politics", "Entertainment", "Culture", "Local"};
 
 const std::array kProviderStems = {
-    "Meridian", "Northwind", "Bluestone", "Harborline", "Silverleaf", "Kestrel", "Ironbridge",
-    "Lakeshore", "Redwood",  "Summit",    "Crosswind",  "Oakridge",   "Beacon",  "Granite",
-    "Riverton", "Skyline",   "Westgate",  "Evergreen",  "Foxhollow",  "Brightwater", "Highmoor",
-    "Copperfield", "Stonegate", "Thornbury", "Ashford", "Clearview", "Fairhaven", "Goldcrest",
-    "Larkspur", "Marble Arch", "Pinecrest", "Quillon", "Ravensworth", "Sunfield", "Tidewater",
-    "Windmere"};
-const std::array kProviderKinds = {"Press", "Wire", "News", "Herald", "Times", "Daily",
-                                   "Post",  "Media", "Gazette", "Review"};
+    "Meridian",   "Northwind",   "Bluestone",   "Harborline",  "Silverleaf", "Kestrel",
+    "Ironbridge", "Lakeshore",   "Redwood",     "Summit",      "Crosswind",  "Oakridge",
+    "Beacon",     "Granite",     "Riverton",    "Skyline",     "Westgate",   "Evergreen",
+    "Foxhollow",  "Brightwater", "Highmoor",    "Copperfield", "Stonegate",  "Thornbury",
+    "Ashford",    "Clearview",   "Fairhaven",   "Goldcrest",   "Larkspur",   "Marble Arch",
+    "Pinecrest",  "Quillon",     "Ravensworth", "Sunfield",    "Tidewater",  "Windmere"};
+const std::array kProviderKinds = {"Press", "Wire", "News",  "Herald",  "Times",
+                                   "Daily", "Post", "Media", "Gazette", "Review"};
 const std::array kChannelKinds = {"Top Stories", "Headlines", "Latest", "Digest",
                                   "Briefing",    "Live",      "Weekly", "Insider"};
 
 const std::array kSubjects = {
-    "City council", "Central bank", "Researchers", "Local team", "Tech giant", "Union leaders",
-    "Health officials", "Start-up", "Lawmakers", "Regulators", "Museum", "Airline",
-    "University", "Prime minister", "Energy firm", "Carmaker", "Scientists", "Court",
-    "Mayor", "Investors", "Farmers", "Film studio", "Hospital", "Police", "Chip maker",
-    "Orchestra", "Retailers", "Space agency", "Coach", "Climate panel"};
-const std::array kVerbs = {"unveils", "approves", "rejects", "reports", "delays", "launches",
-                           "warns of", "expands", "cuts", "defends", "questions", "wins",
-                           "loses", "plans", "confirms", "reviews", "backs", "doubles",
-                           "halts", "celebrates"};
+    "City council",  "Central bank",     "Researchers",  "Local team",     "Tech giant",
+    "Union leaders", "Health officials", "Start-up",     "Lawmakers",      "Regulators",
+    "Museum",        "Airline",          "University",   "Prime minister", "Energy firm",
+    "Carmaker",      "Scientists",       "Court",        "Mayor",          "Investors",
+    "Farmers",       "Film studio",      "Hospital",     "Police",         "Chip maker",
+    "Orchestra",     "Retailers",        "Space agency", "Coach",          "Climate panel"};
+const std::array kVerbs = {"unveils",   "approves", "rejects", "reports", "delays",
+                           "launches",  "warns of", "expands", "cuts",    "defends",
+                           "questions", "wins",     "loses",   "plans",   "confirms",
+                           "reviews",   "backs",    "doubles", "halts",   "celebrates"};
 const std::array kObjects = {
-    "new budget", "record profits", "rate decision", "merger talks", "vaccine trial",
-    "transit plan", "stadium deal", "data breach", "housing reform", "trade agreement",
-    "season opener", "climate targets", "tax cuts", "AI model", "school funding",
-    "bridge repairs", "strike action", "festival line-up", "water restrictions",
-    "election timetable", "quarterly results", "safety review", "price increases",
-    "research grant", "export ban", "energy prices", "hiring freeze", "art exhibition",
-    "flood defences", "cup final"};
-const std::array kPlaces = {"", "", "", "", " in capital", " amid protests", " after long debate",
-                            " despite warnings", " for next year", " in surprise move",
-                            " ahead of vote", " as demand grows"};
+    "new budget",        "record profits",   "rate decision",      "merger talks",
+    "vaccine trial",     "transit plan",     "stadium deal",       "data breach",
+    "housing reform",    "trade agreement",  "season opener",      "climate targets",
+    "tax cuts",          "AI model",         "school funding",     "bridge repairs",
+    "strike action",     "festival line-up", "water restrictions", "election timetable",
+    "quarterly results", "safety review",    "price increases",    "research grant",
+    "export ban",        "energy prices",    "hiring freeze",      "art exhibition",
+    "flood defences",    "cup final"};
+const std::array kPlaces = {"",
+                            "",
+                            "",
+                            "",
+                            " in capital",
+                            " amid protests",
+                            " after long debate",
+                            " despite warnings",
+                            " for next year",
+                            " in surprise move",
+                            " ahead of vote",
+                            " as demand grows"};
 
 // Relative activity of the hours of a day: quiet nights, a morning peak and
 // an early-evening one.
@@ -90,7 +101,8 @@ void writeTimestamp(char *out, const dates::Fields &day, int secondOfDay)
 } // namespace
 
 DemoGenerator::DemoGenerator(const DemoDatabase::Options &options)
-    : m_options(options), m_rng(options.seed)
+    : m_options(options)
+    , m_rng(options.seed)
 {
     makeCatalogue();
 }

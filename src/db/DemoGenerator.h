@@ -23,8 +23,8 @@ public:
     {
         int id;
         QString name;
-        int provider; // 1-based ID
-        int category; // 1-based ID
+        int provider;  // 1-based ID
+        int category;  // 1-based ID
         double weight; // share of the news; 0 for a silent channel
     };
     struct Item

@@ -32,8 +32,7 @@ void cdate(sqlite3_context *context, int, sqlite3_value **argv)
         return;
     }
     const QByteArray text = dates::toTimestampText(*value).toLatin1();
-    sqlite3_result_text(context, text.constData(), static_cast<int>(text.size()),
-                        SQLITE_TRANSIENT);
+    sqlite3_result_text(context, text.constData(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
 }
 
 } // namespace

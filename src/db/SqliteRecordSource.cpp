@@ -18,12 +18,13 @@ std::string_view textOf(sqlite3_stmt *stmt, int column)
 
 } // namespace
 
-SqliteRecordSource::SqliteRecordSource(sqlite3 *db, const QString &statement) : m_db(db)
+SqliteRecordSource::SqliteRecordSource(sqlite3 *db, const QString &statement)
+    : m_db(db)
 {
     const QByteArray utf8 = statement.toUtf8();
     const char *tail = nullptr;
-    if (sqlite3_prepare_v2(m_db, utf8.constData(), static_cast<int>(utf8.size()), &m_stmt,
-                           &tail) != SQLITE_OK) {
+    if (sqlite3_prepare_v2(m_db, utf8.constData(), static_cast<int>(utf8.size()), &m_stmt, &tail) !=
+        SQLITE_OK) {
         m_error = QString::fromUtf8(sqlite3_errmsg(m_db));
         close();
         return;

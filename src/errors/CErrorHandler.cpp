@@ -8,6 +8,7 @@
 
 #include <QApplication>
 #include <QMessageBox>
+
 #include <new>
 
 using namespace Qt::StringLiterals;

@@ -16,6 +16,7 @@
 
 #include <QString>
 #include <QStringList>
+
 #include <exception>
 #include <memory>
 

@@ -14,10 +14,12 @@ struct ComponentError : std::exception
     static constexpr qint32 ObjectErrorBase = static_cast<qint32>(0x80040000u);
 
     ComponentError(qint32 number_, QString source_, QString description_, int line_ = 0)
-        : number(number_), source(std::move(source_)), description(std::move(description_)),
-          line(line_), m_what((source + QStringLiteral(": ") + description).toUtf8())
-    {
-    }
+        : number(number_)
+        , source(std::move(source_))
+        , description(std::move(description_))
+        , line(line_)
+        , m_what((source + QStringLiteral(": ") + description).toUtf8())
+    {}
 
     const char *what() const noexcept override { return m_what.constData(); }
 

@@ -26,6 +26,7 @@
 // statement is passed over, as everywhere else in the component.
 
 #include <QString>
+
 #include <functional>
 
 class CErrorHandler;

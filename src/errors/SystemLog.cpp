@@ -4,6 +4,7 @@
 
 #include <QDateTime>
 #include <QLocale>
+
 #include <cerrno>
 #include <cstring>
 #include <sys/socket.h>

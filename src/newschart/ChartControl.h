@@ -9,6 +9,7 @@
 #include <QString>
 #include <QStringList>
 #include <QStringView>
+
 #include <vector>
 
 // A colour in the classic 0x00BBGGRR form the control's properties use.

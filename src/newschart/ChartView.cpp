@@ -8,6 +8,7 @@
 #include <QHelpEvent>
 #include <QSvgGenerator>
 #include <QToolTip>
+
 #include <cmath>
 #include <limits>
 

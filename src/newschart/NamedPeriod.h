@@ -4,6 +4,7 @@
 // workspace's period combo and the command line both take their dates here.
 
 #include <QString>
+
 #include <optional>
 
 namespace qrt::chart {

@@ -7,6 +7,7 @@
 
 #include <QHash>
 #include <QRegularExpression>
+
 #include <vector>
 
 using namespace Qt::StringLiterals;

@@ -7,6 +7,7 @@
 // engine, and any grouping we don't recognise, gets the literal statement.
 
 #include <QString>
+
 #include <memory>
 
 namespace qrt::db {

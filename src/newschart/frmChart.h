@@ -9,6 +9,7 @@
 
 #include <QString>
 #include <QWidget>
+
 #include <vector>
 
 class ChartControl;

@@ -6,6 +6,7 @@
 
 #include <QThread>
 #include <QtConcurrent/QtConcurrentRun>
+
 #include <algorithm>
 #include <cmath>
 #include <unordered_set>

@@ -8,6 +8,7 @@
 // Immutable once built; shared between threads.
 
 #include <QString>
+
 #include <cstdint>
 #include <mutex>
 #include <optional>

@@ -3,6 +3,7 @@
 #include "db/Dates.h"
 
 #include <QDateTime>
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>

@@ -9,6 +9,7 @@
 #include "pivotviews/PivotColumn.h"
 
 #include <QVariant>
+
 #include <string>
 #include <string_view>
 #include <unordered_map>

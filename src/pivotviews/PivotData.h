@@ -6,6 +6,7 @@
 #include "pivotviews/PivotColumn.h"
 
 #include <QString>
+
 #include <vector>
 
 namespace qrt::pivot {

@@ -5,6 +5,7 @@
 
 #include <QPromise>
 #include <QtConcurrent/QtConcurrentRun>
+
 #include <limits>
 
 using namespace Qt::StringLiterals;

@@ -6,6 +6,7 @@
 #include "pivotviews/PivotMember.h"
 
 #include <QString>
+
 #include <vector>
 
 namespace qrt::pivot {

@@ -12,6 +12,7 @@
 // 1 January, so every week has exactly one year above it.
 
 #include <QString>
+
 #include <optional>
 #include <vector>
 

@@ -5,6 +5,7 @@
 // straight to the dictionaries, with no QString or QVariant per value.
 
 #include <QString>
+
 #include <functional>
 #include <memory>
 

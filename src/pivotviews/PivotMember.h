@@ -5,6 +5,7 @@
 // someone walks it. Two handles on the same member compare equal.
 
 #include <QString>
+
 #include <optional>
 
 namespace qrt::pivot {

@@ -8,6 +8,7 @@
 #include "pivotviews/PivotMember.h"
 
 #include <QString>
+
 #include <limits>
 #include <optional>
 #include <unordered_map>

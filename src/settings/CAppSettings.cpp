@@ -5,6 +5,7 @@
 #include "settings/SettingsStore.h"
 
 #include <QtEndian>
+
 #include <cmath>
 #include <limits>
 #include <optional>

@@ -8,6 +8,7 @@
 #include <QJsonDocument>
 #include <QLoggingCategory>
 #include <QTemporaryFile>
+
 #include <cerrno>
 #include <chrono>
 #include <cstdio>

@@ -8,6 +8,7 @@
 
 #include <QJsonObject>
 #include <QString>
+
 #include <functional>
 
 namespace qrt::settings {

@@ -3,6 +3,7 @@
 #include <QJsonValue>
 #include <QStandardPaths>
 #include <QtEndian>
+
 #include <cmath>
 #include <functional>
 #include <limits>

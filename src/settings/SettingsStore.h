@@ -11,6 +11,7 @@
 
 #include <QByteArray>
 #include <QStringList>
+
 #include <optional>
 
 namespace qrt::settings {

@@ -5,6 +5,7 @@
 
 #include <QBuffer>
 #include <QStringDecoder>
+
 #include <cstring>
 #include <limits>
 #include <new>

@@ -11,6 +11,7 @@
 
 #include <QByteArray>
 #include <QString>
+
 #include <memory>
 
 class QIODevice;

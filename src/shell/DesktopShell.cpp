@@ -8,6 +8,7 @@
 #include <QProcess>
 #include <QStringList>
 #include <QUrl>
+
 #include <cerrno>
 #include <csignal>
 #include <glob.h>

@@ -8,6 +8,7 @@
 // mapping.
 
 #include <QString>
+
 #include <chrono>
 
 namespace qrt::shell {

@@ -25,6 +25,7 @@
 #include <QTabWidget>
 #include <QToolBar>
 #include <QVBoxLayout>
+
 #include <optional>
 
 using namespace Qt::StringLiterals;

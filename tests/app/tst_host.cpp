@@ -90,8 +90,8 @@ void tst_Host::severalWindows()
 {
     const QString db = m_home.filePath(u"news.db"_s);
     QCOMPARE(run({u"demo-db"_s, db, u"--items"_s, u"500"_s}, m_env).exitCode, 0);
-    const Run r = run({db, u"--windows"_s, u"2"_s, u"--screenshot"_s, m_home.filePath(u"w.png"_s)},
-                      m_env);
+    const Run r =
+        run({db, u"--windows"_s, u"2"_s, u"--screenshot"_s, m_home.filePath(u"w.png"_s)}, m_env);
     QVERIFY2(r.exitCode == 0, qPrintable(r.err));
     QVERIFY(!QImage(m_home.filePath(u"w.png"_s)).isNull());
     QVERIFY(!QImage(m_home.filePath(u"w-2.png"_s)).isNull());
@@ -107,8 +107,8 @@ void tst_Host::demoDbArguments_data()
         << QStringList{u"demo-db"_s, u"x.db"_s, u"--items"_s, u"many"_s} << 2 << u"--items"_s;
     QTest::newRow("negative items")
         << QStringList{u"demo-db"_s, u"x.db"_s, u"--items"_s, u"-5"_s} << 2 << u"--items"_s;
-    QTest::newRow("bad date")
-        << QStringList{u"demo-db"_s, u"x.db"_s, u"--until"_s, u"31/12/2025"_s} << 2 << u"--until"_s;
+    QTest::newRow("bad date") << QStringList{u"demo-db"_s, u"x.db"_s, u"--until"_s, u"31/12/2025"_s}
+                              << 2 << u"--until"_s;
     QTest::newRow("ODBC target") << QStringList{u"demo-db"_s, u"DSN=news"_s} << 1
                                  << u"SQLite or PostgreSQL"_s;
     QTest::newRow("folder missing")

@@ -8,13 +8,15 @@
 #include "db/Connection.h"
 #include "workspace/frmCharts.h"
 
+#include <qrt/statCharts.h>
+
 #include <QApplication>
 #include <QPointer>
 #include <QScopeGuard>
 #include <QTabWidget>
 #include <QTest>
+
 #include <dlfcn.h>
-#include <qrt/statCharts.h>
 #include <thread>
 
 using namespace Qt::StringLiterals;

@@ -34,8 +34,8 @@ void tst_Dates::textForms_data()
     QTest::newRow("2005-03-15") << 38426.0 << u"2005-03-15"_s;
     QTest::newRow("2005-03-15 10:00") << 38426.0 + 10.0 / 24 << u"2005-03-15 10:00:00"_s;
     QTest::newRow("leap day 2000") << 36585.0 << u"2000-02-29"_s;
-    QTest::newRow("one second to midnight") << 38426.0 + 86399.0 / 86400
-                                            << u"2005-03-15 23:59:59"_s;
+    QTest::newRow("one second to midnight")
+        << 38426.0 + 86399.0 / 86400 << u"2005-03-15 23:59:59"_s;
     QTest::newRow("1753-01-01") << -53688.0 << u"1753-01-01"_s;
     QTest::newRow("9999-12-31") << 2958465.0 << u"9999-12-31"_s;
 }
@@ -95,8 +95,8 @@ void tst_Dates::qtConversions_data()
     QTest::newRow("epoch") << QDateTime(QDate(1899, 12, 30), QTime(0, 0)) << 0.0;
     QTest::newRow("evening") << QDateTime(QDate(2005, 3, 15), QTime(18, 0)) << 38426.75;
     QTest::newRow("before epoch") << QDateTime(QDate(1899, 12, 29), QTime(6, 0)) << -1.25;
-    QTest::newRow("milliseconds")
-        << QDateTime(QDate(2005, 3, 15), QTime(0, 0, 0, 500)) << 38426.0 + 0.5 / 86400;
+    QTest::newRow("milliseconds") << QDateTime(QDate(2005, 3, 15), QTime(0, 0, 0, 500))
+                                  << 38426.0 + 0.5 / 86400;
 }
 
 void tst_Dates::qtConversions()

@@ -37,10 +37,11 @@ QByteArray digest(const QString &connection)
     if (!c.Open(connection))
         return {};
     QCryptographicHash hash(QCryptographicHash::Sha256);
-    for (const QString &sql : {u"SELECT ID, Name FROM Categories ORDER BY ID"_s,
-                               u"SELECT ID, Provider FROM Providers ORDER BY ID"_s,
-                               u"SELECT ID, Channel, Provider, Category FROM Channels ORDER BY ID"_s,
-                               u"SELECT ID, pubDate, Channel, Title FROM News ORDER BY ID"_s}) {
+    for (const QString &sql :
+         {u"SELECT ID, Name FROM Categories ORDER BY ID"_s,
+          u"SELECT ID, Provider FROM Providers ORDER BY ID"_s,
+          u"SELECT ID, Channel, Provider, Category FROM Channels ORDER BY ID"_s,
+          u"SELECT ID, pubDate, Channel, Title FROM News ORDER BY ID"_s}) {
         Recordset rs;
         for (rs.Open(sql, c); !rs.IsEOF(); rs.MoveNext())
             for (int i = 0; i < rs.FieldCount(); ++i)
@@ -110,12 +111,13 @@ void tst_DemoDatabase::realisticShape()
     QVERIFY(perChannel.last() == 0);
     QVERIFY(perChannel.count(0) <= 10);
     const qint64 median = perChannel.at(perChannel.size() / 2);
-    QVERIFY2(perChannel.first() > 10 * median, qPrintable(u"%1 vs %2"_s.arg(perChannel.first()).arg(median)));
+    QVERIFY2(perChannel.first() > 10 * median,
+             qPrintable(u"%1 vs %2"_s.arg(perChannel.first()).arg(median)));
 
     // Weekends are quieter than weekdays, nights quieter than mornings, and
     // every item lies in the span that ends on `until`.
-    const QList<qint64> weekend = column(
-        path, u"SELECT COUNT(*) FROM News WHERE strftime('%w', pubDate) IN ('0','6')"_s);
+    const QList<qint64> weekend =
+        column(path, u"SELECT COUNT(*) FROM News WHERE strftime('%w', pubDate) IN ('0','6')"_s);
     QVERIFY(weekend.value(0) * 5 < (60000 - weekend.value(0)) * 2 * 0.8);
     const QList<qint64> night =
         column(path, u"SELECT COUNT(*) FROM News WHERE substr(pubDate, 12, 2) < '05'"_s);
@@ -125,7 +127,8 @@ void tst_DemoDatabase::realisticShape()
     Connection conn;
     QVERIFY(conn.Open(path));
     Recordset span;
-    QVERIFY(span.Open(u"SELECT MIN(pubDate), MAX(pubDate), COUNT(DISTINCT Title) FROM News"_s, conn));
+    QVERIFY(
+        span.Open(u"SELECT MIN(pubDate), MAX(pubDate), COUNT(DISTINCT Title) FROM News"_s, conn));
     QVERIFY(span.Text(0) >= u"2023-07-01"_s);
     QVERIFY(span.Text(1) < u"2026-07-01"_s);
     QVERIFY(span.Int(2) > 1000); // real-looking, varied titles

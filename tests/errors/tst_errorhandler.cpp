@@ -8,14 +8,16 @@
 #include "errors/ErrorTexts.h"
 #include "errors/SystemLog.h"
 
+#include <qrt/statCharts.h>
+
 #include <QDate>
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+
 #include <functional>
-#include <qrt/statCharts.h>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <sys/un.h>

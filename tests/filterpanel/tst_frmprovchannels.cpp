@@ -15,6 +15,8 @@
 #include "workspace/DockStudio.h"
 #include "workspace/frmCharts.h"
 
+#include <qrt/statCharts.h>
+
 #include <QAbstractButton>
 #include <QApplication>
 #include <QDir>
@@ -29,8 +31,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QToolTip>
+
 #include <memory>
-#include <qrt/statCharts.h>
 
 using namespace Qt::StringLiterals;
 

@@ -8,6 +8,7 @@
 
 #include <QSignalSpy>
 #include <QTest>
+
 #include <set>
 
 using namespace Qt::StringLiterals;

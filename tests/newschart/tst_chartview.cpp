@@ -11,6 +11,7 @@
 #include <QImage>
 #include <QTemporaryDir>
 #include <QTest>
+
 #include <cmath>
 
 using namespace Qt::StringLiterals;

@@ -12,9 +12,10 @@
 #include "newschart/StatisticsStatement.h"
 #include "newschart/frmChart.h"
 
+#include <qrt/statCharts.h>
+
 #include <QTemporaryDir>
 #include <QTest>
-#include <qrt/statCharts.h>
 
 using namespace Qt::StringLiterals;
 using qrt::chart::StatisticsMode;

@@ -12,10 +12,11 @@
 #include "newschart/StatisticsStatement.h"
 #include "newschart/frmChart.h"
 
+#include <qrt/statCharts.h>
+
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
-#include <qrt/statCharts.h>
 
 using namespace Qt::StringLiterals;
 using qrt::chart::StatisticsMode;

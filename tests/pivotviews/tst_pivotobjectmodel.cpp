@@ -13,6 +13,7 @@
 
 #include <QTemporaryDir>
 #include <QTest>
+
 #include <functional>
 
 using namespace Qt::StringLiterals;

@@ -10,6 +10,7 @@
 #include "settings/CAppSettings.h"
 
 #include <QCoreApplication>
+
 #include <cstdio>
 #include <cstring>
 #include <linux/capability.h>

@@ -7,13 +7,15 @@
 #include "errors/ComponentError.h"
 #include "settings/CAppSettings.h"
 
+#include <qrt/statCharts.h>
+
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTest>
+
 #include <functional>
 #include <limits>
 #include <optional>
-#include <qrt/statCharts.h>
 
 using namespace Qt::StringLiterals;
 using qrt::settings::SettingsStore;

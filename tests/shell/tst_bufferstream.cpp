@@ -6,6 +6,7 @@
 
 #include <QIODevice>
 #include <QTest>
+
 #include <limits>
 
 using namespace Qt::StringLiterals;

@@ -18,6 +18,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
+
 #include <optional>
 
 using namespace Qt::StringLiterals;

@@ -24,6 +24,8 @@
 #include "workspace/frmCalendar.h"
 #include "workspace/frmCharts.h"
 
+#include <qrt/statCharts.h>
+
 #include <QAbstractItemView>
 #include <QCalendarWidget>
 #include <QComboBox>
@@ -36,8 +38,8 @@
 #include <QTest>
 #include <QToolBar>
 #include <QToolButton>
+
 #include <memory>
-#include <qrt/statCharts.h>
 
 using namespace Qt::StringLiterals;
 namespace dates = qrt::dates;
