@@ -40,6 +40,21 @@ inline QString createPostgresDatabase(const QString &name, QString *why)
     return url.toString();
 }
 
+// The four tables of a news database, loose enough for tests to store what
+// a host's database may hold: NULLs, dangling IDs, repeated names.
+// pubDate is ISO text in SQLite and a timestamp in PostgreSQL.
+inline QStringList newsTables(bool postgres)
+{
+    return {
+        QStringLiteral("CREATE TABLE Categories (ID integer PRIMARY KEY, Name text)"),
+        QStringLiteral("CREATE TABLE Providers (ID integer PRIMARY KEY, Provider text)"),
+        QStringLiteral("CREATE TABLE Channels (ID integer PRIMARY KEY, Channel text, "
+                       "Provider integer, Category integer)"),
+        QStringLiteral("CREATE TABLE News (ID bigint, pubDate %1, Channel integer, Title text)")
+            .arg(postgres ? QStringLiteral("timestamp") : QStringLiteral("text")),
+    };
+}
+
 // Runs statements on a writable connection; fails the test on the first error.
 inline bool execAll(const QString &connection, const QStringList &statements)
 {

@@ -50,14 +50,8 @@ QString period(const QString &from, const QString &tillPlusOne)
 
 QStringList fixture(bool postgres)
 {
-    const QString date = postgres ? u"timestamp"_s : u"TEXT"_s;
-    QStringList sql = {
-        u"CREATE TABLE Categories (ID integer PRIMARY KEY, Name text)"_s,
-        u"CREATE TABLE Providers (ID integer PRIMARY KEY, Provider text)"_s,
-        u"CREATE TABLE Channels (ID integer PRIMARY KEY, Channel text, Provider integer, "
-        "Category integer)"_s,
-        u"CREATE TABLE News (ID integer PRIMARY KEY, pubDate %1, Channel integer, Title text)"_s
-            .arg(date),
+    QStringList sql = qrt::test::newsTables(postgres);
+    sql << QStringList{
         u"INSERT INTO Categories VALUES (1, 'World'), (2, 'Sports')"_s,
         u"INSERT INTO Providers VALUES (1, 'Alpha Wire'), (2, 'Beta News'), (3, 'Gamma Idle')"_s,
         u"INSERT INTO Channels VALUES (1, 'Alpha World', 1, 1), (2, 'Alpha Sports', 1, 2), "

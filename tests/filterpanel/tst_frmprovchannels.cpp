@@ -49,12 +49,8 @@ const QString kWorkedExample = u"Categories.ID  not in (0) AND Providers.ID  in 
 // show; channels 2 and 7 share a name.
 QStringList catalogue()
 {
-    QStringList sql = {
-        u"CREATE TABLE Categories (ID integer PRIMARY KEY, Name text)"_s,
-        u"CREATE TABLE Providers (ID integer PRIMARY KEY, Provider text)"_s,
-        u"CREATE TABLE Channels (ID integer PRIMARY KEY, Channel text, Provider integer, "
-        "Category integer)"_s,
-        u"CREATE TABLE News (ID integer, pubDate text, Channel integer, Title text)"_s,
+    QStringList sql = qrt::test::newsTables(false);
+    sql << QStringList{
         u"INSERT INTO Categories VALUES (1, 'World'), (2, 'Sports'), (3, 'Business'), "
         "(9, 'Unused')"_s,
         u"INSERT INTO Providers VALUES (1, 'Alpha Wire'), (2, 'Beta News'), (3, 'Gamma Post'), "

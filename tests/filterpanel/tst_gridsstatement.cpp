@@ -21,19 +21,6 @@ using qrt::db::Recordset;
 
 namespace {
 
-QStringList schema(Engine engine)
-{
-    const QString pubDate = engine == Engine::PostgreSQL ? u"timestamp"_s : u"text"_s;
-    return {
-        u"CREATE TABLE Categories (ID integer PRIMARY KEY, Name varchar(50))"_s,
-        u"CREATE TABLE Providers (ID integer PRIMARY KEY, Provider varchar(50))"_s,
-        u"CREATE TABLE Channels (ID integer PRIMARY KEY, Channel varchar(50), Provider integer, "
-        "Category integer)"_s,
-        u"CREATE TABLE News (ID integer PRIMARY KEY, pubDate %1, Channel integer, "
-        "Title varchar(200))"_s.arg(pubDate),
-    };
-}
-
 // Random rows for the four tables; IDs 1..n with gaps and dangling links.
 QStringList randomRows(quint32 seed)
 {
@@ -122,7 +109,7 @@ void tst_GridsStatement::sameRowsAsTheLiteral()
     else
         connection = m_dir.filePath(u"grids-%1.db"_s.arg(seed));
     const Engine engine = postgres ? Engine::PostgreSQL : Engine::SQLite;
-    QVERIFY(qrt::test::execAll(connection, schema(engine) + randomRows(seed)));
+    QVERIFY(qrt::test::execAll(connection, qrt::test::newsTables(postgres) + randomRows(seed)));
 
     const QString fast = frmProvChannels::GridsStatementFor(engine);
     QVERIFY(fast != frmProvChannels::GridsStatement);

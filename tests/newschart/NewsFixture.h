@@ -32,14 +32,8 @@ inline NewsItem parseItem(const QString &text)
 // ("Zero Desk", channel 9) only where a test asks for an ID of 0.
 inline QStringList newsSchema(bool postgres, bool withProviderZero = false)
 {
-    const QString date = postgres ? QStringLiteral("timestamp") : QStringLiteral("TEXT");
-    QStringList sql = {
-        QStringLiteral("CREATE TABLE Categories (ID integer PRIMARY KEY, Name text)"),
-        QStringLiteral("CREATE TABLE Providers (ID integer PRIMARY KEY, Provider text)"),
-        QStringLiteral("CREATE TABLE Channels (ID integer PRIMARY KEY, Channel text, Provider "
-                       "integer, Category integer)"),
-        QStringLiteral("CREATE TABLE News (ID bigint, pubDate %1, Channel integer, Title text)")
-            .arg(date),
+    QStringList sql = qrt::test::newsTables(postgres);
+    sql << QStringList{
         QStringLiteral("INSERT INTO Categories VALUES (1, 'World'), (2, 'Sports')"),
         QStringLiteral("INSERT INTO Providers VALUES (1, 'Alpha Wire'), (2, 'Beta News')"),
         QStringLiteral("INSERT INTO Channels VALUES (1, 'Alpha World', 1, 1), (2, 'Alpha "

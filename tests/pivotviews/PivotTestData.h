@@ -118,21 +118,19 @@ inline bool makeSmallNewsDb(const QString &path)
 {
     return execAll(
         path,
-        {QStringLiteral("CREATE TABLE Categories (ID INTEGER PRIMARY KEY, Name TEXT)"),
-         QStringLiteral("CREATE TABLE Providers (ID INTEGER PRIMARY KEY, Provider TEXT)"),
-         QStringLiteral(
-             "CREATE TABLE Channels (ID INTEGER PRIMARY KEY, Channel TEXT, Provider INTEGER, "
-             "Category INTEGER)"),
-         QStringLiteral("CREATE TABLE News (ID INTEGER PRIMARY KEY, pubDate TEXT, Channel INTEGER, "
-                        "Title TEXT)"),
-         QStringLiteral("INSERT INTO Categories VALUES (1, 'Sports'), (2, 'sports'), (3, 'World')"),
-         QStringLiteral("INSERT INTO Providers VALUES (1, 'beta'), (2, 'Alpha'), (3, 'Gamma')"),
-         QStringLiteral(
-             "INSERT INTO Channels VALUES (1, 'One', 1, 1), (2, 'Two', 2, 2), (3, 'Three', 3, 3)"),
-         QStringLiteral("INSERT INTO News VALUES (1, '2005-01-03 10:15:30', 1, 'a'), "
-                        "(2, '2005-03-31 23:59:59', 2, 'b'), (3, '2005-04-01 00:00:00', 3, NULL), "
-                        "(4, '2006-12-31 12:00:00', 1, ''), (5, '2004-12-31 08:00:00', 2, 'e'), "
-                        "(6, NULL, 3, 'f')")});
+        newsTables(false) +
+            QStringList{
+                QStringLiteral(
+                    "INSERT INTO Categories VALUES (1, 'Sports'), (2, 'sports'), (3, 'World')"),
+                QStringLiteral(
+                    "INSERT INTO Providers VALUES (1, 'beta'), (2, 'Alpha'), (3, 'Gamma')"),
+                QStringLiteral("INSERT INTO Channels VALUES (1, 'One', 1, 1), (2, 'Two', 2, 2), "
+                               "(3, 'Three', 3, 3)"),
+                QStringLiteral(
+                    "INSERT INTO News VALUES (1, '2005-01-03 10:15:30', 1, 'a'), "
+                    "(2, '2005-03-31 23:59:59', 2, 'b'), (3, '2005-04-01 00:00:00', 3, NULL), "
+                    "(4, '2006-12-31 12:00:00', 1, ''), (5, '2004-12-31 08:00:00', 2, 'e'), "
+                    "(6, NULL, 3, 'f')")});
 }
 
 } // namespace qrt::test
