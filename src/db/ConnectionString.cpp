@@ -167,21 +167,6 @@ ConnectionString fromPairs(const QString &text, const Pairs &pairs)
 
 } // namespace
 
-QString engineName(Engine engine)
-{
-    switch (engine) {
-    case Engine::SQLite:
-        return u"SQLite"_s;
-    case Engine::PostgreSQL:
-        return u"PostgreSQL"_s;
-    case Engine::ODBC:
-        return u"ODBC"_s;
-    case Engine::None:
-        break;
-    }
-    return u"none"_s;
-}
-
 ConnectionString ConnectionString::parse(const QString &text)
 {
     const QString trimmed = text.trimmed();

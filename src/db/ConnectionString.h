@@ -10,8 +10,6 @@ namespace qrt::db {
 
 enum class Engine { None, SQLite, PostgreSQL, ODBC };
 
-QString engineName(Engine engine);
-
 struct ConnectionString
 {
     Engine engine = Engine::None;

@@ -84,7 +84,6 @@ public:
         return false;
     }
     bool atEnd() const { return p == e; }
-    bool peekDigitAfter(Char c) const { return p != e && *p == c; }
 
     const Char *p;
     const Char *e;

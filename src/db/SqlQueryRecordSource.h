@@ -12,8 +12,6 @@ class SqlQueryRecordSource final : public RecordSource
 public:
     SqlQueryRecordSource(const QSqlDatabase &db, const QString &statement);
 
-    bool executed() const { return m_executed; }
-
     bool next() override;
     void close() override;
     int columnCount() const override;

@@ -15,8 +15,6 @@ public:
     SqliteRecordSource(sqlite3 *db, const QString &statement);
     ~SqliteRecordSource() override;
 
-    bool prepared() const { return m_stmt != nullptr; }
-
     bool next() override;
     void close() override;
     int columnCount() const override;
