@@ -20,16 +20,6 @@ void EmbeddableClasses::unregisterClass(const QString &className)
     registry.remove(className.toLower());
 }
 
-bool EmbeddableClasses::isRegistered(const QString &className)
-{
-    return registry.contains(className.toLower());
-}
-
-QStringList EmbeddableClasses::classNames()
-{
-    return registry.keys();
-}
-
 QWidget *EmbeddableClasses::create(const QString &className, QWidget *parent)
 {
     const auto it = registry.constFind(className.toLower());

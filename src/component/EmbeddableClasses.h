@@ -4,7 +4,6 @@
 // test that leaves a class out sees the window without that view.
 
 #include <QString>
-#include <QStringList>
 
 #include <functional>
 
@@ -17,8 +16,6 @@ public:
 
     static void registerClass(const QString &className, const Factory &factory);
     static void unregisterClass(const QString &className);
-    static bool isRegistered(const QString &className);
-    static QStringList classNames();
     // A new object of the class, or null when no class has that name.
     static QWidget *create(const QString &className, QWidget *parent);
 };
