@@ -52,7 +52,6 @@ public:
     // firstDay() + c - 1, counted from 1899-12-30; 0 is a blank date.
     qint32 firstDay() const { return m_firstDay; }
     quint32 dayCodeCount() const { return m_dayCodes; }
-    bool hasTimes() const { return !m_seconds.empty(); }
     // Seconds of the day per row of a chunk; empty when every value is a whole day.
     const std::vector<quint32> &seconds(int chunk) const;
     // The days that occur, ascending.

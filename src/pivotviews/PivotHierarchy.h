@@ -66,7 +66,6 @@ public:
 private:
     // The days [first, last] a member at a date level spans.
     void daySpan(Level level, qint64 key, qint64 &first, qint64 &last) const;
-    static qint32 representativeDay(Level level, qint64 key);
 
     const PivotColumn *m_column;
     Shape m_shape;

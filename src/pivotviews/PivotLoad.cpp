@@ -9,10 +9,8 @@ PivotLoad::PivotLoad(const QString &connectionString, const QString &commandText
     : QObject(parent)
     , m_entry(PivotDataCache::instance().acquire(connectionString, commandText))
 {
-    connect(&m_watcher, &QFutureWatcherBase::progressValueChanged, this, [this](int rows) {
-        m_rows = rows;
-        Q_EMIT progress(m_rows);
-    });
+    connect(&m_watcher, &QFutureWatcherBase::progressValueChanged, this,
+            [this](int rows) { Q_EMIT progress(rows); });
     connect(&m_watcher, &QFutureWatcherBase::finished, this, [this] {
         if (!m_cancelled)
             Q_EMIT finished();

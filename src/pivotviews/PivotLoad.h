@@ -28,7 +28,6 @@ public:
     // The data once finished; null on failure or cancel, see error().
     std::shared_ptr<const PivotData> data() const;
     QString error() const;
-    qint64 rowsRead() const { return m_rows; }
 
     void cancel();
 
@@ -39,7 +38,6 @@ Q_SIGNALS:
 private:
     std::shared_ptr<PivotDataCache::Entry> m_entry;
     QFutureWatcher<PivotDataCache::Result> m_watcher;
-    qint64 m_rows = 0;
     bool m_cancelled = false;
 };
 

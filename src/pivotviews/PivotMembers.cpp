@@ -49,13 +49,4 @@ PivotMember PivotMembers::Item(QStringView caption) const
     throw PivotError::noSuchMember(m_parent.Caption(), caption.toString());
 }
 
-std::vector<PivotMember> PivotMembers::toVector() const
-{
-    std::vector<PivotMember> members;
-    members.reserve(keys().size());
-    for (qint64 key : keys())
-        members.emplace_back(m_parent.FieldSet(), m_parent.level() + 1, key);
-    return members;
-}
-
 } // namespace qrt::pivot

@@ -21,7 +21,6 @@ public:
     PivotMember Item(QStringView caption) const;
     PivotMember operator[](qsizetype index) const { return Item(index); }
     PivotMember operator()(QStringView caption) const { return Item(caption); }
-    std::vector<PivotMember> toVector() const;
 
 private:
     const std::vector<qint64> &keys() const;

@@ -73,7 +73,6 @@ public:
     {
         return m_totalCaptions[static_cast<std::size_t>(total)];
     }
-    int totalFunction(int total) const { return m_functions[static_cast<std::size_t>(total)]; }
 
     // Empty where no row of the data falls in the cell, or where a total
     // other than Count finds no number there.
