@@ -32,24 +32,29 @@ void chooseOffscreenWithoutDisplay()
         qputenv("QT_QPA_PLATFORM", "offscreen");
 }
 
+// The commands that need no window run without a GUI application.
+struct Command
+{
+    const char *name;
+    int (*run)(const QStringList &arguments);
+};
+
+constexpr Command kWindowlessCommands[] = {
+    {"demo-db", &DemoDbCommand::run},
+    {"pivot", &PivotCommand::run},
+    {"settings", &SettingsCommand::run},
+};
+
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    if (argc > 1 && std::strcmp(argv[1], "demo-db") == 0) {
-        QCoreApplication app(argc, argv);
-        nameApplication();
-        return DemoDbCommand::run(QCoreApplication::arguments());
-    }
-    if (argc > 1 && std::strcmp(argv[1], "pivot") == 0) {
-        QCoreApplication app(argc, argv);
-        nameApplication();
-        return PivotCommand::run(QCoreApplication::arguments());
-    }
-    if (argc > 1 && std::strcmp(argv[1], "settings") == 0) {
-        QCoreApplication app(argc, argv);
-        nameApplication();
-        return SettingsCommand::run(QCoreApplication::arguments());
+    for (const Command &command : kWindowlessCommands) {
+        if (argc > 1 && std::strcmp(argv[1], command.name) == 0) {
+            QCoreApplication app(argc, argv);
+            nameApplication();
+            return command.run(QCoreApplication::arguments());
+        }
     }
     chooseOffscreenWithoutDisplay();
     QApplication app(argc, argv);
