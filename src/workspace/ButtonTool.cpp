@@ -19,8 +19,8 @@ protected:
 
 ButtonTool::ButtonTool(const QString &id, const QString &caption, const QIcon &icon,
                        QObject *parent)
-    : Tool(id, Kind::Button, parent)
-    , m_button(new ValueButton)
+    : Tool(id, new ValueButton, parent)
+    , m_button(static_cast<QToolButton *>(widget()))
 {
     m_button->setObjectName(id);
     m_button->setIcon(icon);
@@ -31,35 +31,24 @@ ButtonTool::ButtonTool(const QString &id, const QString &caption, const QIcon &i
     connect(m_button, &QToolButton::clicked, this, [this] { Q_EMIT fired(this); });
 }
 
-ButtonTool::~ButtonTool()
-{
-    if (m_button && !m_button->parent())
-        delete m_button.data();
-}
-
 int ButtonTool::Value() const
 {
-    return m_button && m_button->isChecked() ? 1 : 0;
+    return widget() && m_button->isChecked() ? 1 : 0;
 }
 
 void ButtonTool::setValue(int value)
 {
-    if (m_button)
+    if (widget())
         m_button->setChecked(value != 0);
 }
 
 QString ButtonTool::Caption() const
 {
-    return m_button ? m_button->text() : QString();
+    return widget() ? m_button->text() : QString();
 }
 
 void ButtonTool::setCaption(const QString &caption)
 {
-    if (m_button)
+    if (widget())
         m_button->setText(caption);
-}
-
-QWidget *ButtonTool::widget() const
-{
-    return m_button;
 }

@@ -5,7 +5,6 @@
 #include "workspace/Tool.h"
 
 #include <QIcon>
-#include <QPointer>
 
 class QToolButton;
 
@@ -16,15 +15,12 @@ class ButtonTool : public Tool
 public:
     ButtonTool(const QString &id, const QString &caption, const QIcon &icon,
                QObject *parent = nullptr);
-    ~ButtonTool() override;
 
     int Value() const;
     void setValue(int value);
     void setCaption(const QString &caption) override;
     QString Caption() const override;
 
-    QWidget *widget() const override;
-
 private:
-    QPointer<QToolButton> m_button;
+    QToolButton *m_button; // valid while widget() is
 };

@@ -5,7 +5,6 @@
 
 #include "workspace/Tool.h"
 
-#include <QPointer>
 #include <QStringList>
 
 class QComboBox;
@@ -18,19 +17,16 @@ class ComboTool : public Tool
 public:
     ComboTool(const QString &id, const QString &caption, const QStringList &items,
               QObject *parent = nullptr);
-    ~ComboTool() override;
 
     QString Text() const;
     void setText(const QString &text);
-    QStringList items() const;
 
     QString Caption() const override;
     void setCaption(const QString &caption) override;
-    QWidget *widget() const override;
     QComboBox *comboBox() const { return m_combo; }
 
 private:
-    QPointer<QWidget> m_box;
+    // Both live in widget(), and are valid while it is.
     QLabel *m_label;
     QComboBox *m_combo;
 };

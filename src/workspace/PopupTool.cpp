@@ -3,8 +3,8 @@
 #include <QToolButton>
 
 PopupTool::PopupTool(const QString &id, const QString &caption, PopupWindow *popup, QObject *parent)
-    : Tool(id, Kind::Popup, parent)
-    , m_button(new QToolButton)
+    : Tool(id, new QToolButton, parent)
+    , m_button(static_cast<QToolButton *>(widget()))
     , m_popup(popup)
 {
     m_button->setObjectName(id);
@@ -16,24 +16,13 @@ PopupTool::PopupTool(const QString &id, const QString &caption, PopupWindow *pop
     connect(m_button, &QToolButton::clicked, this, [this] { Q_EMIT fired(this); });
 }
 
-PopupTool::~PopupTool()
-{
-    if (m_button && !m_button->parent())
-        delete m_button.data();
-}
-
 QString PopupTool::Caption() const
 {
-    return m_button ? m_button->text() : QString();
+    return widget() ? m_button->text() : QString();
 }
 
 void PopupTool::setCaption(const QString &caption)
 {
-    if (m_button)
+    if (widget())
         m_button->setText(caption);
-}
-
-QWidget *PopupTool::widget() const
-{
-    return m_button;
 }

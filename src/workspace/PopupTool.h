@@ -4,8 +4,6 @@
 
 #include "workspace/Tool.h"
 
-#include <QPointer>
-
 class QToolButton;
 class PopupWindow;
 
@@ -16,14 +14,12 @@ class PopupTool : public Tool
 public:
     PopupTool(const QString &id, const QString &caption, PopupWindow *popup,
               QObject *parent = nullptr);
-    ~PopupTool() override;
 
     PopupWindow *popup() const { return m_popup; }
     QString Caption() const override;
     void setCaption(const QString &caption) override;
-    QWidget *widget() const override;
 
 private:
-    QPointer<QToolButton> m_button;
+    QToolButton *m_button; // valid while widget() is
     PopupWindow *m_popup;
 };

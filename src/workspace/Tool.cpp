@@ -1,13 +1,17 @@
 #include "workspace/Tool.h"
 
-#include <QWidget>
-
-Tool::Tool(const QString &id, Kind kind, QObject *parent)
+Tool::Tool(const QString &id, QWidget *widget, QObject *parent)
     : QObject(parent)
     , m_id(id)
-    , m_kind(kind)
+    , m_widget(widget)
 {
     setObjectName(id);
+}
+
+Tool::~Tool()
+{
+    if (m_widget && !m_widget->parent())
+        delete m_widget.data();
 }
 
 // The bar owns the widgets and may be gone first when a window closes.
@@ -20,17 +24,6 @@ void Tool::setEnabled(bool enabled)
 {
     if (QWidget *w = widget())
         w->setEnabled(enabled);
-}
-
-QString Tool::Caption() const
-{
-    return widget() ? widget()->accessibleName() : QString();
-}
-
-void Tool::setCaption(const QString &caption)
-{
-    if (QWidget *w = widget())
-        w->setAccessibleName(caption);
 }
 
 void Tool::setToolTipText(const QString &text)

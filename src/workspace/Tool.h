@@ -4,30 +4,30 @@
 // box its text, a pop-up tool its caption. A disabled tool does not fire.
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
-
-class QWidget;
+#include <QWidget>
 
 class Tool : public QObject
 {
     Q_OBJECT
 
 public:
-    enum class Kind { Button, Combo, Popup };
-
-    Tool(const QString &id, Kind kind, QObject *parent = nullptr);
+    // The tool takes `widget`, and deletes it unless a bar has taken it.
+    Tool(const QString &id, QWidget *widget, QObject *parent = nullptr);
+    ~Tool() override;
 
     const QString &ID() const { return m_id; }
-    Kind kind() const { return m_kind; }
 
     bool Enabled() const;
     void setEnabled(bool enabled);
-    virtual QString Caption() const;
-    virtual void setCaption(const QString &caption);
+    virtual QString Caption() const = 0;
+    virtual void setCaption(const QString &caption) = 0;
     void setToolTipText(const QString &text);
 
-    // The widget that stands for the tool in its bar.
-    virtual QWidget *widget() const = 0;
+    // The widget that stands for the tool in its bar; null once the bar,
+    // which owns it, is gone.
+    QWidget *widget() const { return m_widget; }
 
 Q_SIGNALS:
     // The user used the tool: a click, or a choice in a combo box.
@@ -35,5 +35,5 @@ Q_SIGNALS:
 
 private:
     QString m_id;
-    Kind m_kind;
+    QPointer<QWidget> m_widget;
 };
