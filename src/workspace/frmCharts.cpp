@@ -7,6 +7,7 @@
 #include "filterpanel/frmProvChannels.h"
 #include "newschart/ChartControl.h"
 #include "newschart/NamedPeriod.h"
+#include "newschart/StatisticsStatement.h"
 #include "newschart/frmChart.h"
 #include "settings/CAppSettings.h"
 #include "workspace/ButtonTool.h"
@@ -30,6 +31,7 @@
 
 using namespace Qt::StringLiterals;
 using qrt::chart::NamedPeriod;
+using qrt::chart::StatisticsStatement;
 namespace dates = qrt::dates;
 
 const QString frmCharts::TabCaptions =
@@ -53,16 +55,16 @@ struct ChartTypeItem
 const ChartTypeItem kChartTypes[] = {
     {u"Plot"_s, 1}, {u"Bar"_s, 2}, {u"Stacking Bar"_s, 4}, {u"Area"_s, 5}};
 
+// The ORDER BY text of each comes with the series columns of the statement.
 struct SeriesItem
 {
     QString text;
-    QString order;
     int chartSeria;
 };
 const SeriesItem kSeries[] = {
-    {u"Categories"_s, u"ORDER BY Categories.ID, News.pubDate"_s, 4},
-    {u"Providers"_s, u"ORDER BY Providers.ID, News.pubDate"_s, 3},
-    {u"Channels"_s, u"ORDER BY Channels.ID, News.pubDate"_s, 2},
+    {u"Categories"_s, 4},
+    {u"Providers"_s, 3},
+    {u"Channels"_s, 2},
 };
 
 QWidget *pageWithLayout(const QString &name)
@@ -151,10 +153,10 @@ void frmCharts::buildDockStudio(QWidget *page)
     page->layout()->addWidget(dsChart);
     dsChart->AddPopupWindow(u"pwfCal"_s, kCalendarSize);
     QToolBar *bar = dsChart->AddCommandBar(u"tbFilter"_s, u"Filter"_s);
-    dsChart->AddComboBox(
-        bar, u"cbFilter"_s, u"Period:"_s,
-        {u"Today"_s, u"Yesterday"_s, u"Last Week"_s, u"Last Month"_s, u"Last Year"_s, u"All"_s},
-        u"Select Period"_s);
+    QStringList periods;
+    for (int code = NamedPeriod::Today; code <= NamedPeriod::All; ++code)
+        periods << NamedPeriod::Text(code);
+    dsChart->AddComboBox(bar, u"cbFilter"_s, u"Period:"_s, periods, u"Select Period"_s);
     dsChart->AddPopupTool(bar, u"cpFrom"_s, u"From:"_s, u"pwfCal"_s,
                           u"Select start date for news"_s);
     dsChart->AddPopupTool(bar, u"cpTill"_s, u"To:"_s, u"pwfCal"_s, u"Select end date for news"_s);
@@ -279,7 +281,7 @@ void frmCharts::dsChart_ToolClick(Tool *tool)
         const QString text = commands.GetComboBox(id)->Text();
         for (const auto &item : kSeries) {
             if (item.text == text) {
-                fChart->sOrder = item.order;
+                fChart->sOrder = StatisticsStatement::ColumnsFor(item.chartSeria)->order;
                 fChart->chartSeria = item.chartSeria;
                 break;
             }
@@ -309,8 +311,7 @@ void frmCharts::pwCalendar_Hide(int)
         return;
     const double picked = dates::fromQDate(fCalendar->Cal->selectedDate());
     double &date = bCalendarFrom ? fChart->FromDate : fChart->TillDate;
-    if (picked != date)
-        date = picked;
+    date = picked;
     const QString id = bCalendarFrom ? u"cpFrom"_s : u"cpTill"_s;
     if (PopupTool *tool = dsChart->Commands().GetPopupTool(id))
         tool->setCaption((bCalendarFrom ? u"From:"_s : u"To:"_s) + dates::toText(date));
@@ -320,13 +321,11 @@ void frmCharts::SetPeriod(int Period)
 {
     ComboTool *period = dsChart->Commands().GetComboBox(u"cbFilter"_s);
     const double today = dates::today();
-    if (fChart->TillDate != today)
-        fChart->TillDate = today;
+    fChart->TillDate = today;
     const double first = NamedPeriod::FirstDate(Period, today);
     if (period && !NamedPeriod::Text(Period).isEmpty())
         period->setText(NamedPeriod::Text(Period));
-    if (fChart->FromDate != first)
-        fChart->FromDate = first;
+    fChart->FromDate = first;
     if (PopupTool *from = dsChart->Commands().GetPopupTool(u"cpFrom"_s))
         from->setCaption(u"From:"_s + shortDate(first));
     if (PopupTool *till = dsChart->Commands().GetPopupTool(u"cpTill"_s))
@@ -372,7 +371,8 @@ void frmCharts::LoadSettings()
         ->setText(storedSetting(u"SERIES"_s, u"Provider"_s).toString());
     if (const auto seria = storedNumber(u"SERIESVALUE"_s, 3))
         fChart->chartSeria = *seria;
-    fChart->sOrder = storedSetting(u"ORDER"_s, u"ORDER BY Providers.ID, News.pubDate"_s).toString();
+    fChart->sOrder =
+        storedSetting(u"ORDER"_s, StatisticsStatement::ColumnsFor(3)->order).toString();
     if (const auto period = storedNumber(u"PERIOD"_s, NamedPeriod::LastMonth))
         SetPeriod(*period);
 }
