@@ -90,10 +90,7 @@ void frmChart::DrawChart()
     if (sFilter.isEmpty())
         return;
     setMousePointer(kHourglass);
-    QString where = qrt::chart::StatisticsStatement::PeriodClause(FromDate, TillDate, sFilter);
-    bool hasRows = false;
-    LoadSeries(where, hasRows);
-    if (!hasRows) {
+    if (!LoadSeries(qrt::chart::StatisticsStatement::PeriodClause(FromDate, TillDate, sFilter))) {
         setMousePointer(kDefaultPointer);
         return;
     }
@@ -103,16 +100,15 @@ void frmChart::DrawChart()
     c.setNumSeries(int(SeriesData.size()) - 1);
     c.setNumPoints(1, pointNumber(MaxDate));
     const int numSeries = c.NumSeries();
-    for (int i = 1; i <= numSeries && i < int(SeriesData.size()); ++i) {
+    for (int i = 1; i <= numSeries; ++i) {
         const auto &points = SeriesData[size_t(i)].Points;
         for (size_t j = 1; j < points.size(); ++j) {
             const qint32 k = pointNumber(points[j].PointDate);
             double cell = 0.0;
             if (!c.Y(i, k, cell))
                 continue; // a point outside the table is left out
-            const double hole = c.HoleValue();
             const auto count = double(points[j].NewsCount);
-            c.setY(i, k, cell != hole ? cell + count : count);
+            c.setY(i, k, c.IsHole(cell) ? count : cell + count);
         }
     }
     SetupAxes();
@@ -122,11 +118,11 @@ void frmChart::DrawChart()
     setMousePointer(kDefaultPointer);
 }
 
-void frmChart::LoadSeries(QString &where, bool &hasRows)
+bool frmChart::LoadSeries(const QString &where)
 {
-    hasRows = false;
     if (!gConnection)
-        return;
+        return false;
+    bool hasRows = false;
     gConnection->Open(gConnectionString);
     {
         // A connection that did not open gives no rows.
@@ -150,6 +146,7 @@ void frmChart::LoadSeries(QString &where, bool &hasRows)
         }
     }
     gConnection->Close();
+    return hasRows;
 }
 
 void frmChart::SetupAxes()

@@ -57,7 +57,8 @@ private:
     };
 
     void ClearChart();
-    void LoadSeries(QString &where, bool &hasRows);
+    // Reads the rows into SeriesData and the series labels; false when none came.
+    bool LoadSeries(const QString &where);
     void SetupAxes();
     void SetupTimeAxis();
     void setMousePointer(int pointer);
