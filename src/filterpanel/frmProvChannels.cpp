@@ -21,23 +21,31 @@
 
 using namespace Qt::StringLiterals;
 
-const QString frmProvChannels::GridsStatement =
+namespace {
+
+// The two statements differ only in how they find the channels with news.
+const QString kGridsSelect =
     u"SELECT distinct Channels.ID as Chan_ID, Providers.ID as Prov_ID, Categories.ID as Categ_ID, "
     "Channels.Channel, Providers.Provider, Categories.Name as Categories FROM Providers INNER JOIN "
-    "(Categories INNER JOIN (Channels INNER JOIN News ON Channels.ID = News.Channel) ON "
-    "Categories.ID = Channels.Category) ON Providers.ID = Channels.Provider ORDER BY "
-    "Channels.ID,Providers.ID , Categories.ID"_s;
+    "(Categories INNER JOIN "_s;
+const QString kGridsOrder = u" ORDER BY Channels.ID,Providers.ID , Categories.ID"_s;
+
+} // namespace
+
+const QString frmProvChannels::GridsStatement =
+    kGridsSelect +
+    u"(Channels INNER JOIN News ON Channels.ID = News.Channel) ON "
+    "Categories.ID = Channels.Category) ON Providers.ID = Channels.Provider"_s +
+    kGridsOrder;
 
 QString frmProvChannels::GridsStatementFor(qrt::db::Engine engine)
 {
     if (engine != qrt::db::Engine::SQLite && engine != qrt::db::Engine::PostgreSQL)
         return GridsStatement;
-    return u"SELECT distinct Channels.ID as Chan_ID, Providers.ID as Prov_ID, "
-           "Categories.ID as Categ_ID, Channels.Channel, Providers.Provider, "
-           "Categories.Name as Categories FROM Providers INNER JOIN (Categories INNER JOIN "
-           "Channels ON Categories.ID = Channels.Category) ON Providers.ID = Channels.Provider "
-           "WHERE Channels.ID IN (SELECT DISTINCT News.Channel FROM News) ORDER BY "
-           "Channels.ID,Providers.ID , Categories.ID"_s;
+    return kGridsSelect +
+           u"Channels ON Categories.ID = Channels.Category) ON Providers.ID = Channels.Provider "
+           "WHERE Channels.ID IN (SELECT DISTINCT News.Channel FROM News)"_s +
+           kGridsOrder;
 }
 
 namespace {
@@ -106,10 +114,10 @@ void frmProvChannels::Form_Load()
     QPalette palette = elstFilter1->palette();
     palette.setColor(QPalette::Window, ThemeColors::toQColor(gThemeFillColor));
     elstFilter1->setPalette(palette);
-    for (TickList *grid : {fgCategories, fgProviders, fgChannels})
+    for (TickList *grid : {fgCategories, fgProviders, fgChannels}) {
         grid->model()->setEditable(2);
-    for (TickList *grid : {fgCategories, fgProviders, fgChannels})
         AddGridRow(grid, u"ALL"_s, u"All"_s, true, true);
+    }
     FillGrids();
     for (TickList *grid : {fgCategories, fgProviders, fgChannels})
         grid->model()->setRowData(0, grid->model()->Rows() - 1);
