@@ -8,6 +8,8 @@
 #include <QJsonObject>
 #include <QStringList>
 
+#include <optional>
+
 using namespace Qt::StringLiterals;
 
 namespace qrt::chart {
@@ -28,6 +30,15 @@ QStringList days(const ChartControl &chart)
     for (int k = 1; k <= points; ++k)
         out << dates::toQDate(x->TimeBase + k).toString(Qt::ISODate);
     return out;
+}
+
+// The value of series i at point k, or nothing for a hole.
+std::optional<double> value(const ChartControl &chart, int i, int k)
+{
+    double v = 0.0;
+    if (!chart.Y(i, k, v) || chart.IsHole(v))
+        return std::nullopt;
+    return v;
 }
 
 QString csvField(const QString &text)
@@ -54,9 +65,8 @@ QByteArray ChartTable::Csv(const ChartControl &chart, double minDate, double max
     for (int k = 1; k <= dayTexts.size(); ++k) {
         QStringList line = {dayTexts[k - 1]};
         for (int i = 1; i <= chart.NumSeries(); ++i) {
-            double v = 0.0;
-            const bool has = chart.Y(i, k, v) && !chart.IsHole(v);
-            line << (has ? QString::number(v, 'g', 17) : QString());
+            const auto v = value(chart, i, k);
+            line << (v ? QString::number(*v, 'g', 17) : QString());
         }
         out += line.join(u',') + u"\r\n"_s;
     }
@@ -70,9 +80,8 @@ QByteArray ChartTable::Json(const ChartControl &chart, double minDate, double ma
     for (int i = 1; i <= chart.NumSeries(); ++i) {
         QJsonArray values;
         for (int k = 1; k <= dayTexts.size(); ++k) {
-            double v = 0.0;
-            const bool has = chart.Y(i, k, v) && !chart.IsHole(v);
-            values.append(has ? QJsonValue(v) : QJsonValue(QJsonValue::Null));
+            const auto v = value(chart, i, k);
+            values.append(v ? QJsonValue(*v) : QJsonValue(QJsonValue::Null));
         }
         series.append(
             QJsonObject{{u"name"_s, chart.SeriesLabels().value(i - 1)}, {u"values"_s, values}});

@@ -10,7 +10,6 @@ class DayAxisTicker : public QCPAxisTicker
 {
 public:
     void setBase(double base) { m_base = base; }
-    double base() const { return m_base; }
 
 protected:
     double getTickStep(const QCPRange &range) override;

@@ -15,7 +15,6 @@ public:
     // False, and the container unchanged, when no class has the name.
     bool CreateEmbed(const QString &sourceDoc, const QString &className);
     void Delete();
-    QWidget *object() const { return m_object; }
 
 private:
     QPointer<QWidget> m_object;

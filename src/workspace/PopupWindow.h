@@ -15,7 +15,6 @@ public:
     PopupWindow(const QString &key, const QSize &size, QWidget *parent = nullptr);
 
     void setContent(QWidget *form);
-    QWidget *content() const { return m_content; }
 
     bool Visible() const { return isVisible(); }
     // Showing drops the window under `anchor`; hiding closes it with Hide.
