@@ -55,6 +55,16 @@ inline QStringList newsTables(bool postgres)
     };
 }
 
+// The statement both pivot views run.
+inline QString pivotStatement()
+{
+    return QStringLiteral(
+        "SELECT Providers.Provider, Channels.Channel, News.Title AS News, News.pubDate as "
+        "NewsDate, Categories.Name AS Category FROM Categories INNER JOIN (Providers INNER JOIN "
+        "(Channels INNER JOIN News ON Channels.ID = News.Channel) ON Providers.ID = "
+        "Channels.Provider) ON Categories.ID = Channels.Category; ");
+}
+
 // Runs statements on a writable connection; fails the test on the first error.
 inline bool execAll(const QString &connection, const QStringList &statements)
 {
@@ -86,14 +96,19 @@ inline qint64 countRows(const QString &connection, const QString &table)
 
 } // namespace qrt::test
 
-// Skips where no server was started, but fails in CI, where one must be.
+// A case without its PostgreSQL database skips where no server was started,
+// but fails in CI, where one must be.
+#define QRT_SKIP_WITHOUT_POSTGRES(why)                                                             \
+    do {                                                                                           \
+        if (qEnvironmentVariableIsSet("CI") || qEnvironmentVariableIsSet("QRT_TEST_PG"))           \
+            QFAIL(qPrintable(why));                                                                \
+        QSKIP(qPrintable(why));                                                                    \
+    } while (false)
+
 #define QRT_REQUIRE_POSTGRES(url, name)                                                            \
     do {                                                                                           \
         QString why_;                                                                              \
         url = qrt::test::createPostgresDatabase(name, &why_);                                      \
-        if (url.isEmpty()) {                                                                       \
-            if (qEnvironmentVariableIsSet("CI") || qEnvironmentVariableIsSet("QRT_TEST_PG"))       \
-                QFAIL(qPrintable(why_));                                                           \
-            QSKIP(qPrintable(why_));                                                               \
-        }                                                                                          \
+        if (url.isEmpty())                                                                         \
+            QRT_SKIP_WITHOUT_POSTGRES(why_);                                                       \
     } while (false)
