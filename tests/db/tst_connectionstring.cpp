@@ -31,8 +31,6 @@ void tst_ConnectionString::parse_data()
 
     QTest::newRow("bare path") << u"/srv/news.db"_s << Engine::SQLite << u"/srv/news.db"_s
                                << QString() << -1 << QString() << QString();
-    QTest::newRow("relative path") << u"news.db"_s << Engine::SQLite << u"news.db"_s << QString()
-                                   << -1 << QString() << QString();
     QTest::newRow("path with =") << u"/tmp/a=b.db"_s << Engine::SQLite << u"/tmp/a=b.db"_s
                                  << QString() << -1 << QString() << QString();
     QTest::newRow("file URL") << u"file:///srv/news.db"_s << Engine::SQLite << u"/srv/news.db"_s

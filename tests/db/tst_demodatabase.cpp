@@ -96,18 +96,13 @@ void tst_DemoDatabase::realisticShape()
     QString error;
     QVERIFY2(DemoDatabase::create(path, options(60000), &error), qPrintable(error));
     QCOMPARE(column(path, u"SELECT COUNT(*) FROM News"_s), QList<qint64>{60000});
-    const qint64 providers = column(path, u"SELECT COUNT(*) FROM Providers"_s).value(0);
-    const qint64 channels = column(path, u"SELECT COUNT(*) FROM Channels"_s).value(0);
-    const qint64 categories = column(path, u"SELECT COUNT(*) FROM Categories"_s).value(0);
-    QVERIFY2(providers >= 24 && providers <= 60, qPrintable(QString::number(providers)));
-    QVERIFY2(channels >= 100 && channels <= 200, qPrintable(QString::number(channels)));
-    QVERIFY2(categories >= 8 && categories <= 12, qPrintable(QString::number(categories)));
 
     // A few channels never publish, and activity is very unequal.
     const QList<qint64> perChannel = column(
         path, u"SELECT COUNT(News.ID) FROM Channels LEFT JOIN News ON News.Channel = Channels.ID "
               "GROUP BY Channels.ID ORDER BY 1 DESC"_s);
-    QCOMPARE(perChannel.size(), channels);
+    QVERIFY2(perChannel.size() >= 100 && perChannel.size() <= 200,
+             qPrintable(QString::number(perChannel.size())));
     QVERIFY(perChannel.last() == 0);
     QVERIFY(perChannel.count(0) <= 10);
     const qint64 median = perChannel.at(perChannel.size() / 2);
