@@ -119,10 +119,16 @@ PivotMember firstHour(PivotView &view)
     return member;
 }
 
+// A total over the Words column, which only the random data has.
+Case words(const QString &name, int function, const QString &aggregate, const Level &row,
+           const Level &column)
+{
+    return {name, {row}, {column}, {}, {}, u"Words"_s, function, aggregate, true};
+}
+
 QList<Case> cases()
 {
     QList<Case> list;
-    list.append({u"one row level"_s, {kProvider}, {}, {}, {}});
     list.append({u"two row levels"_s, {kYears, kMonths, kProvider}, {}, {}, {}});
     list.append({u"column field"_s, {kCategory}, {kProvider}, {}, {}});
     list.append({u"include filter"_s,
@@ -178,42 +184,10 @@ QList<Case> cases()
                  u"NewsDate"_s,
                  PivotTotal::Count,
                  u"COUNT(News.pubDate)"_s});
-    list.append({u"sum"_s,
-                 {kProvider},
-                 {kCategory},
-                 {},
-                 {},
-                 u"Words"_s,
-                 PivotTotal::Sum,
-                 u"SUM(News.Words)"_s,
-                 true});
-    list.append({u"min"_s,
-                 {kProvider},
-                 {kCategory},
-                 {},
-                 {},
-                 u"Words"_s,
-                 PivotTotal::Min,
-                 u"MIN(News.Words)"_s,
-                 true});
-    list.append({u"max"_s,
-                 {kProvider},
-                 {kCategory},
-                 {},
-                 {},
-                 u"Words"_s,
-                 PivotTotal::Max,
-                 u"MAX(News.Words)"_s,
-                 true});
-    list.append({u"average"_s,
-                 {kChannel},
-                 {kYears},
-                 {},
-                 {},
-                 u"Words"_s,
-                 PivotTotal::Average,
-                 u"AVG(News.Words)"_s,
-                 true});
+    list << words(u"sum"_s, PivotTotal::Sum, u"SUM(News.Words)"_s, kProvider, kCategory)
+         << words(u"min"_s, PivotTotal::Min, u"MIN(News.Words)"_s, kProvider, kCategory)
+         << words(u"max"_s, PivotTotal::Max, u"MAX(News.Words)"_s, kProvider, kCategory)
+         << words(u"average"_s, PivotTotal::Average, u"AVG(News.Words)"_s, kChannel, kYears);
     return list;
 }
 

@@ -96,8 +96,6 @@ void tst_PivotLoad::columnKinds_data()
         << QStringList{u"2005-03-14"_s, u"2005-03-15 10:00:00"_s, u"soon"_s} << true;
     QTest::newRow("numbers, then text") << QVariantList{7, u"x"_s, 7} << PivotColumn::Kind::Text
                                         << QStringList{u"7"_s, u"x"_s} << false;
-    QTest::newRow("text, then numbers") << QVariantList{u"x"_s, 7} << PivotColumn::Kind::Text
-                                        << QStringList{u"7"_s, u"x"_s} << false;
     QTest::newRow("nothing but blanks")
         << QVariantList{null, u""_s} << PivotColumn::Kind::Text << QStringList() << true;
 }
