@@ -103,8 +103,6 @@ void tst_Host::demoDbArguments_data()
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("message");
     QTest::newRow("no target") << QStringList{u"demo-db"_s} << 2 << u"target"_s;
-    QTest::newRow("items not a number")
-        << QStringList{u"demo-db"_s, u"x.db"_s, u"--items"_s, u"many"_s} << 2 << u"--items"_s;
     QTest::newRow("negative items")
         << QStringList{u"demo-db"_s, u"x.db"_s, u"--items"_s, u"-5"_s} << 2 << u"--items"_s;
     QTest::newRow("bad date") << QStringList{u"demo-db"_s, u"x.db"_s, u"--until"_s, u"31/12/2025"_s}
@@ -128,12 +126,10 @@ void tst_Host::demoDbArguments()
 void tst_Host::demoDbKeepsExistingFile()
 {
     const QString db = m_home.filePath(u"existing.db"_s);
-    QCOMPARE(run({u"demo-db"_s, db, u"--items"_s, u"300"_s, u"--until"_s, u"2025-01-31"_s}, m_env)
-                 .exitCode,
-             0);
     QFile file(db);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QByteArray before = file.readAll();
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    const QByteArray before = "precious";
+    file.write(before);
     file.close();
     const Run r = run({u"demo-db"_s, db, u"--items"_s, u"10"_s}, m_env);
     QCOMPARE(r.exitCode, 1);

@@ -143,20 +143,12 @@ void tst_statCharts::firstWindow()
     std::unique_ptr<QWidget> window(charts.ShowChartForm());
     QCOMPARE(window->windowTitle(), u"Statistic Charts"_s);
     QCOMPARE(window->size(), QSize(592, 338));
-    QVERIFY(window->isWindow());
     auto *tabs = window->findChild<QTabWidget *>(u"tabCharts"_s);
     QVERIFY(tabs);
     QCOMPARE(tabs->count(), 3);
     QCOMPARE(tabs->tabText(0), u"&Built-In Chart"_s);
     QCOMPARE(tabs->tabText(1), u"MS Office &Pivot Chart"_s);
     QCOMPARE(tabs->tabText(2), u"MS Office Pivot &Table"_s);
-    QCOMPARE(tabs->widget(0)->objectName(), u"elsBorder"_s);
-    QCOMPARE(tabs->widget(1)->objectName(), u"elstMSchart"_s);
-    QCOMPARE(tabs->widget(2)->objectName(), u"WebBrowser1"_s);
-    // The access keys switch pages.
-    tabs->setCurrentIndex(0);
-    window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(window.get()));
 }
 
 void tst_statCharts::accessKeysAndProbes_data()
@@ -224,7 +216,6 @@ void tst_statCharts::themeColors()
         const QPalette palette = QApplication::palette();
         QCOMPARE(gThemeFillColor, ThemeColors::fromQColor(palette.color(QPalette::Window)));
         QCOMPARE(gThemeGradientColor, ThemeColors::fromQColor(palette.color(QPalette::Midlight)));
-        QCOMPARE(ThemeColors::toQColor(gThemeFillColor), palette.color(QPalette::Window).toRgb());
     } else {
         QCOMPARE(gThemeFillColor, 0x8000000Fu);
         QCOMPARE(gThemeGradientColor, 0x8000000Fu);
@@ -249,7 +240,6 @@ void tst_statCharts::createByClassId_data()
     QTest::addColumn<bool>("created");
     QTest::newRow("the class id") << QByteArray(statCharts::ClassId) << true;
     QTest::newRow("in lower case") << QByteArray(statCharts::ClassId).toLower() << true;
-    QTest::newRow("the interface id") << QByteArray(statCharts::InterfaceId) << false;
     QTest::newRow("empty") << QByteArray() << false;
 }
 
