@@ -46,8 +46,6 @@ public:
     // The normal exit: pops the label.
     void Leave();
 
-    bool Aborted() const { return m_aborted; }
-
 private:
     CErrorHandler *m_handler;
     bool m_aborted = false;

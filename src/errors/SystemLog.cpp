@@ -66,11 +66,6 @@ private:
 
 } // namespace
 
-QString SocketPath()
-{
-    return socketPath();
-}
-
 void SetSocketPath(const QString &path)
 {
     socketPath() = path;

@@ -10,8 +10,7 @@
 
 namespace qrt::errors::SystemLog {
 
-// "/dev/log" unless set otherwise.
-QString SocketPath();
+// The socket is "/dev/log" unless set otherwise.
 void SetSocketPath(const QString &path);
 
 // True when a log daemon accepts connections on the socket right now.
