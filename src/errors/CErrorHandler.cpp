@@ -7,6 +7,7 @@
 #include "errors/frmErrorMessage.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QMessageBox>
 
 #include <new>
@@ -145,8 +146,7 @@ void CErrorHandler::CallStackPop()
         // Traced before the removal: a failing trace leaves the element.
         Trace(false, m_callStack.constLast());
         m_callStack.removeLast();
-        if (!m_callStackData.isEmpty())
-            m_callStackData.removeLast();
+        m_callStackData.removeLast();
     });
 }
 
@@ -155,7 +155,7 @@ void CErrorHandler::CallStackClear()
     Guarded([&] {
         if (!m_callStackEnabled)
             return;
-        if (m_callStack.size() > WalkLimit || m_callStackData.size() > WalkLimit)
+        if (m_callStack.size() > WalkLimit)
             Raise(ErrComponentFailure);
         m_callStack.clear();
         m_callStackData.clear();
@@ -165,10 +165,11 @@ void CErrorHandler::CallStackClear()
 void CErrorHandler::Clear(bool ClearLogFile, bool ClearTracingLogFile)
 {
     Guarded([&] {
-        if (!m_errorLogFile.isEmpty() && ClearLogFile)
-            qrt::errors::LogFile::Remove(m_errorLogFile);
-        if (!m_tracingLogFile.isEmpty() && ClearTracingLogFile)
-            qrt::errors::LogFile::Remove(m_tracingLogFile);
+        // A missing file or a refused deletion is no concern of the caller's.
+        if (ClearLogFile)
+            QFile::remove(m_errorLogFile);
+        if (ClearTracingLogFile)
+            QFile::remove(m_tracingLogFile);
     });
 }
 

@@ -21,9 +21,4 @@ bool AppendLine(const QString &fileName, const QString &text)
     return file.flush() && written && (file.close(), file.error() == QFileDevice::NoError);
 }
 
-void Remove(const QString &fileName)
-{
-    QFile::remove(fileName);
-}
-
 } // namespace qrt::errors::LogFile

@@ -13,8 +13,4 @@ namespace qrt::errors::LogFile {
 // Appends text and CR LF; false when the file could not be opened or written.
 bool AppendLine(const QString &fileName, const QString &text);
 
-// Deletes the file; a missing file or a refused deletion is no concern of
-// the caller's.
-void Remove(const QString &fileName);
-
 } // namespace qrt::errors::LogFile
