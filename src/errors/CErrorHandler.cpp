@@ -52,17 +52,9 @@ void CErrorHandler::Raise(qint32 number) const
 // Runs one operation of the class: its own numbered errors pass, anything
 // else becomes the component failure.
 template<typename Operation>
-auto CErrorHandler::Guarded(Operation &&operation) const
+void CErrorHandler::Guarded(Operation &&operation) const
 {
-    try {
-        return operation();
-    } catch (const ComponentError &error) {
-        if (error.source == Source())
-            throw;
-        Raise(ErrComponentFailure);
-    } catch (...) {
-        Raise(ErrComponentFailure);
-    }
+    RunGuarded(Source(), operation, [this] { Raise(ErrComponentFailure); });
 }
 
 CErrorHandler::CErrorHandler()

@@ -111,7 +111,7 @@ public:
 private:
     [[noreturn]] void Raise(qint32 number) const;
     template<typename Operation>
-    auto Guarded(Operation &&operation) const;
+    void Guarded(Operation &&operation) const;
     void RecordCurrentError(const std::exception_ptr &error);
     void Trace(bool entered, const QString &label) const;
     QString GetCallStack(qint16 Indent, bool IncludeData) const;

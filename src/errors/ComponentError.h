@@ -31,3 +31,20 @@ struct ComponentError : std::exception
 private:
     QByteArray m_what;
 };
+
+// Runs one operation of a class whose errors carry source: the class's own
+// errors pass, anything else thrown inside goes to fail, which raises the
+// class's component failure instead.
+template<typename Operation, typename Fail>
+void RunGuarded(const QString &source, Operation &&operation, Fail &&fail)
+{
+    try {
+        operation();
+    } catch (const ComponentError &error) {
+        if (error.source == source)
+            throw;
+        fail();
+    } catch (...) {
+        fail();
+    }
+}

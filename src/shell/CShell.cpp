@@ -145,15 +145,7 @@ int Execute(const QString &item)
 template<typename Operation>
 void Guarded(Operation &&operation)
 {
-    try {
-        operation();
-    } catch (const ComponentError &error) {
-        if (error.source == Source())
-            throw;
-        Raise(CShell::ErrComponentFailure);
-    } catch (...) {
-        Raise(CShell::ErrComponentFailure);
-    }
+    RunGuarded(Source(), operation, [] { Raise(CShell::ErrComponentFailure); });
 }
 
 } // namespace
