@@ -72,14 +72,18 @@ Spawned Spawn(const QString &program, const QStringList &arguments, const QStrin
     return spawned;
 }
 
+// Waits until the child has ended and collects it.
+void Reap(pid_t pid)
+{
+    int status;
+    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    }
+}
+
 // A child we no longer wait for is still collected when it ends.
 void ReapLater(pid_t pid)
 {
-    std::thread([pid] {
-        int status;
-        while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-        }
-    }).detach();
+    std::thread(Reap, pid).detach();
 }
 
 enum class Ending { Exited, Signalled, StillRunning };
@@ -112,16 +116,13 @@ Ended WaitFor(pid_t pid, std::chrono::milliseconds limit)
     }
 }
 
-QStringList Arguments(const QString &parameters)
+// The program by its full path, as the caller's current directory names it
+// (the child changes into its own directory before the program is looked
+// at), and its parameters split as a command line.
+Spawned SpawnProgram(const QString &program, const QString &parameters, const QString &directory)
 {
-    return QProcess::splitCommand(parameters);
-}
-
-// The program by its full path, as the caller's current directory names it:
-// the child changes into its own directory before the program is looked at.
-QString AbsoluteProgram(const QString &program)
-{
-    return QFileInfo(program).absoluteFilePath();
+    return Spawn(QFileInfo(program).absoluteFilePath(), QProcess::splitCommand(parameters),
+                 directory, false);
 }
 
 } // namespace
@@ -209,7 +210,7 @@ int OpenWithDesktop(const QString &target)
 
 int StartProgram(const QString &program, const QString &parameters, const QString &directory)
 {
-    const Spawned child = Spawn(AbsoluteProgram(program), Arguments(parameters), directory, false);
+    const Spawned child = SpawnProgram(program, parameters, directory);
     if (child.error != 0)
         return ShellValueOfSpawnError(child.error);
     ReapLater(child.pid);
@@ -218,12 +219,10 @@ int StartProgram(const QString &program, const QString &parameters, const QStrin
 
 bool RunProgram(const QString &program, const QString &parameters, const QString &directory)
 {
-    const Spawned child = Spawn(AbsoluteProgram(program), Arguments(parameters), directory, false);
+    const Spawned child = SpawnProgram(program, parameters, directory);
     if (child.error != 0)
         return false;
-    int status;
-    while (::waitpid(child.pid, &status, 0) < 0 && errno == EINTR) {
-    }
+    Reap(child.pid);
     return true;
 }
 
