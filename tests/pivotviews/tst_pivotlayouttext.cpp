@@ -109,8 +109,6 @@ void tst_PivotLayoutText::badLayoutsRaise_data()
         << u"NewsDate By Month(Months=2005)"_s << QString() << PivotError::Code::WrongFieldSet;
     QTest::newRow("both kinds") << u"Provider(Provider=Alpha)(Provider!=beta)"_s << QString()
                                 << PivotError::Code::InvalidValue;
-    QTest::newRow("no operator") << u"Provider(Provider~Alpha)"_s << QString()
-                                 << PivotError::Code::InvalidValue;
     QTest::newRow("unclosed") << u"Provider[Provider"_s << QString()
                               << PivotError::Code::InvalidValue;
     QTest::newRow("function") << QString() << u"x=Median(News)"_s << PivotError::Code::InvalidValue;
