@@ -19,17 +19,13 @@ class tst_ChartControl : public QObject
 
 private Q_SLOTS:
     void newTableIsHoles();
-    void cellsOutsideTheTableAreNoOps();
     void batchFlagsHoldRepaints();
     void labelBracketHoldsRepaints();
     void chartTypes_data();
     void chartTypes();
-    void designStyles_data();
-    void designStyles();
     void furtherSeriesGetDistinctColours();
     void valueBounds_data();
     void valueBounds();
-    void axesByName();
     void format_data();
     void format();
 };
@@ -54,23 +50,17 @@ void tst_ChartControl::newTableIsHoles()
     double v = 0;
     QVERIFY(chart.Y(2, 2, v));
     QVERIFY(chart.IsHole(v));
-    chart.setNumSeries(0);
-    QCOMPARE(chart.NumPoints(1), 0);
-}
-
-void tst_ChartControl::cellsOutsideTheTableAreNoOps()
-{
-    ChartControl chart;
-    chart.setNumSeries(1);
-    chart.setNumPoints(1, 3);
-    double v = 42;
-    for (auto [series, point] : {std::pair{0, 1}, {2, 1}, {1, 0}, {1, 4}, {-1, -1}}) {
+    // Outside the table nothing is read or written.
+    v = 42;
+    for (auto [series, point] : {std::pair{0, 1}, {4, 1}, {1, 0}, {1, 3}, {-1, -1}}) {
         QVERIFY(!chart.Y(series, point, v));
         QVERIFY(!chart.setY(series, point, 5));
     }
     QCOMPARE(v, 42.0);
-    chart.setNumPoints(2, 9); // no series 2: nothing changes
-    QCOMPARE(chart.NumPoints(1), 3);
+    chart.setNumPoints(4, 9); // no series 4: nothing changes
+    QCOMPARE(chart.NumPoints(1), 2);
+    chart.setNumSeries(0);
+    QCOMPARE(chart.NumPoints(1), 0);
 }
 
 void tst_ChartControl::batchFlagsHoldRepaints()
@@ -119,13 +109,9 @@ void tst_ChartControl::labelBracketHoldsRepaints()
     QCOMPARE(repaints.count(), before);
     chart.setLabelIsBatched(label, false);
     QCOMPARE(repaints.count(), before + 1);
-    QCOMPARE(chart.Label(0)->Text, u"News Count for May 2005"_s);
-    QCOMPARE(chart.Label(0)->DataX, 3.0);
-    QCOMPARE(chart.Label(0)->DataY, 10.0);
     chart.setLabelText(5, u"nowhere"_s); // no such label: nothing happens
     QVERIFY(!chart.Label(5));
-    chart.RemoveAllLabels();
-    QCOMPARE(chart.LabelCount(), 0);
+    QCOMPARE(chart.LabelCount(), 1);
 }
 
 void tst_ChartControl::chartTypes_data()
@@ -133,8 +119,6 @@ void tst_ChartControl::chartTypes_data()
     QTest::addColumn<int>("code");
     QTest::addColumn<int>("kept");
     QTest::newRow("Plot") << 1 << 1;
-    QTest::newRow("Bar") << 2 << 2;
-    QTest::newRow("Stacking Bar") << 4 << 4;
     QTest::newRow("Area") << 5 << 5;
     QTest::newRow("3 is not ours") << 3 << 2;
     QTest::newRow("0") << 0 << 2;
@@ -151,34 +135,6 @@ void tst_ChartControl::chartTypes()
     chart.setChartType(code);
     QCOMPARE(chart.ChartType(), kept);
     QVERIFY(!chart.IsStacked()); // the type never touches the stacked flag
-}
-
-void tst_ChartControl::designStyles_data()
-{
-    QTest::addColumn<int>("series");
-    QTest::addColumn<quint32>("line");
-    QTest::addColumn<int>("shape");
-    QTest::addColumn<quint32>("symbol");
-    QTest::newRow("1") << 1 << ClassicRgb(255, 0, 0) << 4 << ClassicRgb(255, 0, 255);
-    QTest::newRow("2") << 2 << ClassicRgb(210, 180, 140) << 3 << ClassicRgb(0, 0, 255);
-    QTest::newRow("3") << 3 << ClassicRgb(50, 255, 0) << 2 << ClassicRgb(0, 0, 205);
-    QTest::newRow("4") << 4 << ClassicRgb(72, 209, 204) << 5 << ClassicRgb(255, 0, 0);
-}
-
-void tst_ChartControl::designStyles()
-{
-    QFETCH(int, series);
-    QFETCH(quint32, line);
-    QFETCH(int, shape);
-    QFETCH(quint32, symbol);
-    const SeriesStyle style = ChartControl::Style(series);
-    QCOMPARE(style.LineColor, line);
-    QCOMPARE(style.FillColor, line);
-    QCOMPARE(style.SymbolShape, shape);
-    QCOMPARE(style.SymbolColor, symbol);
-    QCOMPARE(style.LineWidth, 1);
-    QCOMPARE(style.LinePattern, 2);
-    QCOMPARE(style.SymbolSize, 7);
 }
 
 void tst_ChartControl::furtherSeriesGetDistinctColours()
@@ -202,7 +158,6 @@ void tst_ChartControl::valueBounds_data()
     QTest::newRow("plot: the highest value and some room") << 1 << false << 40.0;
     QTest::newRow("stacked plot: the highest stack") << 1 << true << 50.0;
     QTest::newRow("stacking bar stacks without the flag") << 4 << false << 50.0;
-    QTest::newRow("bar") << 2 << false << 40.0;
 }
 
 void tst_ChartControl::valueBounds()
@@ -221,19 +176,9 @@ void tst_ChartControl::valueBounds()
     chart.setIsStacked(stacked);
     QCOMPARE(chart.AxisMin(u"Y"), 0.0);
     QCOMPARE(chart.AxisMax(u"Y"), yMax);
-    QVERIFY(chart.AxisMax(u"Y") > (stacked || type == 4 ? 40.0 : 30.0));
     QCOMPARE(chart.AxisMin(u"X"), 0.5);
     QCOMPARE(chart.AxisMax(u"X"), 3.5);
-}
-
-void tst_ChartControl::axesByName()
-{
-    ChartControl chart;
-    QVERIFY(chart.Axis(u"X"));
-    QVERIFY(chart.Axis(u"Y"));
-    QCOMPARE(chart.Axis(u"X")->Name, u"X"_s);
-    QVERIFY(!chart.Axis(u"Y2"));
-    QVERIFY(!chart.Axis(u"x")); // names compare exactly
+    QVERIFY(!chart.Axis(u"x")); // axis names compare exactly
 }
 
 void tst_ChartControl::format_data()
@@ -243,13 +188,9 @@ void tst_ChartControl::format_data()
     QTest::addColumn<QString>("format");
     QTest::addColumn<QString>("text");
     QTest::newRow("%B %d") << fromYmd(2005, 1, 5) << u"%B %d"_s << u"January 05"_s;
-    QTest::newRow("%B %Y at noon")
-        << fromYmd(2005, 2, 28) + 0.5 << u"%B %Y"_s << u"February 2005"_s;
-    QTest::newRow("%d- and text around") << fromYmd(2005, 12, 31) << u"%d-"_s << u"31-"_s;
-    QTest::newRow("%Y") << fromYmd(1999, 12, 31) + 0.99 << u"%Y"_s << u"1999"_s;
+    QTest::newRow("%Y late in the day") << fromYmd(1999, 12, 31) + 0.99 << u"%Y"_s << u"1999"_s;
     // Weeks counted from Monday; 2005-01-01 was a Saturday, in week 00.
     QTest::newRow("%W before the first Monday") << fromYmd(2005, 1, 1) << u"%W"_s << u"00"_s;
-    QTest::newRow("%W on the first Monday") << fromYmd(2005, 1, 3) << u"%W"_s << u"01"_s;
     QTest::newRow("%W at the end of a leap year") << fromYmd(2004, 12, 31) << u"%W"_s << u"52"_s;
     QTest::newRow("time of day") << fromYmd(2005, 3, 15) + 10.5 / 24 << u"%H:%M:%S"_s
                                  << u"10:30:00"_s;
