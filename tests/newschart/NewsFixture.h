@@ -11,23 +11,6 @@
 
 namespace qrt::test {
 
-struct NewsItem
-{
-    QString pubDate;
-    int channel = 1;
-    bool hasId = true;
-};
-
-inline NewsItem parseItem(const QString &text)
-{
-    const QStringList parts = text.split(u'|');
-    NewsItem item;
-    item.pubDate = parts.value(0);
-    item.channel = parts.value(1, QStringLiteral("1")).toInt();
-    item.hasId = parts.value(2) != QLatin1StringView("null");
-    return item;
-}
-
 // Providers 1 and 2 with two channels each, in two categories; provider 0
 // ("Zero Desk", channel 9) only where a test asks for an ID of 0.
 inline QStringList newsSchema(bool postgres, bool withProviderZero = false)
@@ -52,12 +35,13 @@ inline QStringList newsInserts(const QStringList &items, qint64 firstId = 1)
     QString values;
     qint64 id = firstId;
     for (const QString &text : items) {
-        const NewsItem item = parseItem(text);
+        const QStringList parts = text.split(u'|'); // date, channel, perhaps "null"
         if (!values.isEmpty())
             values += QLatin1Char(',');
+        const bool hasId = parts.value(2) != QLatin1StringView("null");
         values += QStringLiteral("(%1, '%2', %3, 'item')")
-                      .arg(item.hasId ? QString::number(id) : QStringLiteral("NULL"), item.pubDate)
-                      .arg(item.channel);
+                      .arg(hasId ? QString::number(id) : QStringLiteral("NULL"), parts.value(0),
+                           parts.value(1, QStringLiteral("1")));
         ++id;
         if (values.size() > 200000) {
             sql << QStringLiteral("INSERT INTO News VALUES ") + values;
