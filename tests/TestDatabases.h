@@ -83,17 +83,6 @@ inline bool execAll(const QString &connection, const QStringList &statements)
     return true;
 }
 
-inline qint64 countRows(const QString &connection, const QString &table)
-{
-    db::Connection writer;
-    if (!writer.Open(connection, db::Connection::Access::ReadWrite))
-        return -1;
-    QSqlQuery query(writer.database());
-    if (!query.exec(QStringLiteral("SELECT COUNT(*) FROM ") + table) || !query.next())
-        return -1;
-    return query.value(0).toLongLong();
-}
-
 } // namespace qrt::test
 
 // A case without its PostgreSQL database skips where no server was started,
