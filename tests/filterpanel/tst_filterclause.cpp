@@ -61,7 +61,6 @@ class tst_FilterClause : public QObject
 private Q_SLOTS:
     void gridClause_data();
     void gridClause();
-    void workedExample();
     void roundTrip_data();
     void roundTrip();
     void malformedStoredText_data();
@@ -91,21 +90,6 @@ void tst_FilterClause::gridClause()
     fill(grid, range(1, items));
     untick(grid, unticked);
     QTEST(FilterClause::GetGridClause(grid), "clause");
-}
-
-void tst_FilterClause::workedExample()
-{
-    TickListModel categories, providers, channels;
-    fill(categories, range(1, 3));
-    fill(providers, range(1, 6));
-    fill(channels, range(1, 6));
-    untick(providers, range(3, 6));
-    untick(channels, {4, 5});
-    // "All" unticked by hand counts for nothing: row 0 is not an item.
-    categories.setCell(TickListModel::CellChecked, 0, TickListModel::Unticked);
-    QCOMPARE(FilterClause::compose(categories, providers, channels),
-             u"Categories.ID  not in (0) AND Providers.ID  in ( 1, 2) AND Channels.ID  not in "
-             "( 4, 5) "_s);
 }
 
 void tst_FilterClause::roundTrip_data()
