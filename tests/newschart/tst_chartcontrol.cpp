@@ -118,7 +118,6 @@ void tst_ChartControl::chartTypes_data()
 {
     QTest::addColumn<int>("code");
     QTest::addColumn<int>("kept");
-    QTest::newRow("Plot") << 1 << 1;
     QTest::newRow("Area") << 5 << 5;
     QTest::newRow("3 is not ours") << 3 << 2;
     QTest::newRow("0") << 0 << 2;
