@@ -3,11 +3,13 @@
 // configuration folders point into a temporary folder, for this process and
 // for the programs it starts, so no test touches real settings.
 
+#include "settings/CAppSettings.h"
 #include "settings/SettingsStore.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 #include <QProcessEnvironment>
 #include <QTemporaryDir>
 #include <QTest>
@@ -59,6 +61,32 @@ public:
 private:
     QTemporaryDir m_dir;
 };
+
+// The settings of the host program: Software\Koltrin\Zorvane.
+inline CAppSettings zorvaneSettings()
+{
+    CAppSettings settings;
+    settings.Init(QStringLiteral("Koltrin"), QStringLiteral("Zorvane"));
+    return settings;
+}
+
+// How a program run ended: its exit code (-1 when it crashed or hung) and
+// what it printed.
+struct ProgramRun
+{
+    int exitCode = -1;
+    QString out, err;
+};
+
+inline ProgramRun runProgram(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit)
+        return {};
+    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
 
 namespace qrt::settings {
 // Entries as the comparisons of the tests print them.

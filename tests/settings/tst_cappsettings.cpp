@@ -46,13 +46,6 @@ std::optional<ComponentError> raisedBy(const std::function<void()> &operation)
     return std::nullopt;
 }
 
-CAppSettings zorvaneSettings()
-{
-    CAppSettings settings;
-    settings.Init(u"Koltrin"_s, u"Zorvane"_s);
-    return settings;
-}
-
 // A file of the user's root whose section holds count integer entries.
 QByteArray fileWithEntries(int count)
 {
@@ -86,16 +79,13 @@ class tst_CAppSettings : public QObject
 private Q_SLOTS:
     void init();
 
-    void initialProperties();
     void initStoresCompanyBeforeRefusingAppName();
-    void acceptedProperties();
     void errorTable_data();
     void errorTable();
     void refusedSaveKeepsStoredValueAndVariable_data();
     void refusedSaveKeepsStoredValueAndVariable();
     void roundTrip_data();
     void roundTrip();
-    void secondSaveReplacesTypeAndValue();
     void getSettingGivesDefault_data();
     void getSettingGivesDefault();
     void sectionPaths();
@@ -114,38 +104,12 @@ void tst_CAppSettings::init()
     m_home.clear();
 }
 
-void tst_CAppSettings::initialProperties()
-{
-    const CAppSettings settings;
-    QCOMPARE(settings.RootKey(), static_cast<qint32>(0x80000001u));
-    QCOMPARE(settings.MainBranch(), u"Software"_s);
-    QCOMPARE(settings.CompanyName(), u"MyCompany"_s);
-    QCOMPARE(settings.AppName(), u"MyApplication"_s);
-}
-
 void tst_CAppSettings::initStoresCompanyBeforeRefusingAppName()
 {
     CAppSettings settings;
     QVERIFY(raisedBy([&] { settings.Init(u"Koltrin"_s, QString()); }));
     QCOMPARE(settings.CompanyName(), u"Koltrin"_s);
     QCOMPARE(settings.AppName(), u"MyApplication"_s);
-
-    QVERIFY(raisedBy([&] { settings.Init(QString(), u"Zorvane"_s); }));
-    QCOMPARE(settings.CompanyName(), u"Koltrin"_s);
-    QCOMPARE(settings.AppName(), u"MyApplication"_s);
-}
-
-void tst_CAppSettings::acceptedProperties()
-{
-    CAppSettings settings;
-    settings.RootKey(static_cast<qint32>(0x80000002u));
-    QCOMPARE(settings.RootKey(), CAppSettings::MachineRoot);
-    settings.RootKey(static_cast<qint32>(0x80000001u));
-    QCOMPARE(settings.RootKey(), CAppSettings::CurrentUserRoot);
-    settings.MainBranch(u"Programs"_s);
-    settings.Init(u"Koltrin"_s, u"Zorvane"_s);
-    QCOMPARE(propertiesOf(settings), (Properties{CAppSettings::CurrentUserRoot, u"Programs"_s,
-                                                 u"Koltrin"_s, u"Zorvane"_s}));
 }
 
 void tst_CAppSettings::errorTable_data()
@@ -159,31 +123,21 @@ void tst_CAppSettings::errorTable_data()
     const Action none = [](CAppSettings &) {};
     const QString cls = u"QRT_StatCharts.CAppSettings"_s;
     const QString store = u"QRT_StatCharts.CAppSetting"_s;
-    const QString badAppName = u"Invalid AppName value"_s;
-    const QString badCompany = u"Invalid CompanyName value"_s;
-    const QString badRoot = u"Invalid root key value"_s;
-    const QString failedSave = u"Failed saving the application setting"_s;
     const QString failure = u"CAppSettings component failure"_s;
 
     QTest::newRow("Init with an empty AppName")
         << none << Action([](CAppSettings &s) { s.Init(u"Koltrin"_s, QString()); }) << 0x8004427Du
-        << cls << badAppName;
-    QTest::newRow("AppName set empty")
-        << none << Action([](CAppSettings &s) { s.AppName(QString()); }) << 0x8004427Du << cls
-        << badAppName;
-    QTest::newRow("Init with an empty CompanyName")
-        << none << Action([](CAppSettings &s) { s.Init(QString(), u"Zorvane"_s); }) << 0x8004427Eu
-        << cls << badCompany;
+        << cls << u"Invalid AppName value"_s;
     QTest::newRow("CompanyName set empty")
         << none << Action([](CAppSettings &s) { s.CompanyName(QString()); }) << 0x8004427Eu << cls
-        << badCompany;
+        << u"Invalid CompanyName value"_s;
     QTest::newRow("MainBranch set empty")
         << none << Action([](CAppSettings &s) { s.MainBranch(QString()); }) << 0x8004427Fu << cls
         << u"Invalid MainBranch value"_s;
-    for (const quint32 root : {0u, 1u, 0x80000000u, 0x80000003u, 0x80000005u, 0xFFFFFFFFu}) {
+    for (const quint32 root : {0u, 0x80000000u, 0x80000003u}) {
         QTest::addRow("RootKey set to 0x%x", root)
             << none << Action([root](CAppSettings &s) { s.RootKey(static_cast<qint32>(root)); })
-            << 0x80044280u << cls << badRoot;
+            << 0x80044280u << cls << u"Invalid root key value"_s;
     }
     QTest::newRow("SaveSetting where the settings folder can't be made")
         << none << Action([this](CAppSettings &s) {
@@ -193,13 +147,7 @@ void tst_CAppSettings::errorTable_data()
                qputenv("XDG_CONFIG_HOME", QFile::encodeName(blocked));
                s.SaveSetting(Section, u"LEGEND"_s, u"0"_s);
            })
-        << 0x80044281u << store << failedSave;
-    QTest::newRow("SaveSetting to a section that names no node")
-        << none << Action([](CAppSettings &s) {
-               QVariant value = 1;
-               s.SaveSetting(u"A\\\\B"_s, u"LEGEND"_s, value);
-           })
-        << 0x80044281u << store << failedSave;
+        << 0x80044281u << store << u"Failed saving the application setting"_s;
     QTest::newRow("GetAllKeys of a missing section") << none << Action([](CAppSettings &s) {
         QStringList keys;
         s.GetAllKeys(u"NOSUCHSECTION"_s, keys);
@@ -256,9 +204,7 @@ void tst_CAppSettings::refusedSaveKeepsStoredValueAndVariable_data()
     QTest::newRow("unsigned out of range") << QVariant(4000000000u);
     QTest::newRow("64-bit out of range") << QVariant(Q_INT64_C(-5000000000));
     QTest::newRow("not a number") << QVariant(std::numeric_limits<double>::quiet_NaN());
-    QTest::newRow("infinite") << QVariant(std::numeric_limits<double>::infinity());
     QTest::newRow("bytes") << QVariant(QByteArray("12"));
-    QTest::newRow("list") << QVariant(QVariantList{1, 2});
     QTest::newRow("list of texts") << QVariant(QStringList{u"a"_s});
 }
 
@@ -295,26 +241,20 @@ void tst_CAppSettings::roundTrip_data()
     same("text", text(u"ORDER BY Providers.ID, News.pubDate"_s));
     same("empty text", text(u""_s));
     same("non-ASCII text", text(u"Zürich – 新闻 \\ \"q\""_s));
-    same("digits as text", text(u"42"_s));
     same("integer", 1);
-    same("negative integer", -7);
     QTest::newRow("largest") << QVariant(Q_INT64_C(2147483647)) << QVariant(2147483647)
                              << QVariant(2147483647);
     QTest::newRow("smallest") << QVariant(Q_INT64_C(-2147483648)) << QVariant(-2147483647 - 1)
                               << QVariant(-2147483647 - 1);
-    QTest::newRow("short") << QVariant::fromValue<short>(12) << QVariant(12) << QVariant(12);
     QTest::newRow("unsigned") << QVariant(7u) << QVariant(7) << QVariant(7);
     QTest::newRow("fraction rounds up") << QVariant(3.6) << QVariant(4) << QVariant(4);
-    QTest::newRow("fraction rounds down") << QVariant(3.4) << QVariant(3) << QVariant(3);
     QTest::newRow("negative fraction") << QVariant(-3.6) << QVariant(-4) << QVariant(-4);
     QTest::newRow("half to even below") << QVariant(2.5) << QVariant(2) << QVariant(2);
     QTest::newRow("half to even above") << QVariant(3.5) << QVariant(4) << QVariant(4);
-    QTest::newRow("negative half") << QVariant(-2.5) << QVariant(-2) << QVariant(-2);
     QTest::newRow("rounds into range")
         << QVariant(-2147483648.4) << QVariant(-2147483647 - 1) << QVariant(-2147483647 - 1);
     QTest::newRow("float") << QVariant(1.25f) << QVariant(1) << QVariant(1);
     QTest::newRow("true") << QVariant(true) << text(u"True"_s) << QVariant(true);
-    QTest::newRow("false") << QVariant(false) << text(u"False"_s) << QVariant(false);
     QTest::newRow("date") << QVariant(QDate(2005, 3, 15)) << text(u"2005-03-15"_s)
                           << QVariant(QDate(2005, 3, 15));
     const QDateTime morning(QDate(2005, 3, 15), QTime(10, 30));
@@ -350,16 +290,6 @@ void tst_CAppSettings::roundTrip()
              stored.typeId() == QMetaType::Int ? 4 : stored.toString().toUtf8().size() + 1);
 }
 
-void tst_CAppSettings::secondSaveReplacesTypeAndValue()
-{
-    const CAppSettings settings = zorvaneSettings();
-    settings.SaveSetting(Section, u"KEY"_s, u"text"_s);
-    settings.SaveSetting(Section, u"KEY"_s, 12);
-    QCOMPARE(settings.GetSetting(Section, u"KEY"_s), QVariant(12));
-    settings.SaveSetting(Section, u"KEY"_s, u"again"_s);
-    QCOMPARE(settings.GetSetting(Section, u"KEY"_s), QVariant(u"again"_s));
-}
-
 void tst_CAppSettings::getSettingGivesDefault_data()
 {
     QTest::addColumn<bool>("sectionExists");
@@ -369,7 +299,6 @@ void tst_CAppSettings::getSettingGivesDefault_data()
 
     const std::optional<StoreEntry> none;
     QTest::newRow("missing section") << false << none << QVariant(u"Plot"_s) << QVariant(u"Plot"_s);
-    QTest::newRow("missing section, no default") << false << none << QVariant() << QVariant();
     QTest::newRow("missing key") << true << none << QVariant(5) << QVariant(5);
     QTest::newRow("missing key, no default") << true << none << QVariant() << QVariant();
     QTest::newRow("entry of another type")

@@ -19,29 +19,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct Run
-{
-    int exitCode = -1;
-    QString out, err;
-};
-
-Run run(const QString &program, const QStringList &arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit)
-        return {};
-    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
-}
-
-CAppSettings zorvane()
-{
-    CAppSettings settings;
-    settings.Init(u"Koltrin"_s, u"Zorvane"_s);
-    return settings;
-}
-
 QString zorvaneStats()
 {
     return qEnvironmentVariable("ZORVANE_STATS");
@@ -93,10 +70,11 @@ private:
                                               QFile::ReadGroup | QFile::ExeGroup);
         });
     }
-    Run unprivileged(const QStringList &arguments)
+    ProgramRun unprivileged(const QStringList &arguments)
     {
-        return run(QStringLiteral(SETTINGS_HELPER),
-                   QStringList{u"unprivileged"_s, zorvaneStats(), u"settings"_s} + arguments);
+        return runProgram(QStringLiteral(SETTINGS_HELPER),
+                          QStringList{u"unprivileged"_s, zorvaneStats(), u"settings"_s} +
+                              arguments);
     }
 
     SettingsTestHome m_home;
@@ -128,7 +106,7 @@ void tst_SettingsProcesses::concurrentWritersLoseNothing()
         QCOMPARE(process->exitCode(), 0);
     }
 
-    const CAppSettings settings = zorvane();
+    const CAppSettings settings = zorvaneSettings();
     QStringList names;
     settings.GetAllKeys(u"RACE"_s, names);
     QCOMPARE(names.size(), writers * keys);
@@ -162,7 +140,7 @@ void tst_SettingsProcesses::killedWriterLeavesAWholeFile()
         QCOMPARE(error.error, QJsonParseError::NoError);
         // The writer reports a number once stored, so the file holds that one
         // or, when the kill came after the rename, the next.
-        const CAppSettings settings = zorvane();
+        const CAppSettings settings = zorvaneSettings();
         const int stored = settings.GetSetting(u"LOOP"_s, u"COUNTER"_s).toInt();
         QVERIFY2(stored == lastReported || stored == lastReported + 1,
                  qPrintable(u"stored %1, reported %2"_s.arg(stored).arg(lastReported)));
@@ -182,7 +160,8 @@ void tst_SettingsProcesses::damagedFileIsSetAsideByTheNextProgram()
     const QByteArray garbage = "{\"nodes\": {\"Software\": tru";
     QVERIFY(SettingsTestHome::write(file, garbage));
 
-    const Run get = run(zorvaneStats(), {u"settings"_s, u"get"_s, u"STATCHART"_s, u"LEGEND"_s});
+    const ProgramRun get =
+        runProgram(zorvaneStats(), {u"settings"_s, u"get"_s, u"STATCHART"_s, u"LEGEND"_s});
     QCOMPARE(get.exitCode, 1);
     QVERIFY2(get.err.contains(u"no setting LEGEND in section STATCHART"_s), qPrintable(get.err));
     const QStringList files = filesBeside(file).filter(u".damaged-"_s);
@@ -191,11 +170,11 @@ void tst_SettingsProcesses::damagedFileIsSetAsideByTheNextProgram()
     const QString backup = QFileInfo(file).absolutePath() + u'/' + files.first();
     QCOMPARE(SettingsTestHome::contents(backup), garbage);
 
-    const Run set =
-        run(zorvaneStats(), {u"settings"_s, u"set"_s, u"STATCHART"_s, u"LEGEND"_s, u"0"_s});
+    const ProgramRun set =
+        runProgram(zorvaneStats(), {u"settings"_s, u"set"_s, u"STATCHART"_s, u"LEGEND"_s, u"0"_s});
     QCOMPARE(set.exitCode, 0);
     QStringList keys;
-    zorvane().GetAllKeys(u"STATCHART"_s, keys);
+    zorvaneSettings().GetAllKeys(u"STATCHART"_s, keys);
     QCOMPARE(keys, QStringList{u"LEGEND"_s});
     QCOMPARE(SettingsTestHome::contents(backup), garbage);
 }
@@ -203,19 +182,19 @@ void tst_SettingsProcesses::damagedFileIsSetAsideByTheNextProgram()
 void tst_SettingsProcesses::unwritableFolderRefusesSave()
 {
     const QString file = m_home.userFile();
-    zorvane().SaveSetting(u"STATCHART"_s, u"LEGEND"_s, u"1"_s);
+    zorvaneSettings().SaveSetting(u"STATCHART"_s, u"LEGEND"_s, u"1"_s);
     const QByteArray before = SettingsTestHome::contents(file);
     const QDateTime modified = QFileInfo(file).lastModified();
     {
         const auto restore = readOnlyFolder();
-        const Run set = unprivileged({u"set"_s, u"STATCHART"_s, u"LEGEND"_s, u"0"_s});
+        const ProgramRun set = unprivileged({u"set"_s, u"STATCHART"_s, u"LEGEND"_s, u"0"_s});
         QCOMPARE(set.exitCode, 1);
         QVERIFY2(set.err.contains(u"zorvane-stats: error 0x80044281 (-2147204479) "
                                   "QRT_StatCharts.CAppSetting: Failed saving the application "
                                   "setting"_s),
                  qPrintable(set.err));
         // Reading needs no write right.
-        const Run get = unprivileged({u"get"_s, u"STATCHART"_s, u"LEGEND"_s});
+        const ProgramRun get = unprivileged({u"get"_s, u"STATCHART"_s, u"LEGEND"_s});
         QCOMPARE(get.exitCode, 0);
         QCOMPARE(get.out, u"1\n"_s);
     }
@@ -231,10 +210,10 @@ void tst_SettingsProcesses::damagedFileInUnwritableFolderIsNeverOverwritten()
     QVERIFY(SettingsTestHome::write(file, garbage));
     {
         const auto restore = readOnlyFolder();
-        const Run set = unprivileged({u"set"_s, u"STATCHART"_s, u"LEGEND"_s, u"0"_s});
+        const ProgramRun set = unprivileged({u"set"_s, u"STATCHART"_s, u"LEGEND"_s, u"0"_s});
         QCOMPARE(set.exitCode, 1);
         QVERIFY2(set.err.contains(u"0x80044281"_s), qPrintable(set.err));
-        const Run get = unprivileged({u"get"_s, u"STATCHART"_s, u"LEGEND"_s});
+        const ProgramRun get = unprivileged({u"get"_s, u"STATCHART"_s, u"LEGEND"_s});
         QCOMPARE(get.exitCode, 1);
     }
     QCOMPARE(SettingsTestHome::contents(file), garbage);
