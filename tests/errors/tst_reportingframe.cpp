@@ -55,7 +55,6 @@ private Q_SLOTS:
     void initTestCase();
     void answers_data();
     void answers();
-    void reportShownToTheUser();
     void messageBoxThenDialog();
     void failingHandleErrorLeavesTheFrame();
     void failingPushAndPop();
@@ -89,8 +88,6 @@ void tst_ReportingFrame::answers_data()
     QTest::newRow("no failure") << form << 0 << QStringList() << 1 << 1 << true << outer;
     QTest::newRow("dialog: abort")
         << form << 1 << QStringList({u"btnAbort"_s}) << 1 << 0 << false << QStringList();
-    QTest::newRow("dialog: close box aborts")
-        << form << 1 << QStringList({u"close"_s}) << 1 << 0 << false << QStringList();
     QTest::newRow("dialog: retry, then it works")
         << form << 1 << QStringList({u"btnRetry"_s}) << 2 << 1 << true << outer;
     QTest::newRow("dialog: retry, fails again, ignore")
@@ -99,14 +96,10 @@ void tst_ReportingFrame::answers_data()
     QTest::newRow("dialog: retry, fails again, abort")
         << form << 5 << QStringList({u"btnRetry"_s, u"btnAbort"_s}) << 2 << 0 << false
         << QStringList();
-    QTest::newRow("dialog: ignore")
-        << form << 1 << QStringList({u"btnIgnore"_s}) << 1 << 1 << true << outer;
     QTest::newRow("box: abort") << box << 1 << QStringList({u"Abort"_s}) << 1 << 0 << false
                                 << QStringList();
     QTest::newRow("box: retry then ignore")
         << box << 2 << QStringList({u"Retry"_s, u"Ignore"_s}) << 2 << 1 << true << outer;
-    QTest::newRow("box: ignore") << box << 1 << QStringList({u"Ignore"_s}) << 1 << 1 << true
-                                 << outer;
     QTest::newRow("nobody asked: abort") << qint32(CErrorHandler::ActionLogFile) << 1
                                          << QStringList() << 1 << 0 << false << QStringList();
 }
@@ -140,27 +133,6 @@ void tst_ReportingFrame::answers()
     // After an abort the outer procedure's own pop finds nothing to do.
     handler.CallStackPop();
     QVERIFY(handler.CallStack().isEmpty());
-}
-
-void tst_ReportingFrame::reportShownToTheUser()
-{
-    CErrorHandler handler;
-    handler.Init(CErrorHandler::ActionErrorForm, u"errors.log"_s, true);
-    DialogAnswerer user({u"btnIgnore"_s});
-    Procedure procedure{1};
-    procedure.Run(&handler);
-
-    QCOMPARE(user.seen.size(), 1);
-    QCOMPARE(user.seen.at(0).kind, u"form"_s);
-    const QString text = user.seen.at(0).text;
-    const QString expectedTail =
-        u"\r\n\tError: -2147203463, (File not found)\r\n\tin "_s + Label +
-        u" at line 17\r\n\r\nThe call stack is:\r\n                    "_s + Label +
-        u"()\r\nVersion: "_s + QString::fromLatin1(QRT_VERSION_STRING);
-    QVERIFY2(text.endsWith(expectedTail), qPrintable(text));
-    QCOMPARE(text.size(), u"2005-03-15 - 10:00:00"_s.size() + expectedTail.size());
-    QCOMPARE(handler.ErrorNumber(), -2147203463);
-    QCOMPARE(handler.ErrorLine(), 17);
 }
 
 void tst_ReportingFrame::messageBoxThenDialog()
