@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QHash>
 #include <QProcess>
 #include <QScopeGuard>
 #include <QStandardPaths>
@@ -41,39 +42,21 @@ constexpr qint32 CannotCreateProcess = -2147203451;
 constexpr qint32 CannotShowProperties = -2147203450;
 constexpr qint32 ComponentFailure = -2147203449;
 
-QString Description(qint32 number)
-{
-    switch (number) {
-    case FileNotFound:
-        return u"File not found"_s;
-    case PathNotFound:
-        return u"Path not found"_s;
-    case OutOfMemory:
-        return u"Out of memory"_s;
-    case DllNotFound:
-        return u"DLL not found"_s;
-    case SharingViolation:
-        return u"A sharing violation occurred"_s;
-    case AssocIncomplete:
-        return u"Incomplete or invalid file association"_s;
-    case DdeTimeout:
-        return u"DDE timeout"_s;
-    case DdeFail:
-        return u"DDE transaction failed"_s;
-    case DdeBusy:
-        return u"DDE busy"_s;
-    case NoAssociation:
-        return u"No association for file extension"_s;
-    case BadFormat:
-        return u"Invalid EXE file or error in EXE image"_s;
-    case CannotCreateProcess:
-        return u"Cannot create process"_s;
-    case CannotShowProperties:
-        return u"Cannot show properties"_s;
-    default:
-        return u"CShell component failure"_s;
-    }
-}
+const QHash<qint32, QString> Descriptions{
+    {FileNotFound, u"File not found"_s},
+    {PathNotFound, u"Path not found"_s},
+    {OutOfMemory, u"Out of memory"_s},
+    {DllNotFound, u"DLL not found"_s},
+    {SharingViolation, u"A sharing violation occurred"_s},
+    {AssocIncomplete, u"Incomplete or invalid file association"_s},
+    {DdeTimeout, u"DDE timeout"_s},
+    {DdeFail, u"DDE transaction failed"_s},
+    {DdeBusy, u"DDE busy"_s},
+    {NoAssociation, u"No association for file extension"_s},
+    {BadFormat, u"Invalid EXE file or error in EXE image"_s},
+    {CannotCreateProcess, u"Cannot create process"_s},
+    {CannotShowProperties, u"Cannot show properties"_s},
+    {ComponentFailure, u"CShell component failure"_s}};
 
 // The number raised (0 for none), after checking source and description.
 qint32 RaisedBy(const std::function<void()> &call)
@@ -82,7 +65,7 @@ qint32 RaisedBy(const std::function<void()> &call)
         call();
     } catch (const ComponentError &error) {
         if (error.source != u"QRT_StatCharts.CShell"_s ||
-            error.description != Description(error.number))
+            error.description != Descriptions.value(error.number))
             return 1;
         return error.number;
     }
@@ -238,32 +221,32 @@ void tst_CShell::openerOutcomes_data()
         {"exit 75 try later", "exit 75", DdeBusy, DdeBusy},
         {"killed by a signal", "kill -SEGV $$", DdeFail, DdeFail},
         {"no answer in time", "exec sleep 5", DdeTimeout, DdeTimeout},
-        {"exit 9", "exit 9", 0, 0},
     };
+    // The three operations of the long table share one path, as do the two
+    // of the short one: each outcome goes through one of each, in turn.
+    const QString longOps[][2] = {
+        {u"OpenDocument"_s, doc}, {u"OpenFolder"_s, u"docs"_s}, {u"ExploreFolder"_s, u"docs"_s}};
+    const QString shortOps[][2] = {{u"OpenUrl"_s, url},
+                                   {u"CreateNewMailMessage"_s, u"a@b.example"_s}};
+    int turn = 0;
     for (const Outcome &o : outcomes) {
-        QTest::addRow("%s: OpenDocument", o.name)
-            << o.opener << u"OpenDocument"_s << doc << o.longTable;
-        QTest::addRow("%s: OpenFolder", o.name)
-            << o.opener << u"OpenFolder"_s << u"docs"_s << o.longTable;
-        QTest::addRow("%s: ExploreFolder", o.name)
-            << o.opener << u"ExploreFolder"_s << u"docs"_s << o.longTable;
-        QTest::addRow("%s: OpenUrl", o.name) << o.opener << u"OpenUrl"_s << url << o.shortTable;
-        QTest::addRow("%s: CreateNewMailMessage", o.name)
-            << o.opener << u"CreateNewMailMessage"_s << u"a@b.example"_s << o.shortTable;
+        const auto &l = longOps[turn % 3];
+        const auto &s = shortOps[turn % 2];
+        ++turn;
+        QTest::addRow("%s: %s", o.name, qPrintable(l[0]))
+            << o.opener << l[0] << l[1] << o.longTable;
+        QTest::addRow("%s: %s", o.name, qPrintable(s[0]))
+            << o.opener << s[0] << s[1] << o.shortTable;
     }
     // "Does not exist": a missing item, or a missing folder on its way.
     QTest::newRow("exit 2: OpenFolder, item missing")
         << QByteArray("exit 2") << u"OpenFolder"_s << gone << FileNotFound;
     QTest::newRow("exit 2: OpenFolder, folder missing")
         << QByteArray("exit 2") << u"OpenFolder"_s << deep << PathNotFound;
-    QTest::newRow("exit 2: ExploreFolder, absolute path, folder missing")
-        << QByteArray("exit 2") << u"ExploreFolder"_s << m_dir.filePath(deep) << PathNotFound;
     QTest::newRow("exit 2: file URL, folder missing")
         << QByteArray("exit 2") << u"OpenFolder"_s
         << QUrl::fromLocalFile(m_dir.filePath(deep)).toString() << PathNotFound;
     QTest::newRow("exit 2: OpenUrl") << QByteArray("exit 2") << u"OpenUrl"_s << deep << 0;
-    QTest::newRow("exit 2: OpenUrl, mail")
-        << QByteArray("exit 2") << u"OpenUrl"_s << u"mailto:x@y.example"_s << 0;
 }
 
 void tst_CShell::openerOutcomes()
@@ -295,15 +278,12 @@ void tst_CShell::openerStartOutcomes_data()
     QTest::newRow("not executable: OpenUrl") << u"noexec"_s << u"OpenUrl"_s << url << 0;
     QTest::newRow("no program: OpenDocument")
         << u"garbage"_s << u"OpenDocument"_s << u"docs/report.txt"_s << BadFormat;
-    QTest::newRow("no program: OpenUrl") << u"garbage"_s << u"OpenUrl"_s << url << 0;
     QTest::newRow("open for writing: ExploreFolder")
         << u"busy"_s << u"ExploreFolder"_s << u"docs"_s << SharingViolation;
     QTest::newRow("open for writing: OpenUrl")
         << u"busy"_s << u"OpenUrl"_s << url << SharingViolation;
     QTest::newRow("argument too long: OpenUrl")
         << u"exit 0"_s << u"OpenUrl"_s << url + huge << OutOfMemory;
-    QTest::newRow("argument too long: CreateNewMailMessage")
-        << u"exit 0"_s << u"CreateNewMailMessage"_s << huge << OutOfMemory;
     QTest::newRow("argument too long: OpenFolder")
         << u"exit 0"_s << u"OpenFolder"_s << huge << OutOfMemory;
 }
@@ -339,8 +319,6 @@ void tst_CShell::itemReachesTheOpener_data()
     QTest::addColumn<QString>("item");
 
     QTest::newRow("url with query") << u"OpenUrl"_s << u"https://x.example/a b?q=1&r=%20"_s;
-    QTest::newRow("folder") << u"OpenFolder"_s << u"docs/sub"_s;
-    QTest::newRow("explore") << u"ExploreFolder"_s << u"docs"_s;
     QTest::newRow("document") << u"OpenDocument"_s << u"docs/report.txt"_s;
     QTest::newRow("quote and dollar stay literal") << u"OpenUrl"_s << u"it's $HOME `id`"_s;
 }
@@ -362,12 +340,8 @@ void tst_CShell::mailMessage_data()
 
     QTest::newRow("recipient only")
         << QStringList({u"a@b.example"_s, {}, {}, {}}) << u"mailto:a@b.example"_s;
-    QTest::newRow("subject") << QStringList({u"a@b.example"_s, {}, u"Hi"_s, {}})
-                             << u"mailto:a@b.example?subject=Hi"_s;
     QTest::newRow("cc first present") << QStringList({u"a@b.example"_s, u"c@d.example"_s, {}, {}})
                                       << u"mailto:a@b.example?cc=c@d.example"_s;
-    QTest::newRow("body only") << QStringList({u"a@b.example"_s, {}, {}, u"text"_s})
-                               << u"mailto:a@b.example?body=text"_s;
     QTest::newRow("all, in order subject cc body")
         << QStringList({u"a@b.example"_s, u"c@d.example"_s, u"S"_s, u"B"_s})
         << u"mailto:a@b.example?subject=S&cc=c@d.example&body=B"_s;
@@ -388,35 +362,24 @@ void tst_CShell::mailMessage()
 
 void tst_CShell::launchWithoutWaiting_data()
 {
-    QTest::addColumn<QByteArray>("program");
     QTest::addColumn<bool>("executable");
-    QTest::addColumn<bool>("heldOpen");
     QTest::addColumn<QString>("parameters");
     QTest::addColumn<qint32>("raises");
 
-    const QByteArray script = "#!/bin/sh\nexit 0\n";
-    QTest::newRow("starts") << script << true << false << QString() << 0;
-    QTest::newRow("not executable") << script << false << false << QString() << FileNotFound;
-    QTest::newRow("no program format")
-        << QByteArray("\x7f\x01garbage") << true << false << QString() << BadFormat;
-    QTest::newRow("open for writing") << script << true << true << QString() << SharingViolation;
-    QTest::newRow("arguments too long")
-        << script << true << false << QString(200000, u'p') << OutOfMemory;
+    // The other errors of a start are those of the opener's start, above.
+    QTest::newRow("starts") << true << QString() << 0;
+    QTest::newRow("not executable") << false << QString() << FileNotFound;
+    QTest::newRow("arguments too long") << true << QString(200000, u'p') << OutOfMemory;
 }
 
 void tst_CShell::launchWithoutWaiting()
 {
-    QFETCH(QByteArray, program);
     QFETCH(bool, executable);
-    QFETCH(bool, heldOpen);
     QFETCH(QString, parameters);
     QFETCH(qint32, raises);
 
     const QString path = m_dir.filePath(u"docs/program"_s);
-    WriteFile(path, program, executable);
-    QFile holder(path);
-    if (heldOpen)
-        QVERIFY(holder.open(QIODevice::Append));
+    WriteFile(path, "#!/bin/sh\nexit 0\n", executable);
     QCOMPARE(RaisedBy([&] { CShell().LaunchProgram(path, parameters); }), raises);
 }
 
@@ -466,18 +429,13 @@ void tst_CShell::launchRefused_data()
     const QVariant shell = u"-c 'exit 0'"_s;
     const QString nowhere = u"/nowhere"_s;
     QTest::newRow("missing") << u"docs/none"_s << shell << false << nowhere << FileNotFound;
-    QTest::newRow("missing, waiting") << u"docs/none"_s << shell << true << nowhere << FileNotFound;
     QTest::newRow("only on the search path")
         << u"sh"_s << shell << false << nowhere << FileNotFound;
-    QTest::newRow("only on the search path, waiting")
-        << u"sh"_s << shell << true << nowhere << FileNotFound;
     QTest::newRow("empty") << QString() << shell << true << nowhere << FileNotFound;
     QTest::newRow("waiting, not executable")
         << u"docs/report.txt"_s << QVariant() << true << QString() << CannotCreateProcess;
     QTest::newRow("waiting, start directory missing")
         << u"docs/slow"_s << QVariant() << true << u"docs/nowhere"_s << CannotCreateProcess;
-    QTest::newRow("waiting, a folder")
-        << u"docs"_s << QVariant() << true << QString() << CannotCreateProcess;
     QTest::newRow("parameters that are no text")
         << u"docs/slow"_s << QVariant(QVariantMap{{u"a"_s, 1}}) << true << QString()
         << ComponentFailure;
@@ -501,7 +459,6 @@ void tst_CShell::propertiesWithoutFileManager_data()
     QTest::addColumn<qint32>("raises");
 
     QTest::newRow("file") << u"docs/report.txt"_s << CannotShowProperties;
-    QTest::newRow("folder") << u"docs"_s << CannotShowProperties;
     QTest::newRow("wildcard that matches") << u"docs/*.txt"_s << CannotShowProperties;
     QTest::newRow("wildcard that matches nothing") << u"docs/*.pdf"_s << FileNotFound;
     QTest::newRow("missing") << u"docs/none.txt"_s << FileNotFound;
