@@ -144,8 +144,6 @@ void tst_PivotLoad::failuresGiveNoData_data()
                              << u"cannot open the database"_s;
     QTest::newRow("bad statement")
         << m_demo << u"SELECT Nothing FROM Nowhere"_s << u"statement refused"_s;
-    QTest::newRow("two statements")
-        << m_demo << u"SELECT 1; SELECT 2"_s << u"more than one statement"_s;
 }
 
 void tst_PivotLoad::failuresGiveNoData()
