@@ -143,52 +143,42 @@ const ChartLabel *ChartControl::Label(int index) const
     return index >= 0 && index < LabelCount() ? &m_labels[size_t(index)] : nullptr;
 }
 
-ChartLabel *ChartControl::editLabel(int index)
+// Changes one label; a change the label's update bracket may hold repaints
+// only outside it.
+template<typename Edit>
+void ChartControl::editLabel(int index, bool heldByBracket, Edit edit)
 {
-    return index >= 0 && index < LabelCount() ? &m_labels[size_t(index)] : nullptr;
+    if (index < 0 || index >= LabelCount())
+        return;
+    ChartLabel &label = m_labels[size_t(index)];
+    edit(label);
+    if (!heldByBracket || !label.IsBatched)
+        changed();
 }
 
 void ChartControl::setLabelIsBatched(int index, bool batched)
 {
-    if (ChartLabel *label = editLabel(index)) {
-        label->IsBatched = batched;
-        changed();
-    }
+    editLabel(index, false, [batched](ChartLabel &label) { label.IsBatched = batched; });
 }
 
 void ChartControl::setLabelText(int index, const QString &text)
 {
-    if (ChartLabel *label = editLabel(index)) {
-        label->Text = text;
-        if (!label->IsBatched)
-            changed();
-    }
+    editLabel(index, true, [&text](ChartLabel &label) { label.Text = text; });
 }
 
 void ChartControl::setLabelDataX(int index, double x)
 {
-    if (ChartLabel *label = editLabel(index)) {
-        label->DataX = x;
-        if (!label->IsBatched)
-            changed();
-    }
+    editLabel(index, true, [x](ChartLabel &label) { label.DataX = x; });
 }
 
 void ChartControl::setLabelDataY(int index, double y)
 {
-    if (ChartLabel *label = editLabel(index)) {
-        label->DataY = y;
-        if (!label->IsBatched)
-            changed();
-    }
+    editLabel(index, true, [y](ChartLabel &label) { label.DataY = y; });
 }
 
 void ChartControl::setLabelBold(int index, bool bold)
 {
-    if (ChartLabel *label = editLabel(index)) {
-        label->Bold = bold;
-        changed();
-    }
+    editLabel(index, false, [bold](ChartLabel &label) { label.Bold = bold; });
 }
 
 void ChartControl::setChartType(int type)

@@ -140,7 +140,8 @@ Q_SIGNALS:
 
 private:
     void changed();
-    ChartLabel *editLabel(int index);
+    template<typename Edit>
+    void editLabel(int index, bool heldByBracket, Edit edit);
     double valueMax() const;
     double valueMin() const;
 

@@ -221,8 +221,7 @@ ChartView::ChartView(QWidget *parent)
         axis->setTickLabelFont(font());
         axis->setSubTicks(false);
     }
-    QFont legendFont = font();
-    legend->setFont(legendFont);
+    legend->setFont(font());
     legend->setBrush(QBrush(Qt::white));
     legend->setBorderPen(QPen(QColor(160, 160, 160)));
     // Small keys leave rows for more series beside a low chart.
@@ -281,7 +280,6 @@ void ChartView::redraw()
     clearPlottables();
     clearItems();
     m_bySeries.clear();
-    legend->clearItems();
     const bool empty = m_control->NumSeries() == 0 || m_control->NumPoints(1) == 0;
     for (QCPAxis *axis : {xAxis, yAxis})
         axis->setVisible(!empty);
