@@ -84,8 +84,7 @@ private Q_SLOTS:
     void titles();
     void emptyLook_data();
     void emptyLook();
-    void hourglassWhileLoading();
-    void redrawKeepsValuesAndLook();
+    void hourglassAndRedraw();
 
 private:
     QString database(const QStringList &items, bool withProviderZero = false);
@@ -320,36 +319,28 @@ void tst_frmChart::emptyLook()
     QCOMPARE(form.cursor().shape(), Qt::ArrowCursor);
 }
 
-void tst_frmChart::hourglassWhileLoading()
-{
-    QVERIFY(!database({u"2005-01-01 07:00:00|1"_s, u"2005-01-02 07:00:00|3"_s}).isEmpty());
-    frmChart form;
-    setPeriod(form, u"2005-01-01"_s, u"2005-01-31"_s, kByChannel);
-    // Each series label repaints the still empty chart while rows come in.
-    QList<int> pointers;
-    QList<Qt::CursorShape> shapes;
-    connect(&form.chart(), &ChartControl::repaintNeeded, &form, [&] {
-        pointers << form.MousePointer();
-        shapes << form.cursor().shape();
-    });
-    form.DrawChart();
-    QVERIFY(pointers.contains(11));
-    QVERIFY(shapes.contains(Qt::WaitCursor));
-    QCOMPARE(pointers.first(), 0); // the clearing comes before the hourglass
-    QCOMPARE(form.MousePointer(), 0);
-    QCOMPARE(form.cursor().shape(), Qt::ArrowCursor);
-}
-
-// A redraw asks again and gets the same chart; the type, stacking and
-// legend chosen meanwhile stay.
-void tst_frmChart::redrawKeepsValuesAndLook()
+// The hourglass shows while rows come in; a redraw asks again and gets the
+// same chart, and the type, stacking and legend chosen meanwhile stay.
+void tst_frmChart::hourglassAndRedraw()
 {
     QVERIFY(!database({u"2005-01-01 07:00:00|1"_s, u"2005-01-03 07:00:00|3"_s,
                        u"2005-01-03 09:00:00|4"_s})
                  .isEmpty());
     frmChart form;
     setPeriod(form, u"2005-01-01"_s, u"2005-01-31"_s, kByProvider);
+    // Each series label repaints the still empty chart while rows come in.
+    QList<int> pointers;
+    QList<Qt::CursorShape> shapes;
+    auto spy = connect(&form.chart(), &ChartControl::repaintNeeded, &form, [&] {
+        pointers << form.MousePointer();
+        shapes << form.cursor().shape();
+    });
     form.DrawChart();
+    disconnect(spy);
+    QVERIFY(pointers.contains(11));
+    QVERIFY(shapes.contains(Qt::WaitCursor));
+    QCOMPARE(pointers.first(), 0); // the clearing comes before the hourglass
+    QCOMPARE(form.cursor().shape(), Qt::ArrowCursor);
     const QStringList first = allCells(form.chart());
     QCOMPARE(first, (QStringList{u"1,_,_"_s, u"_,_,2"_s}));
     form.chart().setChartType(ChartControl::StackingBar);
