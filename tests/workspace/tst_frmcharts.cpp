@@ -597,10 +597,6 @@ void tst_frmCharts::lastCloseDecides()
 
     // The window left open still works: its children find it by its key.
     QCOMPARE(gChartForms.Item(key), staying);
-    QVERIFY(openCalendar(staying, u"cpFrom"_s));
-    const QDate picked = clickFifteenth(staying);
-    QTRY_VERIFY(!calendarPopup(staying)->isVisible());
-    QCOMPARE(staying->fChart->FromDate, dates::fromQDate(picked));
     const QString filterBefore = staying->fChart->sFilter;
     clickRow(staying->filterPanel()->fgProviders, 1);
     click(button(staying, u"tbRedraw"_s));
@@ -619,36 +615,34 @@ void tst_frmCharts::storedOddities_data()
 {
     QTest::addColumn<QString>("key");
     QTest::addColumn<QVariant>("value");
-    QTest::addColumn<QString>("check");
-    QTest::newRow("period out of range") << u"PERIOD"_s << QVariant(9) << u"period"_s;
-    QTest::newRow("stacked other than 1") << u"STACKED"_s << QVariant(u"yes"_s) << u"stacked"_s;
-    QTest::newRow("type value not a number")
-        << u"CHARTTYPEVALUE"_s << QVariant(u"Bar"_s) << u"type"_s;
+    QTest::addColumn<QString>("looks");
+    QTest::addColumn<QString>("period");
+    QTest::addColumn<int>("daysBack"); // -1: from day 0
+    QTest::addColumn<QVariant>("afterClose");
+    const QString plot = u"Plot 1, stacked 1 1, legend 1 1"_s;
+    // Day 0 on, and no period named: none is stored at close either.
+    QTest::newRow("period out of range")
+        << u"PERIOD"_s << QVariant(9) << plot << QString() << -1 << QVariant(9);
+    QTest::newRow("stacked other than 1")
+        << u"STACKED"_s << QVariant(u"yes"_s) << u"Plot 1, stacked 0 0, legend 1 1"_s
+        << u"Last Month"_s << 31 << QVariant(u"0"_s);
+    QTest::newRow("type value not a number") << u"CHARTTYPEVALUE"_s << QVariant(u"Bar"_s) << plot
+                                             << u"Last Month"_s << 31 << QVariant(1);
 }
 
 void tst_frmCharts::storedOddities()
 {
     QFETCH(QString, key);
     QFETCH(QVariant, value);
-    QFETCH(QString, check);
+    QFETCH(int, daysBack);
     gSettings->SaveSetting(kSection, key, value);
     frmCharts *w = open();
     QVERIFY(w);
-    if (check == u"period"_s) {
-        // Day 0 on, and no period named: none is stored at close either.
-        QCOMPARE(w->fChart->FromDate, 0.0);
-        QCOMPARE(w->fChart->TillDate, dates::today());
-        QCOMPARE(combo(w, u"cbFilter"_s)->Text(), QString());
-        QCOMPARE(dateTool(w, u"cpFrom"_s)->Caption(), u"From:1899-12-30"_s);
-    } else if (check == u"stacked"_s) {
-        QCOMPARE(button(w, u"tbStacked"_s)->Value(), 0);
-        QVERIFY(!chart(w).IsStacked());
-    } else {
-        QCOMPARE(chart(w).ChartType(), int(ChartControl::Plot));
-    }
+    QTEST(looks(w), "looks");
+    QTEST(combo(w, u"cbFilter"_s)->Text(), "period");
+    QCOMPARE(w->fChart->FromDate, daysBack < 0 ? 0.0 : dates::today() - daysBack);
     close(w);
-    if (check == u"period"_s)
-        QCOMPARE(stored(u"PERIOD"_s), QVariant(9));
+    QTEST(stored(key), "afterClose");
 }
 
 void tst_frmCharts::layout_data()
