@@ -76,7 +76,7 @@ PopupWindow *calendarPopup(frmCharts *w)
     return w->dsChart->PopupWindows(u"pwfCal"_s);
 }
 
-QCalendarWidget *calendar(frmCharts *w)
+QCalendarWidget *calendarOf(frmCharts *w)
 {
     return w->findChild<QCalendarWidget *>(u"Cal"_s);
 }
@@ -140,7 +140,7 @@ bool clickElsewhere(frmCharts *w)
 // grid; answers that day.
 QDate clickFifteenth(frmCharts *w)
 {
-    QCalendarWidget *cal = calendar(w);
+    QCalendarWidget *cal = calendarOf(w);
     auto *view = cal->findChild<QTableView *>(u"qt_calendar_calendarview"_s);
     if (!view)
         return {};
@@ -189,10 +189,8 @@ private Q_SLOTS:
     void series();
     void namedPeriods_data();
     void namedPeriods();
-    void calendarPickAndDismiss_data();
-    void calendarPickAndDismiss();
-    void captionsReadBack_data();
-    void captionsReadBack();
+    void calendar_data();
+    void calendar();
     void filterAndRedraw();
     void choicesComeBack();
     void lastCloseDecides_data();
@@ -416,79 +414,67 @@ void tst_frmCharts::namedPeriods()
     QVERIFY(w->fChart->minDate() >= first);
 }
 
-void tst_frmCharts::calendarPickAndDismiss_data()
+void tst_frmCharts::calendar_data()
 {
     QTest::addColumn<QString>("tool");
-    QTest::newRow("cpFrom") << u"cpFrom"_s;
-    QTest::newRow("cpTill") << u"cpTill"_s;
+    QTest::addColumn<QDate>("day"); // none: a click on the 15th of the month shown
+    QTest::addColumn<QString>("caption");
+    const QString from = u"cpFrom"_s;
+    const QString till = u"cpTill"_s;
+    QTest::newRow("cpFrom, a click") << from << QDate() << QString();
+    QTest::newRow("cpTill, a click") << till << QDate() << QString();
+    QTest::newRow("before day 0") << till << QDate(1899, 12, 29) << u"To:1899-12-29"_s;
+    QTest::newRow("day 0") << from << QDate(1899, 12, 30) << u"From:00:00:00"_s;
+    QTest::newRow("last day") << till << QDate(9999, 12, 31) << u"To:9999-12-31"_s;
 }
 
-void tst_frmCharts::calendarPickAndDismiss()
+// The calendar drops under its date tool; the day clicked, or held when the
+// pop-up is dismissed, becomes that date and its caption, which reads back
+// to the same day when the calendar opens again.
+void tst_frmCharts::calendar()
 {
     QFETCH(QString, tool);
+    QFETCH(QDate, day);
+    QFETCH(QString, caption);
     const bool from = tool == u"cpFrom"_s;
-    const QString prefix = from ? u"From:"_s : u"To:"_s;
     frmCharts *w = open();
     QVERIFY(w);
     const double otherBefore = from ? w->fChart->TillDate : w->fChart->FromDate;
     QVERIFY(openCalendar(w, tool));
     QCOMPARE(w->calendarEditsFirstDate(), from);
     PopupWindow *popup = calendarPopup(w);
-    // The pop-up drops under its tool at its design size, or as large as
-    // the calendar needs in a wider font.
+    // At its design size, or as large as the calendar needs in a wider font.
     QVERIFY(popup->width() >= 164 && popup->height() >= 155);
-    QVERIFY(calendar(w)->width() >= calendar(w)->sizeHint().width());
-    QVERIFY(calendar(w)->height() >= calendar(w)->sizeHint().height());
+    QVERIFY(calendarOf(w)->width() >= calendarOf(w)->sizeHint().width());
+    QVERIFY(calendarOf(w)->height() >= calendarOf(w)->sizeHint().height());
     const QWidget *toolWidget = dateTool(w, tool)->widget();
     const QPoint under = toolWidget->mapToGlobal(QPoint(0, toolWidget->height()));
     QVERIFY(qAbs(popup->pos().y() - under.y()) <= 3); // give or take a window frame
     QVERIFY(qAbs(popup->pos().x() - under.x()) <= 3);
 
-    const QDate picked = clickFifteenth(w);
-    QVERIFY(picked.isValid());
-    QTRY_VERIFY(!popup->isVisible());
-    const double day = dates::fromQDate(picked);
-    QCOMPARE(from ? w->fChart->FromDate : w->fChart->TillDate, day);
-    QCOMPARE(dateTool(w, tool)->Caption(), prefix + picked.toString(Qt::ISODate));
+    if (day.isValid()) {
+        calendarOf(w)->setSelectedDate(day);
+        QVERIFY(clickElsewhere(w));
+    } else {
+        day = clickFifteenth(w);
+        QVERIFY(day.isValid());
+        QTRY_VERIFY(!popup->isVisible());
+        caption = (from ? u"From:"_s : u"To:"_s) + day.toString(Qt::ISODate);
+    }
+    QCOMPARE(dateTool(w, tool)->Caption(), caption);
+    QCOMPARE(from ? w->fChart->FromDate : w->fChart->TillDate, dates::fromQDate(day));
     QCOMPARE(from ? w->fChart->TillDate : w->fChart->FromDate, otherBefore);
+    calendarOf(w)->setSelectedDate(QDate(2005, 3, 15));
+    QVERIFY(openCalendar(w, tool));
+    QCOMPARE(calendarOf(w)->selectedDate(), day);
+    QVERIFY(clickElsewhere(w));
+    QCOMPARE(dateTool(w, tool)->Caption(), caption);
+
     // The named period stays on show; choosing it again undoes the pick.
     QCOMPARE(combo(w, u"cbFilter"_s)->Text(), u"Last Month"_s);
     QVERIFY(choose(w, u"cbFilter"_s, u"Last Month"_s));
     QCOMPARE(w->fChart->FromDate, dates::today() - 31);
     QCOMPARE(w->fChart->TillDate, dates::today());
-}
-
-void tst_frmCharts::captionsReadBack_data()
-{
-    QTest::addColumn<QString>("tool");
-    QTest::addColumn<QDate>("day");
-    QTest::addColumn<QString>("caption");
-    const QString from = u"cpFrom"_s;
-    const QString till = u"cpTill"_s;
-    QTest::newRow("before day 0") << till << QDate(1899, 12, 29) << u"To:1899-12-29"_s;
-    QTest::newRow("day 0") << from << QDate(1899, 12, 30) << u"From:00:00:00"_s;
-    QTest::newRow("last day") << till << QDate(9999, 12, 31) << u"To:9999-12-31"_s;
-}
-
-// Whatever day the calendar holds, the caption it leaves reads back to it.
-void tst_frmCharts::captionsReadBack()
-{
-    QFETCH(QString, tool);
-    QFETCH(QDate, day);
-    QFETCH(QString, caption);
-    frmCharts *w = open();
-    QVERIFY(w);
-    QVERIFY(openCalendar(w, tool));
-    calendar(w)->setSelectedDate(day);
-    QVERIFY(clickElsewhere(w));
-    QCOMPARE(dateTool(w, tool)->Caption(), caption);
-    const double expected = dates::fromQDate(day);
-    QCOMPARE(tool == u"cpFrom"_s ? w->fChart->FromDate : w->fChart->TillDate, expected);
-    calendar(w)->setSelectedDate(QDate(2005, 3, 15));
-    QVERIFY(openCalendar(w, tool));
-    QCOMPARE(calendar(w)->selectedDate(), day);
-    QVERIFY(clickElsewhere(w));
-    QCOMPARE(dateTool(w, tool)->Caption(), caption);
 }
 
 void tst_frmCharts::filterAndRedraw()
