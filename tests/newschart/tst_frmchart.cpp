@@ -198,8 +198,6 @@ void tst_frmChart::cells_data()
         << false << QStringList{u"Alpha Wire"_s} << QStringList{u"1"_s} << u"2005-01-01 09:00:00"_s
         << u"2005-01-01 09:00:00"_s;
 }
-<< u"2005-01-31 00:00:00"_s << u"2005-01-01 00:00:00"_s;
-}
 
 void tst_frmChart::cells()
 {
