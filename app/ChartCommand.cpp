@@ -2,10 +2,10 @@
 
 #include "component/modUtils.h"
 #include "db/Connection.h"
-#include "db/Dates.h"
+#include "base/Dates.h"
 #include "newschart/ChartControl.h"
 #include "newschart/ChartTable.h"
-#include "newschart/ChartView.h"
+#include "controls/ChartView.h"
 #include "newschart/NamedPeriod.h"
 #include "newschart/StatisticsStatement.h"
 #include "newschart/frmChart.h"

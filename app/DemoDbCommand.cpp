@@ -2,7 +2,7 @@
 
 #include "ProgressLine.h"
 #include "db/ConnectionString.h"
-#include "db/DemoDatabase.h"
+#include "demodata/DemoDatabase.h"
 
 #include <QCommandLineParser>
 #include <QElapsedTimer>

@@ -1,6 +1,6 @@
 #include "SettingsCommand.h"
 
-#include "errors/ComponentError.h"
+#include "base/ComponentError.h"
 #include "settings/CAppSettings.h"
 #include "settings/SettingsStore.h"
 

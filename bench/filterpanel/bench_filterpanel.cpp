@@ -10,7 +10,7 @@
 #include "component/modUtils.h"
 #include "db/Connection.h"
 #include "db/Recordset.h"
-#include "filterpanel/TickList.h"
+#include "controls/TickList.h"
 #include "filterpanel/TickListModel.h"
 #include "filterpanel/frmProvChannels.h"
 

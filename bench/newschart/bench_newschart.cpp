@@ -6,7 +6,7 @@
 // memory of the process and of the tool.
 
 #include "component/modUtils.h"
-#include "db/Dates.h"
+#include "base/Dates.h"
 #include "newschart/ChartControl.h"
 #include "newschart/NamedPeriod.h"
 #include "newschart/StatisticsStatement.h"

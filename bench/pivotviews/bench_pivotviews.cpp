@@ -6,7 +6,7 @@
 // bench/peers). Targets: our aggregation faster than both peers, and our
 // memory below twice the size of the raw rows (the bytes of all values).
 
-#include "db/Dates.h"
+#include "base/Dates.h"
 #include "pivotviews/PivotAggregator.h"
 #include "pivotviews/PivotData.h"
 #include "pivotviews/PivotLoader.h"

@@ -1,6 +1,6 @@
 #include "component/modUtils.h"
 
-#include "component/ResumeNext.h"
+#include "base/ResumeNext.h"
 #include "component/ThemeColors.h"
 #include "db/Connection.h"
 #include "errors/CErrorHandler.h"

@@ -9,7 +9,6 @@
 
 #include <strings.h>
 
-Q_LOGGING_CATEGORY(lcComponent, "qrt.component", QtWarningMsg)
 
 statCharts::statCharts()
 {

@@ -1,6 +1,6 @@
 #include "errors/CErrorHandler.h"
 
-#include "errors/AppInfo.h"
+#include "base/AppInfo.h"
 #include "errors/ErrorTexts.h"
 #include "errors/LogFile.h"
 #include "errors/SystemLog.h"

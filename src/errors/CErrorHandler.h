@@ -12,7 +12,7 @@
 // The event log is the system log: IsWindowsNT is true when a log daemon is
 // reachable at construction (see errors/SystemLog.h).
 
-#include "errors/ComponentError.h"
+#include "base/ComponentError.h"
 
 #include <QString>
 #include <QStringList>

@@ -1,6 +1,6 @@
 #include "errors/frmErrorMessage.h"
 
-#include "errors/AppInfo.h"
+#include "base/AppInfo.h"
 #include "errors/ErrorTexts.h"
 #include "shell/CShell.h"
 

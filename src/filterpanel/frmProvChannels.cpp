@@ -1,18 +1,18 @@
 #include "filterpanel/frmProvChannels.h"
 
-#include "component/ResumeNext.h"
+#include "base/ResumeNext.h"
 #include "component/ThemeColors.h"
 #include "component/modUtils.h"
 #include "db/Connection.h"
 #include "db/Recordset.h"
 #include "errors/ReportingFrame.h"
 #include "filterpanel/FilterClause.h"
-#include "filterpanel/TickList.h"
+#include "controls/TickList.h"
 #include "filterpanel/TickListModel.h"
 #include "newschart/frmChart.h"
 #include "settings/CAppSettings.h"
-#include "workspace/ButtonTool.h"
-#include "workspace/DockStudio.h"
+#include "controls/ButtonTool.h"
+#include "controls/DockStudio.h"
 #include "workspace/frmCharts.h"
 
 #include <QFontDatabase>

@@ -3,7 +3,7 @@
 #include "component/modUtils.h"
 #include "db/Connection.h"
 #include "newschart/ChartControl.h"
-#include "newschart/ChartView.h"
+#include "controls/ChartView.h"
 #include "newschart/StatisticsStatement.h"
 
 #include <QVBoxLayout>

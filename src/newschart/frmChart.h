@@ -4,7 +4,7 @@
 // fields name. The workspace sets the fields and calls DrawChart; the chart
 // control chrtNews fills the form.
 
-#include "db/Dates.h"
+#include "base/Dates.h"
 #include "newschart/StatisticsReader.h"
 
 #include <QString>

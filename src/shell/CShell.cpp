@@ -1,6 +1,6 @@
 #include "shell/CShell.h"
 
-#include "errors/AppInfo.h"
+#include "base/AppInfo.h"
 #include "shell/DesktopShell.h"
 
 #include <QDesktopServices>

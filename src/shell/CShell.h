@@ -41,7 +41,7 @@
 // through a shell, so its parameters are split into arguments here (blanks
 // separate, double quotes group) and nothing in them is expanded.
 
-#include "errors/ComponentError.h"
+#include "base/ComponentError.h"
 
 #include <QString>
 #include <QVariant>

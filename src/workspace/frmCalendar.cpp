@@ -1,8 +1,8 @@
 #include "workspace/frmCalendar.h"
 
 #include "component/modUtils.h"
-#include "workspace/DockStudio.h"
-#include "workspace/PopupWindow.h"
+#include "controls/DockStudio.h"
+#include "controls/PopupWindow.h"
 #include "workspace/frmCharts.h"
 
 #include <QCalendarWidget>

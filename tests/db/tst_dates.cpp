@@ -1,4 +1,4 @@
-#include "db/Dates.h"
+#include "base/Dates.h"
 
 #include <QTest>
 

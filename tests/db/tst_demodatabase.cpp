@@ -4,7 +4,7 @@
 
 #include "TestDatabases.h"
 #include "db/Connection.h"
-#include "db/DemoDatabase.h"
+#include "demodata/DemoDatabase.h"
 #include "db/Recordset.h"
 
 #include <QCryptographicHash>

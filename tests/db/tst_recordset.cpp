@@ -4,7 +4,7 @@
 
 #include "TestDatabases.h"
 #include "db/Connection.h"
-#include "db/Dates.h"
+#include "base/Dates.h"
 #include "db/Recordset.h"
 
 #include <QDir>

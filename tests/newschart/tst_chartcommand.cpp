@@ -3,7 +3,7 @@
 // type, and a clear answer to bad options and broken databases.
 
 #include "NewsFixture.h"
-#include "db/Dates.h"
+#include "base/Dates.h"
 
 #include <QImage>
 #include <QJsonArray>

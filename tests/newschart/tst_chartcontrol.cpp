@@ -3,7 +3,7 @@
 // the series styles and further colours, the bounds the title is placed by,
 // and the time scale's strftime formatting.
 
-#include "db/Dates.h"
+#include "base/Dates.h"
 #include "newschart/ChartControl.h"
 
 #include <QSignalSpy>

@@ -3,9 +3,9 @@
 // in series order, the title label, the time axis labelled by days, the two
 // looks of the chart area on screen, and exports to PNG, SVG and PDF.
 
-#include "db/Dates.h"
+#include "base/Dates.h"
 #include "newschart/ChartControl.h"
-#include "newschart/ChartView.h"
+#include "controls/ChartView.h"
 
 #include <QFile>
 #include <QImage>

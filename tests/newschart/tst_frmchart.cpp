@@ -6,9 +6,9 @@
 
 #include "NewsFixture.h"
 #include "component/modUtils.h"
-#include "db/Dates.h"
+#include "base/Dates.h"
 #include "newschart/ChartControl.h"
-#include "newschart/ChartView.h"
+#include "controls/ChartView.h"
 #include "newschart/StatisticsStatement.h"
 #include "newschart/frmChart.h"
 

@@ -1,7 +1,7 @@
 // The named periods: each ends today and reaches a plain count of days
 // back, with day 0 for "All" and for a code outside the list.
 
-#include "db/Dates.h"
+#include "base/Dates.h"
 #include "newschart/NamedPeriod.h"
 
 #include <QTest>

@@ -7,7 +7,7 @@
 // periods with no news at all.
 
 #include "NewsFixture.h"
-#include "db/Dates.h"
+#include "base/Dates.h"
 #include "newschart/ChartControl.h"
 #include "newschart/StatisticsStatement.h"
 #include "newschart/frmChart.h"

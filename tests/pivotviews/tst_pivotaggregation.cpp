@@ -4,7 +4,7 @@
 // on random data and on the demo generator's data.
 
 #include "PivotTestData.h"
-#include "db/DemoDatabase.h"
+#include "demodata/DemoDatabase.h"
 #include "db/Recordset.h"
 #include "pivotviews/PivotAggregator.h"
 #include "pivotviews/PivotData.h"

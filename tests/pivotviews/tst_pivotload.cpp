@@ -4,8 +4,8 @@
 
 #include "PivotTestData.h"
 #include "TestDatabases.h"
-#include "db/Dates.h"
-#include "db/DemoDatabase.h"
+#include "base/Dates.h"
+#include "demodata/DemoDatabase.h"
 #include "pivotviews/PivotAggregator.h"
 #include "pivotviews/PivotColumnBuilder.h"
 #include "pivotviews/PivotData.h"

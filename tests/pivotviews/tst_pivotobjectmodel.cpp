@@ -4,7 +4,7 @@
 
 #include "PivotTestData.h"
 #include "TestDatabases.h"
-#include "db/Dates.h"
+#include "base/Dates.h"
 #include "pivotviews/PivotAggregator.h"
 #include "pivotviews/PivotData.h"
 #include "pivotviews/PivotLoader.h"

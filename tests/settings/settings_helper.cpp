@@ -6,7 +6,7 @@
 //                                                write into folders it has no write right to
 // The settings go to Software\Koltrin\Zorvane of the current user's store.
 
-#include "errors/ComponentError.h"
+#include "base/ComponentError.h"
 #include "settings/CAppSettings.h"
 
 #include <QCoreApplication>

@@ -4,7 +4,7 @@
 
 #include "SettingsTestHome.h"
 #include "component/modUtils.h"
-#include "errors/ComponentError.h"
+#include "base/ComponentError.h"
 #include "settings/CAppSettings.h"
 
 #include <qrt/statCharts.h>

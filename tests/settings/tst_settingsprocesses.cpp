@@ -4,7 +4,7 @@
 // written refuses a save without touching the file in it.
 
 #include "SettingsTestHome.h"
-#include "errors/ComponentError.h"
+#include "base/ComponentError.h"
 #include "settings/CAppSettings.h"
 
 #include <QJsonDocument>

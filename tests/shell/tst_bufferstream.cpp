@@ -1,7 +1,7 @@
 // The memory block behind streams: filled from text or sized empty, read
 // through streams and back as single-byte text.
 
-#include "errors/ComponentError.h"
+#include "base/ComponentError.h"
 #include "shell/CBufferStream.h"
 
 #include <QIODevice>
