@@ -1,16 +1,14 @@
 #include "ChartCommand.h"
 
-#include "component/modUtils.h"
-#include "db/Connection.h"
+#include "SizeOption.h"
 #include "base/Dates.h"
+#include "controls/ChartView.h"
+#include "db/Connection.h"
 #include "newschart/ChartControl.h"
 #include "newschart/ChartTable.h"
-#include "controls/ChartView.h"
 #include "newschart/NamedPeriod.h"
+#include "newschart/NewsChartBuilder.h"
 #include "newschart/StatisticsStatement.h"
-#include "newschart/frmChart.h"
-
-#include <qrt/statCharts.h>
 
 #include <QCommandLineParser>
 #include <QFileInfo>
@@ -22,6 +20,8 @@
 using namespace Qt::StringLiterals;
 namespace dates = qrt::dates;
 using qrt::chart::NamedPeriod;
+using qrt::chart::NewsChartBuilder;
+using qrt::chart::NewsChartQuery;
 
 namespace {
 
@@ -72,21 +72,8 @@ int usage(const QString &message)
     return 2;
 }
 
-std::optional<QSize> parseSize(const QString &text)
-{
-    const QStringList parts = text.toLower().split(u'x');
-    if (parts.size() != 2)
-        return std::nullopt;
-    bool okW = false, okH = false;
-    const int w = parts[0].toInt(&okW);
-    const int h = parts[1].toInt(&okH);
-    if (!okW || !okH || w < 50 || h < 50 || w > 20000 || h > 20000)
-        return std::nullopt;
-    return QSize(w, h);
-}
-
-// Fills the form's period from the options; a message when they don't fit.
-QString choosePeriod(const QCommandLineParser &parser, frmChart &form)
+// Fills the query's period from the options; a message when they don't fit.
+QString choosePeriod(const QCommandLineParser &parser, NewsChartQuery &form)
 {
     const bool byDates = parser.isSet(u"from"_s) || parser.isSet(u"till"_s);
     if (byDates) {
@@ -124,20 +111,40 @@ bool writeFile(const QString &path, const QByteArray &content)
     return file.commit();
 }
 
-int writeTable(const QString &path, const frmChart &form)
+int writeTable(const QString &path, const ChartControl &chart, const NewsChartBuilder &built)
 {
     const QString suffix = QFileInfo(path).suffix().toLower();
     const bool json = suffix == u"json"_s;
     const QByteArray table =
-        json ? qrt::chart::ChartTable::Json(form.chart(), form.minDate(), form.maxDate())
-             : qrt::chart::ChartTable::Csv(form.chart(), form.minDate(), form.maxDate());
+        json ? qrt::chart::ChartTable::Json(chart, built.MinDate(), built.MaxDate())
+             : qrt::chart::ChartTable::Csv(chart, built.MinDate(), built.MaxDate());
     if (writeFile(path, table))
         return 0;
     std::fprintf(stderr, "zorvane-stats chart: cannot write %s\n", qPrintable(path));
     return 1;
 }
 
+// Writes the chart as an image; only this needs a GUI application.
+int writeImage(const QString &path, ChartControl &chart, QSize size)
+{
+    ChartView view(&chart);
+    view.resize(size);
+    QString why;
+    if (view.exportTo(path, size, &why))
+        return 0;
+    std::fprintf(stderr, "zorvane-stats chart: %s\n", qPrintable(why));
+    return 1;
+}
+
 } // namespace
+
+bool ChartCommand::needsWidgets(const QStringList &arguments)
+{
+    for (const QString &argument : arguments)
+        if (argument == u"--out"_s || argument.startsWith(u"--out="_s))
+            return true;
+    return false;
+}
 
 int ChartCommand::run(const QStringList &arguments)
 {
@@ -171,7 +178,7 @@ int ChartCommand::run(const QStringList &arguments)
     if (parser.positionalArguments().size() != 2)
         return usage(u"give one connection (see --help)"_s);
 
-    frmChart form;
+    NewsChartQuery form;
     if (const QString why = choosePeriod(parser, form); !why.isEmpty())
         return usage(why);
     const auto series = choose(
@@ -183,7 +190,7 @@ int ChartCommand::run(const QStringList &arguments)
         return usage(u"--type takes "_s + names(kTypes));
     QSize size = kDefaultSize;
     if (parser.isSet(u"size"_s)) {
-        const auto parsed = parseSize(parser.value(u"size"_s));
+        const auto parsed = parseSizeOption(parser.value(u"size"_s));
         if (!parsed)
             return usage(u"--size takes WIDTHxHEIGHT in pixels, e.g. 800x500"_s);
         size = *parsed;
@@ -204,35 +211,27 @@ int ChartCommand::run(const QStringList &arguments)
             return usage(u"--table writes .csv or .json"_s);
     }
 
-    statCharts component;
-    component.ConnectionString(parser.positionalArguments().at(1));
     form.sOrder = qrt::chart::StatisticsStatement::ColumnsFor(*series)->order;
     form.chartSeria = *series;
     form.sFilter = parser.isSet(u"filter"_s) ? parser.value(u"filter"_s) : kAllTicked;
-    ChartControl &chart = form.chart();
+    ChartControl chart;
     chart.setChartType(*type);
     chart.setIsStacked(parser.isSet(u"stacked"_s));
     chart.setLegendIsShowing(!parser.isSet(u"no-legend"_s));
-    form.resize(size);
-    form.DrawChart();
+    NewsChartBuilder builder(chart);
+    builder.ClearChart(form);
+    qrt::db::Connection connection;
+    builder.Build(connection, parser.positionalArguments().at(1), form);
 
     if (chart.NumSeries() == 0) {
-        const QString why = gConnection ? gConnection->lastError() : QString();
-        if (!why.isEmpty()) {
+        if (const QString why = connection.lastError(); !why.isEmpty()) {
             std::fprintf(stderr, "zorvane-stats chart: %s\n", qPrintable(why));
             return 1;
         }
         std::fputs("zorvane-stats chart: no news items in the period\n", stderr);
     }
-    int status = 0;
-    if (!out.isEmpty()) {
-        QString why;
-        if (!form.chrtNews->exportTo(out, size, &why)) {
-            std::fprintf(stderr, "zorvane-stats chart: %s\n", qPrintable(why));
-            status = 1;
-        }
-    }
+    int status = out.isEmpty() ? 0 : writeImage(out, chart, size);
     if (!table.isEmpty())
-        status = std::max(status, writeTable(table, form));
+        status = std::max(status, writeTable(table, chart, builder));
     return status;
 }

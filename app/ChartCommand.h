@@ -4,8 +4,9 @@
 //     [--type plot|bar|stacking-bar|area] [--stacked] [--no-legend]
 //     [--filter TEXT] [--out FILE.png|.svg|.pdf] [--table FILE.csv|.json]
 //     [--size WxH]
-// Draws the built-in news chart without a window, through the same chart
-// form the window uses, and writes it as an image and/or as a table.
+// Draws the built-in news chart without a window, with the same chart
+// algorithm the window uses, and writes it as an image and/or as a table.
+// Only an image needs a GUI application; the table is made without one.
 
 #include <QStringList>
 
@@ -13,4 +14,6 @@ class ChartCommand
 {
 public:
     static int run(const QStringList &arguments);
+    // Whether the arguments ask for an image (--out).
+    static bool needsWidgets(const QStringList &arguments);
 };

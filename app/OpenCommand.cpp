@@ -2,6 +2,7 @@
 
 #include "DemoDbCommand.h"
 #include "HostPaths.h"
+#include "SizeOption.h"
 
 #include <qrt/statCharts.h>
 
@@ -44,16 +45,6 @@ QString numbered(const QString &path, int n)
     const QFileInfo info(path);
     return info.path() + u'/' + info.completeBaseName() + u'-' + QString::number(n) + u'.' +
            info.suffix();
-}
-
-// "1184x676" as a size; an invalid size for anything else.
-QSize windowSize(const QString &text)
-{
-    const QStringList parts = text.split(u'x');
-    bool okWidth = false;
-    bool okHeight = false;
-    const QSize size(parts.value(0).toInt(&okWidth), parts.value(1).toInt(&okHeight));
-    return parts.size() == 2 && okWidth && okHeight && !size.isEmpty() ? size : QSize();
 }
 
 bool headless()
@@ -123,7 +114,7 @@ int OpenCommand::run(const QStringList &arguments)
     }
     QSize size;
     if (parser.isSet(u"size"_s)) {
-        size = windowSize(parser.value(u"size"_s));
+        size = parseSizeOption(parser.value(u"size"_s)).value_or(QSize());
         if (!size.isValid()) {
             std::fputs("zorvane-stats: --size takes WIDTHxHEIGHT, e.g. 1184x676\n", stderr);
             return 2;

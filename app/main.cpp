@@ -57,9 +57,20 @@ int main(int argc, char *argv[])
         }
     }
     chooseOffscreenWithoutDisplay();
+    if (argc > 1 && std::strcmp(argv[1], "chart") == 0) {
+        QStringList arguments;
+        for (int i = 0; i < argc; ++i)
+            arguments << QString::fromLocal8Bit(argv[i]);
+        if (!ChartCommand::needsWidgets(arguments)) {
+            QCoreApplication app(argc, argv);
+            nameApplication();
+            return ChartCommand::run(QCoreApplication::arguments());
+        }
+        QApplication app(argc, argv);
+        nameApplication();
+        return ChartCommand::run(QCoreApplication::arguments());
+    }
     QApplication app(argc, argv);
     nameApplication();
-    if (argc > 1 && std::strcmp(argv[1], "chart") == 0)
-        return ChartCommand::run(QCoreApplication::arguments());
     return OpenCommand::run(QCoreApplication::arguments());
 }

@@ -1,8 +1,8 @@
 #include "component/ChartFormCollection.h"
 
-#include "workspace/frmCharts.h"
+#include "component/ChartWorkspace.h"
 
-bool ChartFormCollection::Add(const QString &key, frmCharts *form)
+bool ChartFormCollection::Add(const QString &key, ChartWorkspace *form)
 {
     if (Contains(key))
         return false;
@@ -15,7 +15,7 @@ void ChartFormCollection::Remove(const QString &key)
     m_forms.erase(key);
 }
 
-frmCharts *ChartFormCollection::Item(const QString &key) const
+ChartWorkspace *ChartFormCollection::Item(const QString &key) const
 {
     const auto it = m_forms.find(key);
     return it == m_forms.end() ? nullptr : it->second.data();

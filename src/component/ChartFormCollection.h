@@ -8,19 +8,19 @@
 
 #include <map>
 
-class frmCharts;
+class ChartWorkspace;
 
 class ChartFormCollection
 {
 public:
     // False when the key is taken already; the collection is unchanged then.
-    bool Add(const QString &key, frmCharts *form);
+    bool Add(const QString &key, ChartWorkspace *form);
     void Remove(const QString &key);
     // The window under the key, or null.
-    frmCharts *Item(const QString &key) const;
+    ChartWorkspace *Item(const QString &key) const;
     bool Contains(const QString &key) const { return Item(key) != nullptr; }
     int Count() const;
 
 private:
-    std::map<QString, QPointer<frmCharts>> m_forms;
+    std::map<QString, QPointer<ChartWorkspace>> m_forms;
 };

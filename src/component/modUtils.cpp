@@ -3,9 +3,7 @@
 #include "base/ResumeNext.h"
 #include "component/ThemeColors.h"
 #include "db/Connection.h"
-#include "errors/CErrorHandler.h"
 #include "settings/CAppSettings.h"
-#include "workspace/frmCharts.h"
 
 #include <limits>
 
@@ -16,9 +14,17 @@ thread_local QString gConnectionString;
 thread_local ChartFormCollection gChartForms;
 thread_local qint16 gChartFormIndex = 0;
 thread_local std::unique_ptr<CAppSettings> gSettings;
-thread_local std::unique_ptr<CErrorHandler> gErrorHandler;
 thread_local quint32 gThemeFillColor = ThemeColors::ButtonFace;
 thread_local quint32 gThemeGradientColor = ThemeColors::ButtonFace;
+
+namespace {
+thread_local ChartFormFactory gChartFormFactory = nullptr;
+}
+
+void SetChartFormFactory(ChartFormFactory factory)
+{
+    gChartFormFactory = factory;
+}
 
 QString ChartFormKey(qint16 index)
 {
@@ -27,14 +33,15 @@ QString ChartFormKey(qint16 index)
 
 QWidget *ShowNewChartForm()
 {
+    if (!gChartFormFactory)
+        return nullptr;
     if (gChartFormIndex == std::numeric_limits<qint16>::max()) {
         qCWarning(lcComponent) << "no window number left on this thread";
         return nullptr;
     }
     ++gChartFormIndex;
-    auto *form = new frmCharts;
+    ChartWorkspace *form = gChartFormFactory(gChartFormIndex);
     gChartForms.Add(ChartFormKey(gChartFormIndex), form);
-    form->fIndex = gChartFormIndex;
     return form;
 }
 

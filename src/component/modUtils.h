@@ -4,6 +4,7 @@
 // each host the component share nothing.
 
 #include "component/ChartFormCollection.h"
+#include "component/ChartWorkspace.h"
 
 #include <QString>
 
@@ -37,8 +38,12 @@ extern thread_local quint32 gThemeGradientColor;
 QString ChartFormKey(qint16 index);
 
 // A new workspace window under the next number, entered in gChartForms but
-// not yet shown; null once the numbers of this thread are used up.
+// not yet shown; null once the numbers of this thread are used up, or when
+// no factory is set. The facade sets the factory: the globals know the
+// window only as a ChartWorkspace.
 QWidget *ShowNewChartForm();
+using ChartFormFactory = ChartWorkspace *(*)(qint16 index);
+void SetChartFormFactory(ChartFormFactory factory);
 
 // Reads the panel colours from the current style, falling back to the
 // button face colour when the application does not follow the desktop theme.

@@ -2,6 +2,7 @@
 #include "db/Connection.h"
 #include "errors/CErrorHandler.h"
 #include "settings/CAppSettings.h"
+#include "workspace/frmCharts.h"
 
 #include <qrt/statCharts.h>
 
@@ -9,13 +10,17 @@
 
 #include <strings.h>
 
-
 statCharts::statCharts()
 {
     gErrorHandler = CErrorHandler::ForComponent();
     gSettings = std::make_unique<CAppSettings>();
     gSettings->Init(QStringLiteral("Koltrin"), QStringLiteral("Zorvane"));
     gConnection = std::make_unique<qrt::db::Connection>();
+    SetChartFormFactory([](qint16 index) -> ChartWorkspace * {
+        auto *form = new frmCharts;
+        form->fIndex = index;
+        return form;
+    });
 }
 
 statCharts::~statCharts() = default;

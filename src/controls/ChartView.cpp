@@ -1,8 +1,8 @@
 #include "controls/ChartView.h"
 
 #include "component/ThemeColors.h"
-#include "newschart/ChartControl.h"
 #include "controls/DayAxisTicker.h"
+#include "newschart/ChartControl.h"
 
 #include <QFileInfo>
 #include <QHelpEvent>
@@ -186,7 +186,6 @@ QColor color(quint32 classic)
 }
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr QColor kDesignBackground(245, 245, 220);
 
 // The legend beside the chart takes at most this share of the width, so
 // that the chart keeps the larger part however many series there are; a
@@ -205,12 +204,12 @@ constexpr double kSmallestTitlePoints = 6.0;
 
 } // namespace
 
-ChartView::ChartView(QWidget *parent)
+ChartView::ChartView(ChartControl *control, QWidget *parent)
     : QCustomPlot(parent)
-    , m_control(new ChartControl(this))
+    , m_control(control)
     , m_ticker(QSharedPointer<DayAxisTicker>::create())
 {
-    setBackground(QBrush(kDesignBackground));
+    setBackground(QBrush(color(DesignBackColor)));
     setMinimumSize(kMinimumSize);
     setAutoAddPlottableToLegend(false);
     m_backdrop = new ChartAreaBackdrop(this, m_control);

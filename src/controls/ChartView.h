@@ -17,7 +17,8 @@ class ChartView : public QCustomPlot
     Q_OBJECT
 
 public:
-    explicit ChartView(QWidget *parent = nullptr);
+    // Draws the given control, which must outlive the view.
+    explicit ChartView(ChartControl *control, QWidget *parent = nullptr);
     ~ChartView() override;
 
     ChartControl *control() const { return m_control; }

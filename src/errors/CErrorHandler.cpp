@@ -1,6 +1,7 @@
 #include "errors/CErrorHandler.h"
 
 #include "base/AppInfo.h"
+#include "component/modUtils.h"
 #include "errors/ErrorTexts.h"
 #include "errors/LogFile.h"
 #include "errors/SystemLog.h"
@@ -11,6 +12,10 @@
 #include <QMessageBox>
 
 #include <new>
+
+// Declared with the other globals; defined here, where the handler is a
+// complete type, so the globals need not include the error forms.
+thread_local std::unique_ptr<CErrorHandler> gErrorHandler;
 
 using namespace Qt::StringLiterals;
 

@@ -1,11 +1,6 @@
 #include "errors/ReportingFrame.h"
 
-#include "component/modUtils.h"
 #include "errors/CErrorHandler.h"
-
-ReportingFrame::ReportingFrame(const QString &Label)
-    : ReportingFrame(Label, gErrorHandler.get())
-{}
 
 ReportingFrame::ReportingFrame(const QString &Label, CErrorHandler *handler)
     : m_handler(handler)

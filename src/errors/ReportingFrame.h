@@ -14,7 +14,8 @@
 //
 //     void frmProvChannels::fgCategories_AfterEdit(int Row, int Col)
 //     {
-//         ReportingFrame frame(u"QRT_StatCharts.frmProvChannels.fgCategories_AfterEdit"_s);
+//         ReportingFrame frame(u"QRT_StatCharts.frmProvChannels.fgCategories_AfterEdit"_s,
+//                              gErrorHandler.get());
 //         if (!frame.Run([&] { ... }))
 //             return;
 //         if (!frame.Run([&] { ... }))
@@ -22,8 +23,8 @@
 //         frame.Leave();
 //     }
 //
-// Without an error handler (no statCharts made on this thread) a failing
-// statement is passed over, as everywhere else in the component.
+// Without an error handler (null: no statCharts made on this thread) a
+// failing statement is passed over, as everywhere else in the component.
 
 #include <QString>
 
@@ -34,9 +35,7 @@ class CErrorHandler;
 class ReportingFrame
 {
 public:
-    // Pushes Label with empty data on the handler's stack; the handler is
-    // the thread's gErrorHandler unless given.
-    explicit ReportingFrame(const QString &Label);
+    // Pushes Label with empty data on the handler's stack.
     ReportingFrame(const QString &Label, CErrorHandler *handler);
     ReportingFrame(const ReportingFrame &) = delete;
     ReportingFrame &operator=(const ReportingFrame &) = delete;

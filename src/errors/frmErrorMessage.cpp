@@ -1,6 +1,7 @@
 #include "errors/frmErrorMessage.h"
 
 #include "base/AppInfo.h"
+#include "component/FormFont.h"
 #include "errors/ErrorTexts.h"
 #include "shell/CShell.h"
 
@@ -68,7 +69,7 @@ frmErrorMessage::frmErrorMessage(QWidget *parent)
     setObjectName(u"frmErrorMessage"_s);
     setWindowTitle(u"Error"_s);
     setWindowIcon(QIcon(ErrorPicture(32, devicePixelRatio())));
-    setFont(QFont(u"Tahoma"_s, 8));
+    setFont(qrt::component::formFont());
     resize(Twips(5385), Twips(3900));
     setMinimumSize(Twips(4800), Twips(2700));
 

@@ -3,17 +3,13 @@
 #include "base/ResumeNext.h"
 #include "component/ThemeColors.h"
 #include "component/modUtils.h"
+#include "controls/TickList.h"
 #include "db/Connection.h"
 #include "db/Recordset.h"
 #include "errors/ReportingFrame.h"
 #include "filterpanel/FilterClause.h"
-#include "controls/TickList.h"
 #include "filterpanel/TickListModel.h"
-#include "newschart/frmChart.h"
 #include "settings/CAppSettings.h"
-#include "controls/ButtonTool.h"
-#include "controls/DockStudio.h"
-#include "workspace/frmCharts.h"
 
 #include <QFontDatabase>
 #include <QSet>
@@ -95,13 +91,6 @@ TickList *frmProvChannels::makeGrid(const QString &name, const QString &toolTip)
     auto *grid = new TickList(elstFilter1);
     grid->setObjectName(name);
     grid->model()->setToolTipText(toolTip);
-    // Tahoma where the desktop has it; otherwise the desktop's own font, not
-    // whatever stand-in the font matcher would pick for the name.
-    if (QFontDatabase::hasFamily(u"Tahoma"_s)) {
-        QFont font(u"Tahoma"_s);
-        font.setPointSizeF(8.25);
-        grid->setFont(font);
-    }
     grid->setMinimumHeight(kGap * 2);
     connect(grid, &TickList::BeforeEdit, this,
             [this, grid](int row, int col, bool *) { BeforeEdit(grid, row, col); });
@@ -185,7 +174,8 @@ void frmProvChannels::AfterEdit(TickList *grid, int row)
 void frmProvChannels::fgCategories_AfterEdit(int row, int)
 {
     resumeNext([&] {
-        ReportingFrame frame(u"QRT_StatCharts.frmProvChannels.fgCategories_AfterEdit"_s);
+        ReportingFrame frame(u"QRT_StatCharts.frmProvChannels.fgCategories_AfterEdit"_s,
+                             gErrorHandler.get());
         if (!frame.Run([&] { AfterEdit(fgCategories, row); }))
             return;
         frame.Leave();
@@ -221,9 +211,8 @@ void frmProvChannels::BuildFilter()
 {
     const QString text =
         FilterClause::compose(*fgCategories->model(), *fgProviders->model(), *fgChannels->model());
-    frmCharts *workspace = gChartForms.Item(ChartFormKey(fIndex));
-    if (workspace && workspace->fChart)
-        workspace->fChart->sFilter = text;
+    if (ChartWorkspace *workspace = gChartForms.Item(ChartFormKey(fIndex)))
+        workspace->setChartFilter(text);
 }
 
 void frmProvChannels::RestoreFilters()
@@ -240,14 +229,11 @@ void frmProvChannels::RestoreFilters()
 
 void frmProvChannels::UpdateRedrawButton()
 {
-    frmCharts *workspace = gChartForms.Item(ChartFormKey(fIndex));
-    if (!workspace || !workspace->dsChart)
-        return;
-    ButtonTool *redraw = workspace->dsChart->Commands().GetToolButton(u"tbRedraw"_s);
-    if (!redraw)
+    ChartWorkspace *workspace = gChartForms.Item(ChartFormKey(fIndex));
+    if (!workspace)
         return;
     bool anyEmpty = false;
     for (const TickList *grid : {fgCategories, fgProviders, fgChannels})
         anyEmpty = anyEmpty || grid->model()->RowData(0) == 0;
-    redraw->setEnabled(!anyEmpty);
+    workspace->setRedrawEnabled(!anyEmpty);
 }

@@ -5,12 +5,10 @@
 // control chrtNews fills the form.
 
 #include "base/Dates.h"
-#include "newschart/StatisticsReader.h"
+#include "newschart/NewsChartBuilder.h"
 
 #include <QString>
 #include <QWidget>
-
-#include <vector>
 
 class ChartControl;
 class ChartView;
@@ -30,44 +28,28 @@ public:
     qrt::dates::Date FromDate = 0.0;
     qrt::dates::Date TillDate = 0.0;
 
+    // Clears the chart and, with a filter, draws it from gConnection under
+    // the hourglass.
     void DrawChart();
 
     ChartView *chrtNews = nullptr;
-    ChartControl &chart() const;
+    ChartControl &chart() const { return *m_chart; }
 
     // What the last drawing left: the range of the rows' dates.
-    qrt::dates::Date minDate() const { return MinDate; }
-    qrt::dates::Date maxDate() const { return MaxDate; }
+    qrt::dates::Date minDate() const { return m_builder.MinDate(); }
+    qrt::dates::Date maxDate() const { return m_builder.MaxDate(); }
     // 11 (the hourglass) while a drawing runs, else 0.
     int MousePointer() const { return m_mousePointer; }
 
     // How the rows are read; the literal statement is there to compare with.
     qrt::chart::StatisticsMode statisticsMode = qrt::chart::StatisticsMode::Fastest;
-    qrt::chart::StatisticsPath lastStatisticsPath() const { return m_lastPath; }
+    qrt::chart::StatisticsPath lastStatisticsPath() const { return m_builder.lastPath(); }
 
 private:
-    struct NewsPoint
-    {
-        double PointDate = 0.0;
-        qint64 NewsCount = 0; // wide: a day may hold more than 32,767 items
-    };
-    struct SeriesRecord
-    {
-        std::vector<NewsPoint> Points = std::vector<NewsPoint>(1); // [0] is a spare
-    };
-
-    void ClearChart();
-    // Reads the rows into SeriesData and the series labels; false when none came.
-    bool LoadSeries(const QString &where);
-    void SetupAxes();
-    void SetupTimeAxis();
     void setMousePointer(int pointer);
-    qint32 pointNumber(double date) const;
 
     QWidget *elstMain = nullptr;
-    qrt::dates::Date MinDate = 0.0;
-    qrt::dates::Date MaxDate = 0.0;
-    std::vector<SeriesRecord> SeriesData = std::vector<SeriesRecord>(1); // [0] is a spare
+    ChartControl *m_chart;
+    qrt::chart::NewsChartBuilder m_builder;
     int m_mousePointer = 0;
-    qrt::chart::StatisticsPath m_lastPath = qrt::chart::StatisticsPath::None;
 };

@@ -1,9 +1,7 @@
 #include "workspace/frmCalendar.h"
 
+#include "component/FormFont.h"
 #include "component/modUtils.h"
-#include "controls/DockStudio.h"
-#include "controls/PopupWindow.h"
-#include "workspace/frmCharts.h"
 
 #include <QCalendarWidget>
 #include <QVBoxLayout>
@@ -21,9 +19,8 @@ frmCalendar::frmCalendar(QWidget *parent)
     Cal->setGridVisible(false);
     // One letter a weekday: the month fits the pop-up's 164 pixels.
     Cal->setHorizontalHeaderFormat(QCalendarWidget::SingleLetterDayNames);
-    QFont font(u"Tahoma"_s);
-    font.setPointSizeF(8.25);
-    Cal->setFont(font);
+    // The pop-up is a window of its own and inherits no font.
+    Cal->setFont(qrt::component::formFont());
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(Cal);
@@ -38,9 +35,6 @@ void frmCalendar::Form_Load()
 
 void frmCalendar::Cal_DateClick(QDate)
 {
-    frmCharts *workspace = gChartForms.Item(ChartFormKey(fIndex));
-    if (!workspace || !workspace->dsChart)
-        return;
-    if (PopupWindow *popup = workspace->dsChart->PopupWindows(u"pwfCal"_s))
-        popup->setVisible(false);
+    if (ChartWorkspace *workspace = gChartForms.Item(ChartFormKey(fIndex)))
+        workspace->hideCalendarPopup();
 }

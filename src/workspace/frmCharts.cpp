@@ -1,15 +1,10 @@
 #include "workspace/frmCharts.h"
 
+#include "base/Dates.h"
 #include "base/ResumeNext.h"
+#include "component/FormFont.h"
 #include "component/ThemeColors.h"
 #include "component/modUtils.h"
-#include "base/Dates.h"
-#include "filterpanel/frmProvChannels.h"
-#include "newschart/ChartControl.h"
-#include "newschart/NamedPeriod.h"
-#include "newschart/StatisticsStatement.h"
-#include "newschart/frmChart.h"
-#include "settings/CAppSettings.h"
 #include "controls/ButtonTool.h"
 #include "controls/ComboTool.h"
 #include "controls/DockStudio.h"
@@ -17,6 +12,12 @@
 #include "controls/PopupTool.h"
 #include "controls/PopupWindow.h"
 #include "controls/ToolIcons.h"
+#include "filterpanel/frmProvChannels.h"
+#include "newschart/ChartControl.h"
+#include "newschart/NamedPeriod.h"
+#include "newschart/StatisticsStatement.h"
+#include "newschart/frmChart.h"
+#include "settings/CAppSettings.h"
 #include "workspace/frmCalendar.h"
 
 #include <QAbstractButton>
@@ -92,11 +93,12 @@ bool toggleValue(ButtonTool *tool)
 } // namespace
 
 frmCharts::frmCharts(QWidget *parent)
-    : QWidget(parent, Qt::Window)
+    : ChartWorkspace(parent, Qt::Window)
 {
     setObjectName(u"frmCharts"_s);
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(u"Statistic Charts"_s);
+    setFont(qrt::component::formFont());
     buildPages();
     resize(kDesignSize);
     // Room for the first tools of the bar and a chart beside the open filter
@@ -130,9 +132,6 @@ void frmCharts::buildPages()
 {
     tabCharts = new QTabWidget(this);
     tabCharts->setObjectName(u"tabCharts"_s);
-    QFont font(u"Tahoma"_s);
-    font.setPointSizeF(8.25);
-    tabCharts->setFont(font);
     const QStringList pageNames = {u"elsBorder"_s, u"elstMSchart"_s, u"WebBrowser1"_s};
     const QStringList captions = TabCaptions.split(u'|');
     for (qsizetype i = 0; i < pageNames.size(); ++i)
@@ -291,6 +290,24 @@ void frmCharts::dsChart_ToolClick(Tool *tool)
             fProvChannels->BuildFilter();
         fChart->DrawChart();
     }
+}
+
+void frmCharts::setChartFilter(const QString &filter)
+{
+    if (fChart)
+        fChart->sFilter = filter;
+}
+
+void frmCharts::setRedrawEnabled(bool enabled)
+{
+    if (ButtonTool *redraw = dsChart->Commands().GetToolButton(u"tbRedraw"_s))
+        redraw->setEnabled(enabled);
+}
+
+void frmCharts::hideCalendarPopup()
+{
+    if (PopupWindow *popup = dsChart->PopupWindows(u"pwfCal"_s))
+        popup->setVisible(false);
 }
 
 void frmCharts::dsChart_ToolPopup(Tool *tool)

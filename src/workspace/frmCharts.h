@@ -9,8 +9,9 @@
 // stacking, legend), at once, or what the next drawing asks for (period,
 // series, filter), which shows at the next "Redraw Chart".
 
+#include "component/ChartWorkspace.h"
+
 #include <QPointer>
-#include <QWidget>
 
 class QTabWidget;
 class ChartControl;
@@ -22,7 +23,7 @@ class frmCalendar;
 class frmChart;
 class frmProvChannels;
 
-class frmCharts : public QWidget
+class frmCharts : public ChartWorkspace
 {
     Q_OBJECT
 
@@ -43,6 +44,10 @@ public:
 
     // Sets the period of a code (1 "Today" to 6 "All") from today's date.
     void SetPeriod(int Period);
+
+    void setChartFilter(const QString &filter) override;
+    void setRedrawEnabled(bool enabled) override;
+    void hideCalendarPopup() override;
 
     // "&Built-In Chart|MS Office &Pivot Chart|MS Office Pivot &Table"
     static const QString TabCaptions;

@@ -4,8 +4,8 @@
 
 #include "TestDatabases.h"
 #include "db/Connection.h"
-#include "demodata/DemoDatabase.h"
 #include "db/Recordset.h"
+#include "demodata/DemoDatabase.h"
 
 #include <QCryptographicHash>
 #include <QFile>

@@ -3,8 +3,8 @@
 // refused with the data unchanged, and anything broken ends in no rows.
 
 #include "TestDatabases.h"
-#include "db/Connection.h"
 #include "base/Dates.h"
+#include "db/Connection.h"
 #include "db/Recordset.h"
 
 #include <QDir>

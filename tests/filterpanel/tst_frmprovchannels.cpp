@@ -5,14 +5,14 @@
 
 #include "TestDatabases.h"
 #include "component/modUtils.h"
-#include "demodata/DemoDatabase.h"
+#include "controls/ButtonTool.h"
+#include "controls/DockStudio.h"
 #include "controls/TickList.h"
+#include "demodata/DemoDatabase.h"
 #include "filterpanel/TickListModel.h"
 #include "filterpanel/frmProvChannels.h"
 #include "newschart/frmChart.h"
 #include "settings/CAppSettings.h"
-#include "controls/ButtonTool.h"
-#include "controls/DockStudio.h"
 #include "workspace/frmCharts.h"
 
 #include <qrt/statCharts.h>

@@ -4,8 +4,8 @@
 // looks of the chart area on screen, and exports to PNG, SVG and PDF.
 
 #include "base/Dates.h"
-#include "newschart/ChartControl.h"
 #include "controls/ChartView.h"
+#include "newschart/ChartControl.h"
 
 #include <QFile>
 #include <QImage>
@@ -113,7 +113,8 @@ void tst_ChartView::chartTypes()
     QFETCH(QString, first);
     QFETCH(QString, second);
     QFETCH(bool, filled);
-    ChartView view;
+    ChartControl control;
+    ChartView view(&control);
     fill(*view.control());
     view.control()->setChartType(type);
     view.control()->setIsStacked(stacked);
@@ -133,7 +134,8 @@ void tst_ChartView::chartTypes()
 
 void tst_ChartView::legendFollowsTheFlag()
 {
-    ChartView view;
+    ChartControl control;
+    ChartView view(&control);
     fill(*view.control());
     QVERIFY(view.legend->visible());
     QCOMPARE(view.legend->itemCount(), 2);
@@ -148,7 +150,8 @@ void tst_ChartView::legendFollowsTheFlag()
 
 void tst_ChartView::titleLabel()
 {
-    ChartView view;
+    ChartControl control;
+    ChartView view(&control);
     fill(*view.control());
     ChartControl &chart = *view.control();
     const int label = chart.AddLabel();
@@ -166,7 +169,8 @@ void tst_ChartView::titleLabel()
 
 void tst_ChartView::timeAxisLabelsDays()
 {
-    ChartView view;
+    ChartControl control;
+    ChartView view(&control);
     fill(*view.control());
     QCOMPARE(view.xAxis->range().lower, 0.5);
     QCOMPARE(view.xAxis->range().upper, 5.5);
@@ -184,7 +188,8 @@ void tst_ChartView::timeAxisLabelsDays()
 
 void tst_ChartView::emptyChartIsBlank()
 {
-    ChartView view;
+    ChartControl control;
+    ChartView view(&control);
     fill(*view.control());
     view.control()->setNumSeries(0);
     QCOMPARE(view.drawnSeriesCount(), 0);
@@ -195,7 +200,8 @@ void tst_ChartView::emptyChartIsBlank()
 
 void tst_ChartView::looksOnScreen()
 {
-    ChartView view;
+    ChartControl control;
+    ChartView view(&control);
     view.resize(400, 260);
     ChartControl &chart = *view.control();
     chart.setBorderWidth(0);
@@ -229,7 +235,8 @@ void tst_ChartView::exports()
     QFETCH(QString, name);
     QFETCH(QByteArray, start);
     QTemporaryDir dir;
-    ChartView view;
+    ChartControl control;
+    ChartView view(&control);
     fill(*view.control());
     const QString path = dir.filePath(name);
     QString error;
@@ -248,7 +255,8 @@ void tst_ChartView::exports()
 void tst_ChartView::unknownExportFormat()
 {
     QTemporaryDir dir;
-    ChartView view;
+    ChartControl control;
+    ChartView view(&control);
     QString error;
     QVERIFY(!view.exportTo(dir.filePath(u"chart.gif"_s), QSize(100, 100), &error));
     QVERIFY(error.contains(u".png, .svg or .pdf"_s));

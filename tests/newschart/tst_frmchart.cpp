@@ -5,10 +5,10 @@
 // and both must give the expected chart.
 
 #include "NewsFixture.h"
-#include "component/modUtils.h"
 #include "base/Dates.h"
-#include "newschart/ChartControl.h"
+#include "component/modUtils.h"
 #include "controls/ChartView.h"
+#include "newschart/ChartControl.h"
 #include "newschart/StatisticsStatement.h"
 #include "newschart/frmChart.h"
 

@@ -4,8 +4,8 @@
 // on random data and on the demo generator's data.
 
 #include "PivotTestData.h"
-#include "demodata/DemoDatabase.h"
 #include "db/Recordset.h"
+#include "demodata/DemoDatabase.h"
 #include "pivotviews/PivotAggregator.h"
 #include "pivotviews/PivotData.h"
 #include "pivotviews/PivotLoader.h"

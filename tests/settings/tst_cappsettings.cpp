@@ -3,8 +3,8 @@
 // settings files in a private home.
 
 #include "SettingsTestHome.h"
-#include "component/modUtils.h"
 #include "base/ComponentError.h"
+#include "component/modUtils.h"
 #include "settings/CAppSettings.h"
 
 #include <qrt/statCharts.h>

@@ -18,6 +18,10 @@ constexpr quint32 ClassicRgb(int red, int green, int blue)
     return quint32(red & 0xFF) | quint32(green & 0xFF) << 8 | quint32(blue & 0xFF) << 16;
 }
 
+// The beige of the design: the empty chart, the chart's surround and the
+// pivot page's background.
+constexpr quint32 DesignBackColor = ClassicRgb(245, 245, 220);
+
 struct ChartGrid
 {
     bool IsShown = false;      // first on/off option of the grid
@@ -149,7 +153,7 @@ private:
     bool m_legend = true;
     int m_borderStyle = 1;
     int m_borderWidth = 0;
-    quint32 m_backColor = ClassicRgb(245, 245, 220);
+    quint32 m_backColor = DesignBackColor;
     std::vector<ChartLabel> m_labels;
     int m_chartType = Plot;
     bool m_stacked = false;

@@ -1,7 +1,7 @@
 #include "settings/CAppSettings.h"
 
-#include "base/Dates.h"
 #include "base/AppInfo.h"
+#include "base/Dates.h"
 #include "settings/SettingsStore.h"
 
 #include <QtEndian>
