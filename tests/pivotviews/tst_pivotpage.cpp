@@ -1,0 +1,260 @@
+// The pivot table's page: whole pages for stored layouts, compared byte for
+// byte with the page written out here line by line, and the file it goes to.
+
+#include "pivotviews/PivotPage.h"
+#include "settings/SettingsTestHome.h"
+
+#include <QProcess>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace qrt::pivot;
+
+namespace {
+
+struct Block
+{
+    QString axis, name, fields, filters;
+};
+struct Total
+{
+    QString field, name, function;
+};
+
+const QStringList kFunctions = {
+    u"Function ParseMembers(root, memberspath , Members )"_s,
+    u"Dim I,aMembs,a "_s,
+    u"Set ParentMember = Nothing"_s,
+    u"ParentFound = False"_s,
+    u"BuildParentMember root, memberspath"_s,
+    u"Members = Replace(Members, \"(\", \"\")"_s,
+    u"Members = Replace(Members, \")\", \"\")"_s,
+    u"aMembs = Split(Members, \",\")"_s,
+    u"a=aMembs"_s,
+    u"For I = 0 To UBound(aMembs)"_s,
+    u"If ParentMember Is Nothing Then"_s,
+    u"Set a(I) = root(aMembs(I))"_s,
+    u"Else"_s,
+    u"Set a(I) = ParentMember.ChildMembers(aMembs(I))"_s,
+    u"End If"_s,
+    u"Next"_s,
+    u"ParseMembers = a"_s,
+    u"End Function"_s,
+    u"Function BuildParentMember(root , memberspath )"_s,
+    u"Dim aPath, I, chName"_s,
+    u"If ParentFound Then Exit Function"_s,
+    u"aPath = Split(memberspath, \"**|**\")"_s,
+    u"For I = 0 To UBound(aPath)"_s,
+    u"If aPath(I) <> \"\" Then"_s,
+    u"If ParentFound Then Exit Function"_s,
+    u"If I <> UBound(aPath) Then"_s,
+    u"If ParentFound Then Exit Function"_s,
+    u"chName = aPath(I)"_s,
+    u"aPath(I) = \"\""_s,
+    u"BuildParentMember = BuildParentMember(root(chName).ChildMembers, Join(aPath, \"**|**\"))"_s,
+    u"Else"_s,
+    u"If ParentFound Then"_s,
+    u"Exit Function"_s,
+    u"Else"_s,
+    u"Set ParentMember = root(aPath(I))"_s,
+    u"ParentFound = True"_s,
+    u"Exit Function"_s,
+    u"End If"_s,
+    u"End If"_s,
+    u"End If"_s,
+    u"Next"_s,
+    u"End Function"_s,
+};
+
+QString expectedPage(const QString &connection, const QList<Block> &blocks,
+                     const QList<Total> &totals)
+{
+    QStringList lines = {
+        u"<html><body bgcolor='beige' topmargin=0 leftmargin=0 rightmargin=0 bottommargin=0 "
+        u"marginwidth=0 marginheight=0><object id=PT "
+        u"classid=CLSID:0002E55A-0000-0000-C000-000000000046></object></body>"_s,
+        u"<script language=vbs>"_s,
+        u"Dim ParentMember,ParentFound"_s,
+        u"Sub Window_OnLoad()"_s,
+        u"Dim pFieldSet, pField , aFields, aFieldsFilters, aFilters, I, J "_s,
+        u"With PT"_s,
+        u".ConnectionString = \"%1\" "_s.arg(connection),
+        u".CommandText = \"SELECT Providers.Provider, Channels.Channel, News.Title AS News, "
+        u"News.pubDate as NewsDate, Categories.Name AS Category \" & _"_s,
+        u"\"FROM Categories INNER JOIN (Providers INNER JOIN (Channels INNER JOIN News ON "
+        u"Channels.ID = News.Channel) ON Providers.ID = Channels.Provider) ON Categories.ID = "
+        u"Channels.Category; \""_s,
+        u".AllowFiltering = True"_s,
+        u".AllowGrouping = True"_s,
+        u".AllowPropertyToolbox = True"_s,
+        u".DisplayToolbar = True"_s,
+        u".DisplayFieldList = True"_s,
+        u"End With"_s,
+    };
+    for (const Block &b : blocks)
+        lines << u"Set pFieldSet = PT.ActiveView.FieldSets(\"%1\")"_s.arg(b.name)
+              << u"PT.ActiveView.%1.InsertFieldSet pFieldSet"_s.arg(b.axis)
+              << u"For Each pField In pFieldSet.Fields"_s << u"pField.IsIncluded = False"_s
+              << u"Next"_s << u"aFields = Split(\"%1\" , \"%%|%%\" )"_s.arg(b.fields)
+              << u"aFieldsFilters = Split(\"%1\" , \"%%|%%\" )"_s.arg(b.filters)
+              << u"For J = 0 To UBound(aFields)"_s
+              << u"pFieldSet.Fields(aFields(J)).IsIncluded = True"_s << u"Next"_s
+              << u"For J = 0 To UBound(aFieldsFilters)"_s
+              << u"aFilters = Split(aFieldsFilters(J), \"||\")"_s << u"If aFilters(1) = 2 Then"_s
+              << u"pFieldSet.Fields(aFilters(0)).IncludedMembers = "
+                 u"ParseMembers(pFieldSet.Members, aFilters(2), aFilters(3))"_s
+              << u"pFieldSet.AllIncludeExclude = aFilters(1)"_s << u"ElseIf aFilters(1) = 1 Then"_s
+              << u"pFieldSet.Fields(aFilters(0)).ExcludedMembers = "
+                 u"ParseMembers(pFieldSet.Members, aFilters(2), aFilters(3))"_s
+              << u"pFieldSet.AllIncludeExclude = aFilters(1)"_s << u"End If"_s << u"Next"_s;
+    lines << u"Dim pTotal "_s;
+    for (const Total &t : totals)
+        lines << u"Set pFieldSet = PT.ActiveView.FieldSets(\"%1\")"_s.arg(t.field)
+              << u"Set pTotal = PT.ActiveView.AddTotal(\"%1\", pFieldSet.Fields(0), %2) "_s.arg(
+                     t.name, t.function)
+              << u"PT.ActiveView.DataAxis.InsertTotal pTotal "_s;
+    lines << u"PT.ActiveView.ExpandDetails = 2"_s << u"PT.ActiveView.ExpandMembers = 2"_s
+          << u"PT.ActiveData.HideDetails"_s << u"End Sub"_s << kFunctions << QString()
+          << u"</script></html>"_s;
+    return lines.join(u"\r\n"_s);
+}
+
+const Block kByMonth{u"RowAxis"_s, u"NewsDate By Month"_s, u"Months"_s, {}};
+const Block kProvider{u"RowAxis"_s, u"Provider"_s, u"Provider"_s, {}};
+const Total kCountOfNews{u"News"_s, u"Count of News"_s, u"2"_s};
+
+// Makes a folder refuse new files. Root ignores permissions, so for root
+// the folder is also made immutable where the file system allows that.
+class FolderLock
+{
+public:
+    explicit FolderLock(const QString &folder)
+        : m_folder(folder)
+    {
+        QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner);
+        if (acceptsFiles())
+            m_immutable = QProcess::execute(u"chattr"_s, {u"+i"_s, folder}) == 0;
+    }
+    ~FolderLock()
+    {
+        if (m_immutable)
+            QProcess::execute(u"chattr"_s, {u"-i"_s, m_folder});
+        QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+    bool acceptsFiles() const
+    {
+        QFile probe(m_folder + u"/probe"_s);
+        return probe.open(QIODevice::WriteOnly) && probe.remove();
+    }
+
+private:
+    QString m_folder;
+    bool m_immutable = false;
+};
+
+} // namespace
+
+Q_DECLARE_METATYPE(Block)
+Q_DECLARE_METATYPE(Total)
+
+class tst_PivotPage : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { m_home.clear(); }
+    void page_data();
+    void page();
+    void fixedFunctions();
+    void writeTextFile();
+
+private:
+    SettingsTestHome m_home;
+};
+
+void tst_PivotPage::page_data()
+{
+    QTest::addColumn<QVariantMap>("stored");
+    QTest::addColumn<QString>("connection");
+    QTest::addColumn<QList<Block>>("blocks");
+    QTest::addColumn<QList<Total>>("totals");
+    const QString sqlite = u"Data Source=/srv/news.db"_s;
+    QTest::newRow("empty store") << QVariantMap() << sqlite << QList{kByMonth, kProvider}
+                                 << QList{kCountOfNews};
+    QTest::newRow("count no number") << QVariantMap{{u"ROWFIELDSETSCOUNT"_s, u"two"_s}} << sqlite
+                                     << QList{kByMonth, kProvider} << QList{kCountOfNews};
+    QTest::newRow("row count 0") << QVariantMap{{u"ROWFIELDSETSCOUNT"_s, 0}} << sqlite
+                                 << QList<Block>() << QList{kCountOfNews};
+    QTest::newRow("row count 3") << QVariantMap{{u"ROWFIELDSETSCOUNT"_s, 3}} << sqlite
+                                 << QList{kByMonth, kProvider, kProvider} << QList{kCountOfNews};
+    QTest::newRow("empty lists") << QVariantMap{{u"COLUMNFIELDSETSCOUNT"_s, u" 1 "_s},
+                                                {u"COLUMNFIELDSETNAME1"_s, u"Channel"_s},
+                                                {u"ROWFIELDSETFIELDS1"_s, QString()}}
+                                 << sqlite
+                                 << QList{Block{u"ColumnAxis"_s, u"Channel"_s, {}, {}},
+                                          Block{u"RowAxis"_s, u"NewsDate By Month"_s, {}, {}},
+                                          kProvider}
+                                 << QList{kCountOfNews};
+    QTest::newRow("double quote") << QVariantMap{{u"FILTERFIELDSETSCOUNT"_s, 1},
+                                                 {u"FILTERFIELDSETNAME1"_s, u"Pro\"vider"_s}}
+                                  << u"Data Source=\"/srv/news.db\""_s
+                                  << QList{Block{u"FilterAxis"_s, u"Pro\"vider"_s, {}, {}},
+                                           kByMonth, kProvider}
+                                  << QList{kCountOfNews};
+    const QString records = u"Years||1||||(2004)%%|%%Months||2||2005**|**Qtr1||(Jan,Feb)"_s;
+    QTest::newRow("records and totals")
+        << QVariantMap{{u"DATAFIELDSETSCOUNT"_s, 1},
+                       {u"DATAFIELDSETNAME1"_s, u"NewsDate By Month"_s},
+                       {u"DATAFIELDSETFIELDS1"_s, u"Years%%|%%Months"_s},
+                       {u"DATAFIELDSFILTERS1"_s, records},
+                       {u"ROWFIELDSETSCOUNT"_s, 1},
+                       {u"TOTALSCOUNT"_s, 2},
+                       {u"TOTALFIELD1"_s, u"Provider"_s},
+                       {u"TOTALNAME1"_s, u"Providers"_s},
+                       {u"TOTALFUNCTION1"_s, 4}}
+        << sqlite
+        << QList{Block{u"DataAxis"_s, u"NewsDate By Month"_s, u"Years%%|%%Months"_s, records},
+                 kByMonth}
+        << QList{Total{u"Provider"_s, u"Providers"_s, u"4"_s}, kCountOfNews};
+    QTest::newRow("no totals") << QVariantMap{{u"TOTALSCOUNT"_s, 0}} << sqlite
+                               << QList{kByMonth, kProvider} << QList<Total>();
+}
+
+void tst_PivotPage::page()
+{
+    QFETCH(QVariantMap, stored);
+    QFETCH(QString, connection);
+    QFETCH(QList<Block>, blocks);
+    QFETCH(QList<Total>, totals);
+    const CAppSettings settings = zorvaneSettings();
+    for (auto it = stored.cbegin(); it != stored.cend(); ++it)
+        settings.SaveSetting(u"STATMSTABLE"_s, it.key(), it.value());
+    QCOMPARE(PivotPage::BuildPivotPage(settings, connection),
+             expectedPage(connection, blocks, totals));
+}
+
+void tst_PivotPage::fixedFunctions()
+{
+    QCOMPARE(PivotPage::GetAdditionalScriptFunctions(), kFunctions.join(u"\r\n"_s) + u"\r\n"_s);
+}
+
+void tst_PivotPage::writeTextFile()
+{
+    QTemporaryDir cache;
+    qputenv("XDG_CACHE_HOME", QFile::encodeName(cache.path()));
+    const QString path = PivotPage::pivotPagePath();
+    QCOMPARE(path, cache.path() + u"/QRT_StatCharts/msowc.htm"_s);
+    QVERIFY(PivotPage::WriteTextFile(path, u"an older and longer page"_s));
+    QVERIFY(PivotPage::WriteTextFile(path, u"caf\u00e9 \u20ac\r\n"_s));
+    const QByteArray written("caf\xe9 ?\r\n");
+    QCOMPARE(SettingsTestHome::contents(path), written);
+
+    FolderLock lock(QFileInfo(path).absolutePath());
+    if (lock.acceptsFiles())
+        QSKIP("this user can write into any folder here");
+    QVERIFY(!PivotPage::WriteTextFile(path, u"new"_s));
+    QCOMPARE(SettingsTestHome::contents(path), written);
+}
+
+QTEST_GUILESS_MAIN(tst_PivotPage)
+#include "tst_pivotpage.moc"
