@@ -5,9 +5,12 @@
 #include "pivotviews/PivotData.h"
 #include "pivotviews/PivotLayoutText.h"
 #include "pivotviews/PivotLoad.h"
+#include "pivotviews/PivotPage.h"
+#include "pivotviews/PivotPageRun.h"
 #include "pivotviews/PivotResult.h"
 #include "pivotviews/PivotResultWriter.h"
 #include "pivotviews/PivotView.h"
+#include "settings/CAppSettings.h"
 
 #include <QCommandLineParser>
 #include <QEventLoop>
@@ -57,6 +60,28 @@ std::shared_ptr<const PivotData> load(const QString &connection, const QString &
     return load.data();
 }
 
+int printGrid(const PivotView &view, const QString &format)
+{
+    const PivotResult result = PivotAggregator::run(view);
+    const QString text =
+        format == u"json"_s ? PivotResultWriter::json(result) : PivotResultWriter::csv(result);
+    std::fputs(text.toUtf8().constData(), stdout);
+    return 0;
+}
+
+// The layout the window's pivot table would restore: the page it writes
+// from the stored STATMSTABLE values, run against the loaded view. A
+// layout that stops part-way is shown as far as it went, as in the window.
+void applyStoredLayout(PivotView &view, const QString &connection)
+{
+    CAppSettings settings;
+    settings.Init(u"Koltrin"_s, u"Zorvane"_s);
+    const auto outcome = runPivotPage(PivotPage::BuildPivotPage(settings, connection), view);
+    if (outcome.isFailed())
+        std::fprintf(stderr, "zorvane-stats: the stored layout stops at %s\n",
+                     qPrintable(outcome.text()));
+}
+
 } // namespace
 
 int PivotCommand::run(const QStringList &arguments)
@@ -74,6 +99,9 @@ int PivotCommand::run(const QStringList &arguments)
         {u"total"_s, u"The totals."_s, u"TOTAL"_s, u"Count of News=Count(News)"_s},
         {u"format"_s, u"csv (default) or json."_s, u"FORMAT"_s, u"csv"_s},
         {u"command"_s, u"Another statement to pivot."_s, u"SQL"_s},
+        {u"layout-from-settings"_s,
+         u"The layout the window's pivot table restores (the stored STATMSTABLE values) "
+         "instead of --rows, --columns, --filter and --total."_s},
     });
     parser.process(arguments);
     const QString format = parser.value(u"format"_s);
@@ -88,17 +116,17 @@ int PivotCommand::run(const QStringList &arguments)
         return 1;
     PivotView view(data);
     try {
+        if (parser.isSet(u"layout-from-settings"_s)) {
+            applyStoredLayout(view, parser.positionalArguments().at(1));
+            return printGrid(view, format);
+        }
         PivotLayoutText::applyFieldSets(view, view.FilterAxis(), parser.value(u"filter"_s));
         PivotLayoutText::applyFieldSets(view, view.RowAxis(), parser.value(u"rows"_s));
         PivotLayoutText::applyFieldSets(view, view.ColumnAxis(), parser.value(u"columns"_s));
         PivotLayoutText::applyTotals(view, parser.value(u"total"_s));
-        const PivotResult result = PivotAggregator::run(view);
-        const QString text =
-            format == u"json"_s ? PivotResultWriter::json(result) : PivotResultWriter::csv(result);
-        std::fputs(text.toUtf8().constData(), stdout);
+        return printGrid(view, format);
     } catch (const PivotError &error) {
         std::fprintf(stderr, "zorvane-stats: %s\n", qPrintable(error.description));
         return 2;
     }
-    return 0;
 }
