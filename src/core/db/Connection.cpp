@@ -60,6 +60,7 @@ bool Connection::Open(const QString &connectionString, Access access)
 {
     Close();
     m_lastError.clear();
+    m_access = access;
     const ConnectionString cs = ConnectionString::parse(connectionString);
     bool ok = false;
     switch (cs.engine) {
@@ -105,8 +106,10 @@ bool Connection::openSqlite(const ConnectionString &cs, Access access)
         return false;
     m_sqlite = *static_cast<sqlite3 *const *>(db.driver()->handle().constData());
     SqliteFunctions::install(m_sqlite);
-    if (access == Access::ReadOnly) // also refuses writes to ATTACHed files
+    if (access == Access::ReadOnly) { // also refuses writes to ATTACHed files
         QSqlQuery(u"PRAGMA query_only = 1"_s, db);
+        SqliteFunctions::denyOutsideReach(m_sqlite);
+    }
     return true;
 }
 
@@ -141,14 +144,23 @@ bool Connection::openOdbc(const ConnectionString &cs, Access access)
     return finishOpen(db);
 }
 
+// A PostgreSQL reader's statements run in a transaction that is read-only
+// whatever the session's defaults have become, from the first open reader
+// to the last, and is then rolled back.
 void Connection::attach(Recordset *recordset)
 {
+    if (m_recordsets.empty() && m_engine == Engine::PostgreSQL && m_access == Access::ReadOnly)
+        QSqlQuery(database()).exec(u"START TRANSACTION READ ONLY"_s);
     m_recordsets.push_back(recordset);
 }
 
 void Connection::detach(Recordset *recordset)
 {
+    const bool had = !m_recordsets.empty();
     std::erase(m_recordsets, recordset);
+    if (had && m_recordsets.empty() && m_engine == Engine::PostgreSQL &&
+        m_access == Access::ReadOnly)
+        QSqlQuery(database()).exec(u"ROLLBACK"_s);
 }
 
 void Connection::Close()

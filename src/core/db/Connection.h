@@ -35,6 +35,7 @@ public:
     bool IsOpen() const;
 
     Engine engine() const { return m_engine; }
+    bool isReadOnly() const { return m_access == Access::ReadOnly; }
     const QString &lastError() const { return m_lastError; }
     void setLastError(const QString &error);
 
@@ -54,6 +55,7 @@ private:
 
     QString m_name;
     Engine m_engine = Engine::None;
+    Access m_access = Access::ReadOnly;
     sqlite3 *m_sqlite = nullptr;
     QString m_lastError;
     std::vector<Recordset *> m_recordsets; // open on this connection

@@ -4,6 +4,7 @@
 #include "db/Dialect.h"
 #include "db/SqlQueryRecordSource.h"
 #include "db/SqliteRecordSource.h"
+#include "db/StatementGuard.h"
 
 using namespace Qt::StringLiterals;
 
@@ -33,8 +34,8 @@ bool Recordset::Open(const QString &statement, Connection &connection)
     }
     m_connection = &connection;
     connection.attach(this);
-    if (statement.trimmed().isEmpty()) {
-        fail(u"statement refused: the statement is empty"_s);
+    if (const QString why = StatementGuard::refusal(statement); !why.isEmpty()) {
+        fail(u"statement refused: "_s + why);
         Close();
         return false;
     }

@@ -35,12 +35,36 @@ void cdate(sqlite3_context *context, int, sqlite3_value **argv)
     sqlite3_result_text(context, text.constData(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
 }
 
+int authorize(void *, int action, const char *, const char *name, const char *, const char *)
+{
+    switch (action) {
+    case SQLITE_ATTACH:
+    case SQLITE_DETACH:
+    case SQLITE_PRAGMA:
+        return SQLITE_DENY;
+    case SQLITE_FUNCTION:
+        return name && sqlite3_stricmp(name, "load_extension") == 0 ? SQLITE_DENY : SQLITE_OK;
+    default:
+        return SQLITE_OK;
+    }
+}
+
 } // namespace
 
-bool SqliteFunctions::install(sqlite3 *db)
+namespace SqliteFunctions {
+
+bool install(sqlite3 *db)
 {
     return sqlite3_create_function_v2(db, "CDate", 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr,
                                       &cdate, nullptr, nullptr, nullptr) == SQLITE_OK;
 }
+
+void denyOutsideReach(sqlite3 *db)
+{
+    sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0, nullptr);
+    sqlite3_set_authorizer(db, &authorize, nullptr);
+}
+
+} // namespace SqliteFunctions
 
 } // namespace qrt::db

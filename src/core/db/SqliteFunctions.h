@@ -1,19 +1,21 @@
 #pragma once
-// SQL functions that statements written for the application's original
-// dialect call and SQLite lacks.
+// What a SQLite connection of ours is given: the SQL functions that
+// statements written for the application's original dialect call and
+// SQLite lacks, and, for a reader, the fence that keeps statements inside
+// the one database file.
 
 struct sqlite3;
 
-namespace qrt::db {
+namespace qrt::db::SqliteFunctions {
 
-class SqliteFunctions
-{
-public:
-    // CDate(x): a date text in any of our forms, or a number of days, as the
-    // "yyyy-MM-dd HH:mm:ss" text that pubDate is stored in; an error for
-    // anything else, so a bad date stops the statement instead of matching
-    // nothing silently.
-    static bool install(sqlite3 *db);
-};
+// CDate(x): a date text in any of our forms, or a number of days, as the
+// "yyyy-MM-dd HH:mm:ss" text that pubDate is stored in; an error for
+// anything else, so a bad date stops the statement instead of matching
+// nothing silently.
+bool install(sqlite3 *db);
 
-} // namespace qrt::db
+// Refuses from now on what reaches beyond the open file or changes the
+// connection: ATTACH and DETACH, PRAGMA, and loading extensions.
+void denyOutsideReach(sqlite3 *db);
+
+} // namespace qrt::db::SqliteFunctions

@@ -3,6 +3,7 @@
 #include "db/Connection.h"
 #include "db/Dialect.h"
 #include "db/Recordset.h"
+#include "db/StatementGuard.h"
 #include "pivotviews/PivotColumnBuilder.h"
 #include "pivotviews/PivotData.h"
 
@@ -169,6 +170,10 @@ void encode(const Batch &batch, Builders &builders)
 bool readSqlite(db::Connection &connection, const QString &commandText, Builders &builders,
                 const PivotLoader::Progress &progress, QString *error)
 {
+    if (const QString why = db::StatementGuard::refusal(commandText); !why.isEmpty()) {
+        *error = u"statement refused: "_s + why;
+        return false;
+    }
     const QByteArray sql = db::Dialect::translate(commandText, db::Engine::SQLite).toUtf8();
     sqlite3 *handle = connection.sqliteHandle();
     sqlite3_stmt *stmt = nullptr;
