@@ -114,8 +114,8 @@ QString WebBrowser::embedObjects(const QString &html)
         auto *object = qobject_cast<PageObject *>(created);
         if (!object) {
             delete created;
-            return u"Line %1: Cannot create the object '%2' (CLSID:%3)."_s.arg(tag.line)
-                .arg(tag.id, tag.classId);
+            return u"Line %1: Cannot create the object '%2' (CLSID:%3)."_s.arg(tag.line).arg(
+                tag.id, tag.classId);
         }
         object->setObjectName(tag.id);
         m_layout->insertWidget(m_layout->count() - 1, object, 1);

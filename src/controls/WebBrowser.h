@@ -27,7 +27,7 @@ class QVBoxLayout;
 namespace qrt::script {
 class ScriptInterpreter;
 class ScriptOutcome;
-}
+} // namespace qrt::script
 
 class WebBrowser : public QWidget
 {
@@ -81,7 +81,7 @@ Q_SIGNALS:
 
 private:
     void clearPage();
-    bool embedObjects(const QString &html);
+    QString embedObjects(const QString &html);
     void runOnLoad(quint64 page);
     void finish(const QString &notice);
 
@@ -90,7 +90,7 @@ private:
     QVBoxLayout *m_layout = nullptr;
     QLabel *m_status = nullptr;
     QString m_path;
-    quint64 m_page = 0; // counts navigations, so that a late run of an old page does nothing
+    quint64 m_page = 0;     // counts navigations, so that a late run of an old page does nothing
     bool m_rerun = false;   // the run after a wait for the data, once per page
     bool m_waiting = false; // for the first object that has loaded
 };
