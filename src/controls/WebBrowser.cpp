@@ -58,6 +58,7 @@ void WebBrowser::Navigate2(const QString &path)
     clearPage();
     m_path = path;
     const quint64 page = ++m_page;
+    m_busy = true;
     QString notice;
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
@@ -160,5 +161,6 @@ void WebBrowser::finish(const QString &notice)
     m_status->setVisible(!notice.isEmpty());
     if (!notice.isEmpty())
         qCWarning(lcPage).noquote() << m_path << notice;
+    m_busy = false;
     Q_EMIT scriptFinished();
 }

@@ -32,6 +32,9 @@ class ScriptOutcome;
 class WebBrowser : public QWidget
 {
     Q_OBJECT
+    // From Navigate2 until scriptFinished: hosts that picture the window
+    // wait for it without including this header.
+    Q_PROPERTY(bool busy READ isBusy NOTIFY scriptFinished)
 
 public:
     // The element of a page with an id, and the object it embeds (null for
@@ -73,6 +76,7 @@ public:
 
     // The line at the foot of the page: empty while all is well.
     QString statusText() const;
+    bool isBusy() const { return m_busy; }
 
 Q_SIGNALS:
     // The page's script has completed or stopped, or the page could not be
@@ -90,7 +94,8 @@ private:
     QVBoxLayout *m_layout = nullptr;
     QLabel *m_status = nullptr;
     QString m_path;
-    quint64 m_page = 0;     // counts navigations, so that a late run of an old page does nothing
+    quint64 m_page = 0; // counts navigations, so that a late run of an old page does nothing
+    bool m_busy = false;
     bool m_rerun = false;   // the run after a wait for the data, once per page
     bool m_waiting = false; // for the first object that has loaded
 };

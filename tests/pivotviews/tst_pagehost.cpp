@@ -204,7 +204,9 @@ void tst_PageHost::scriptRunsAfterTheCallAndWaitsForData()
     StubPivotTable *table = tableOf(&host);
     QVERIFY(table);
     QVERIFY(table->properties.isEmpty());
+    QVERIFY(host.property("busy").toBool());
     QVERIFY(finished.wait(20000));
+    QVERIFY(!host.property("busy").toBool());
     QCOMPARE(host.statusText(), QString());
     QCOMPARE(table->properties.value(u"connectionstring"_s).toText(), m_database);
     // Pending at the first ActiveView, then run once more to the end.
