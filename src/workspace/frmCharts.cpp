@@ -477,9 +477,8 @@ QString frmCharts::GetAdditionalScriptFunctions()
     QString functions;
     ReportingFrame frame(u"QRT_StatCharts.frmCharts.GetAdditionalScriptFunctions"_s,
                          gErrorHandler.get());
-    if (!frame.Run([&] { functions = PivotPage::GetAdditionalScriptFunctions(); }))
-        return functions;
-    frame.Leave();
+    if (frame.Run([&] { functions = PivotPage::GetAdditionalScriptFunctions(); }))
+        frame.Leave();
     return functions;
 }
 
