@@ -8,6 +8,7 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QFileInfo>
 #include <QPixmap>
@@ -23,6 +24,7 @@ namespace {
 
 constexpr qint64 kFirstRunDemoItems = 200000;
 constexpr int kSettleMs = 300;
+constexpr int kPageWaitMs = 60000;
 
 QString connectionOrDemo(const QStringList &positional)
 {
@@ -62,10 +64,33 @@ void settle()
     loop.exec();
 }
 
+// The pivot page of a window runs its script once the table's data is in,
+// after the window has shown: the picture waits for it, within reason. The
+// page host "WebBrowser1" says so by its property "busy" and its signal
+// scriptFinished().
+void waitForPages(const QList<QPointer<QWidget>> &windows)
+{
+    const QDeadlineTimer deadline(kPageWaitMs);
+    for (const auto &window : windows) {
+        if (!window)
+            continue;
+        for (QWidget *page : window->findChildren<QWidget *>(u"WebBrowser1"_s)) {
+            QPointer<QWidget> guard(page);
+            while (guard && guard->property("busy").toBool() && !deadline.hasExpired()) {
+                QEventLoop loop;
+                QObject::connect(page, SIGNAL(scriptFinished()), &loop, SLOT(quit()));
+                QTimer::singleShot(deadline.remainingTime(), &loop, &QEventLoop::quit);
+                loop.exec();
+            }
+        }
+    }
+}
+
 // Renders every window to a PNG, then closes them as a user would, so that
 // whatever a close does happens here too.
 int renderAndClose(const QList<QPointer<QWidget>> &windows, const QString &screenshot)
 {
+    waitForPages(windows);
     settle();
     int status = 0;
     int n = 0;

@@ -2,6 +2,10 @@
 // The classes a window can embed by name, as the pivot views register
 // themselves ("OWC11.PivotTable", "OWC11.Chartspace", ...). A build or a
 // test that leaves a class out sees the window without that view.
+//
+// A page names the class it embeds by its class id instead
+// ("CLSID:0002E55A-0000-0000-C000-000000000046"), so a class id can be made
+// an alias of a registered name; create() takes either form.
 
 #include <QString>
 
@@ -16,6 +20,11 @@ public:
 
     static void registerClass(const QString &className, const Factory &factory);
     static void unregisterClass(const QString &className);
-    // A new object of the class, or null when no class has that name.
+    // Lets `classId` (with or without "CLSID:" and braces) stand for the
+    // class registered under `className`, now or later.
+    static void registerClassId(const QString &classId, const QString &className);
+    static void unregisterClassId(const QString &classId);
+    // A new object of the class, found by name or by class id, or null when
+    // no registered class answers to it.
     static QWidget *create(const QString &className, QWidget *parent);
 };

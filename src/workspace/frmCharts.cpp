@@ -3,6 +3,7 @@
 #include "base/Dates.h"
 #include "base/ResumeNext.h"
 #include "component/FormFont.h"
+#include "component/PageObject.h"
 #include "component/ThemeColors.h"
 #include "component/modUtils.h"
 #include "controls/ButtonTool.h"
@@ -12,11 +13,15 @@
 #include "controls/PopupTool.h"
 #include "controls/PopupWindow.h"
 #include "controls/ToolIcons.h"
+#include "controls/WebBrowser.h"
+#include "errors/ReportingFrame.h"
 #include "filterpanel/frmProvChannels.h"
 #include "newschart/ChartControl.h"
 #include "newschart/NamedPeriod.h"
 #include "newschart/StatisticsStatement.h"
 #include "newschart/frmChart.h"
+#include "pivotviews/PivotLayoutCapture.h"
+#include "pivotviews/PivotPage.h"
 #include "settings/CAppSettings.h"
 #include "workspace/frmCalendar.h"
 
@@ -33,6 +38,8 @@
 using namespace Qt::StringLiterals;
 using qrt::chart::NamedPeriod;
 using qrt::chart::StatisticsStatement;
+using qrt::pivot::PivotView;
+namespace PivotPage = qrt::pivot::PivotPage;
 namespace dates = qrt::dates;
 
 const QString frmCharts::TabCaptions =
@@ -132,10 +139,13 @@ void frmCharts::buildPages()
 {
     tabCharts = new QTabWidget(this);
     tabCharts->setObjectName(u"tabCharts"_s);
-    const QStringList pageNames = {u"elsBorder"_s, u"elstMSchart"_s, u"WebBrowser1"_s};
+    const QStringList pageNames = {u"elsBorder"_s, u"elstMSchart"_s};
     const QStringList captions = TabCaptions.split(u'|');
     for (qsizetype i = 0; i < pageNames.size(); ++i)
         tabCharts->addTab(pageWithLayout(pageNames[i]), captions.value(i));
+    WebBrowser1 = new WebBrowser;
+    WebBrowser1->setObjectName(u"WebBrowser1"_s);
+    tabCharts->addTab(WebBrowser1, captions.value(2));
     buildDockStudio(tabCharts->widget(0));
     OLE1 = new OleContainer(tabCharts->widget(1));
     OLE1->setObjectName(u"OLE1"_s);
@@ -226,7 +236,8 @@ void frmCharts::Form_Load()
 
     LoadSettings();
     fChart->DrawChart();
-    IsPivotTableAvailable();
+    if (IsPivotTableAvailable())
+        ShowPivotTable();
     CreateChartSpace();
 }
 
@@ -251,8 +262,16 @@ void frmCharts::Form_Unload()
     fCalendar = nullptr;
     fProvChannels = nullptr;
     gChartForms.Remove(ChartFormKey(fIndex));
-    if (m_loaded)
-        SaveSettings();
+    if (!m_loaded)
+        return;
+    SaveSettings();
+    SavePivotChartLayout();
+    resumeNext([&] {
+        if (WebBrowser1)
+            PivotTableObject = WebBrowser1->Document().getElementById(u"PT"_s).object();
+    });
+    SavePivotTableLayout();
+    PivotTableObject = nullptr;
 }
 
 void frmCharts::dsChart_ToolClick(Tool *tool)
@@ -433,4 +452,44 @@ bool frmCharts::CreateChartSpace()
         return true;
     delete tabCharts->widget(1); // OLE1 goes with its page
     return false;
+}
+
+void frmCharts::ShowPivotTable()
+{
+    BuildPivotPage();
+    // A page that could not be written leaves the last one, which is shown.
+    if (WebBrowser1)
+        resumeNext([&] { WebBrowser1->Navigate2(PivotPage::pivotPagePath()); });
+}
+
+void frmCharts::BuildPivotPage()
+{
+    if (!gSettings)
+        return;
+    const QString functions = GetAdditionalScriptFunctions();
+    QString text;
+    resumeNext([&] { text = PivotPage::BuildPivotPage(*gSettings, gConnectionString, functions); });
+    resumeNext([&] { PivotPage::WriteTextFile(PivotPage::pivotPagePath(), text); });
+}
+
+QString frmCharts::GetAdditionalScriptFunctions()
+{
+    QString functions;
+    ReportingFrame frame(u"QRT_StatCharts.frmCharts.GetAdditionalScriptFunctions"_s,
+                         gErrorHandler.get());
+    if (frame.Run([&] { functions = PivotPage::GetAdditionalScriptFunctions(); }))
+        frame.Leave();
+    return functions;
+}
+
+void frmCharts::SavePivotChartLayout() {}
+
+// A table whose page never loaded has no layout: the stored one stays.
+void frmCharts::SavePivotTableLayout()
+{
+    if (!gSettings || !PivotTableObject)
+        return;
+    if (const PivotView *view = PivotTableObject->activeView())
+        resumeNext(
+            [&] { qrt::pivot::PivotLayoutCapture::SavePivotTableLayout(*gSettings, *view); });
 }

@@ -17,8 +17,10 @@ class QTabWidget;
 class ChartControl;
 class DockStudio;
 class OleContainer;
+class PageObject;
 class PopupWindow;
 class Tool;
+class WebBrowser;
 class frmCalendar;
 class frmChart;
 class frmProvChannels;
@@ -37,6 +39,8 @@ public:
     DockStudio *dsChart = nullptr;
     QTabWidget *tabCharts = nullptr;
     QPointer<OleContainer> OLE1;
+    // Page 2: the generated pivot page with the pivot table `PT`.
+    QPointer<WebBrowser> WebBrowser1;
 
     bool isLoaded() const { return m_loaded; }
     frmProvChannels *filterPanel() const { return fProvChannels; }
@@ -68,6 +72,11 @@ private:
     void LoadSettings();
     void SaveSettings();
     bool IsPivotTableAvailable();
+    void ShowPivotTable();
+    void BuildPivotPage();
+    QString GetAdditionalScriptFunctions();
+    void SavePivotChartLayout();
+    void SavePivotTableLayout();
     bool CreateChartSpace();
     ChartControl *chrtNews() const;
 
@@ -75,6 +84,8 @@ private:
     frmCalendar *fCalendar = nullptr;
     PopupWindow *pwCalendar = nullptr;
     bool bCalendarFrom = false;
+    // Held during the capture at close only.
+    QPointer<PageObject> PivotTableObject;
     bool m_loaded = false;
     bool m_unloaded = false;
 };

@@ -96,6 +96,12 @@ QString fieldSetBlock(const QString &axis, const QString &name, const QString &f
 
 QString BuildPivotPage(const CAppSettings &settings, const QString &connectionString)
 {
+    return BuildPivotPage(settings, connectionString, GetAdditionalScriptFunctions());
+}
+
+QString BuildPivotPage(const CAppSettings &settings, const QString &connectionString,
+                       const QString &additionalScriptFunctions)
+{
     QString page = linesOf({
         u"<html><body bgcolor='beige' topmargin=0 leftmargin=0 rightmargin=0 bottommargin=0 "
         u"marginwidth=0 marginheight=0><object id=PT "
@@ -127,7 +133,7 @@ QString BuildPivotPage(const CAppSettings &settings, const QString &connectionSt
     page += GetTotalsScript(settings);
     page += linesOf({u"PT.ActiveView.ExpandDetails = 2"_s, u"PT.ActiveView.ExpandMembers = 2"_s,
                      u"PT.ActiveData.HideDetails"_s, u"End Sub"_s});
-    page += GetAdditionalScriptFunctions();
+    page += additionalScriptFunctions;
     page += u"\r\n</script></html>"_s;
     return page;
 }

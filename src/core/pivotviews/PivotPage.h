@@ -21,6 +21,11 @@ namespace qrt::pivot::PivotPage {
 // The whole page, ending directly after "</script></html>". The window
 // writes it with WriteTextFile to pivotPagePath() and loads that file.
 QString BuildPivotPage(const CAppSettings &settings, const QString &connectionString);
+// The same page with `additionalScriptFunctions` in place of
+// GetAdditionalScriptFunctions(): the window obtains those under its
+// reporting frame.
+QString BuildPivotPage(const CAppSettings &settings, const QString &connectionString,
+                       const QString &additionalScriptFunctions);
 
 // The script lines of one axis ("COLUMN", "DATA", "FILTER" or "ROW"), each
 // ended by CR LF; nothing for an axis whose count is 0 or less. The defaults
