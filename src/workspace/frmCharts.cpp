@@ -13,7 +13,6 @@
 #include "controls/PopupTool.h"
 #include "controls/PopupWindow.h"
 #include "controls/ToolIcons.h"
-#include "controls/WebBrowser.h"
 #include "errors/ReportingFrame.h"
 #include "filterpanel/frmProvChannels.h"
 #include "newschart/ChartControl.h"
@@ -22,6 +21,7 @@
 #include "newschart/frmChart.h"
 #include "pivotviews/PivotLayoutCapture.h"
 #include "pivotviews/PivotPage.h"
+#include "pivotviews/WebBrowser.h"
 #include "settings/CAppSettings.h"
 #include "workspace/frmCalendar.h"
 

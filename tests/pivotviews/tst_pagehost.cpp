@@ -8,7 +8,6 @@
 #include "component/EmbeddableClasses.h"
 #include "component/PageObject.h"
 #include "component/modUtils.h"
-#include "controls/WebBrowser.h"
 #include "demodata/DemoDatabase.h"
 #include "pivotviews/PivotLoad.h"
 #include "pivotviews/PivotPage.h"
@@ -16,6 +15,7 @@
 #include "pivotviews/PivotView.h"
 #include "pivotviews/ScriptObject.h"
 #include "pivotviews/ScriptPending.h"
+#include "pivotviews/WebBrowser.h"
 #include "settings/CAppSettings.h"
 #include "workspace/frmCharts.h"
 

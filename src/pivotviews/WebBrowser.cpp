@@ -1,4 +1,4 @@
-#include "controls/WebBrowser.h"
+#include "pivotviews/WebBrowser.h"
 
 #include "component/EmbeddableClasses.h"
 #include "component/PageObject.h"
