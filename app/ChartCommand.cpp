@@ -138,7 +138,9 @@ int writeImage(const QString &path, ChartControl &chart, QSize size)
 
 } // namespace
 
-bool ChartCommand::needsWidgets(const QStringList &arguments)
+namespace ChartCommand {
+
+bool needsWidgets(const QStringList &arguments)
 {
     for (const QString &argument : arguments)
         if (argument == u"--out"_s || argument.startsWith(u"--out="_s))
@@ -146,7 +148,7 @@ bool ChartCommand::needsWidgets(const QStringList &arguments)
     return false;
 }
 
-int ChartCommand::run(const QStringList &arguments)
+int run(const QStringList &arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(u"Draws the news chart without a window and writes it as an "
@@ -235,3 +237,5 @@ int ChartCommand::run(const QStringList &arguments)
         status = std::max(status, writeTable(table, chart, builder));
     return status;
 }
+
+} // namespace ChartCommand

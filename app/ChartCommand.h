@@ -10,10 +10,10 @@
 
 #include <QStringList>
 
-class ChartCommand
-{
-public:
-    static int run(const QStringList &arguments);
-    // Whether the arguments ask for an image (--out).
-    static bool needsWidgets(const QStringList &arguments);
-};
+namespace ChartCommand {
+
+int run(const QStringList &arguments);
+// Whether the arguments ask for an image (--out).
+bool needsWidgets(const QStringList &arguments);
+
+} // namespace ChartCommand

@@ -40,14 +40,16 @@ bool readNumber(const QCommandLineParser &parser, const QString &name, qint64 &o
 
 } // namespace
 
-bool DemoDbCommand::create(const QString &target, qint64 items, QString *error)
+namespace DemoDbCommand {
+
+bool create(const QString &target, qint64 items, QString *error)
 {
     DemoDatabase::Options options;
     options.items = items;
     return DemoDatabase::create(target, options, error, progressOnStderr());
 }
 
-int DemoDbCommand::run(const QStringList &arguments)
+int run(const QStringList &arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(u"Creates a demo news database."_s);
@@ -99,3 +101,5 @@ int DemoDbCommand::run(const QStringList &arguments)
                 qPrintable(where), timer.elapsed() / 1000.0);
     return 0;
 }
+
+} // namespace DemoDbCommand

@@ -3,10 +3,10 @@
 
 #include <QStringList>
 
-class DemoDbCommand
-{
-public:
-    static int run(const QStringList &arguments);
-    // Writes the demo database, showing progress on standard error.
-    static bool create(const QString &target, qint64 items, QString *error);
-};
+namespace DemoDbCommand {
+
+int run(const QStringList &arguments);
+// Writes the demo database, showing progress on standard error.
+bool create(const QString &target, qint64 items, QString *error);
+
+} // namespace DemoDbCommand

@@ -16,12 +16,16 @@ QString dataFile(const QString &name)
 
 } // namespace
 
-QString HostPaths::demoDatabase()
+namespace HostPaths {
+
+QString demoDatabase()
 {
     return dataFile(u"demo.db"_s);
 }
 
-QString HostPaths::defaultScreenshot()
+QString defaultScreenshot()
 {
     return dataFile(u"window.png"_s);
 }
+
+} // namespace HostPaths

@@ -3,11 +3,11 @@
 
 #include <QString>
 
-class HostPaths
-{
-public:
-    // The demo database that the program opens when given no connection.
-    static QString demoDatabase();
-    // Where a headless run puts its picture of the window.
-    static QString defaultScreenshot();
-};
+namespace HostPaths {
+
+// The demo database that the program opens when given no connection.
+QString demoDatabase();
+// Where a headless run puts its picture of the window.
+QString defaultScreenshot();
+
+} // namespace HostPaths

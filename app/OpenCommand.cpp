@@ -113,7 +113,9 @@ int renderAndClose(const QList<QPointer<QWidget>> &windows, const QString &scree
 
 } // namespace
 
-int OpenCommand::run(const QStringList &arguments)
+namespace OpenCommand {
+
+int run(const QStringList &arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(u"Statistic charts over a news database."_s);
@@ -162,3 +164,5 @@ int OpenCommand::run(const QStringList &arguments)
                                            : HostPaths::defaultScreenshot());
     return QApplication::exec();
 }
+
+} // namespace OpenCommand

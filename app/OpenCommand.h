@@ -6,8 +6,8 @@
 
 #include <QStringList>
 
-class OpenCommand
-{
-public:
-    static int run(const QStringList &arguments);
-};
+namespace OpenCommand {
+
+int run(const QStringList &arguments);
+
+} // namespace OpenCommand

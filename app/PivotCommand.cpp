@@ -84,7 +84,9 @@ void applyStoredLayout(PivotView &view, const QString &connection)
 
 } // namespace
 
-int PivotCommand::run(const QStringList &arguments)
+namespace PivotCommand {
+
+int run(const QStringList &arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
@@ -130,3 +132,5 @@ int PivotCommand::run(const QStringList &arguments)
         return 2;
     }
 }
+
+} // namespace PivotCommand

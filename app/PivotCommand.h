@@ -6,8 +6,8 @@
 
 #include <QStringList>
 
-class PivotCommand
-{
-public:
-    static int run(const QStringList &arguments);
-};
+namespace PivotCommand {
+
+int run(const QStringList &arguments);
+
+} // namespace PivotCommand

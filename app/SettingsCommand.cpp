@@ -149,7 +149,9 @@ int dispatch(const CAppSettings &settings, const Invocation &invocation)
 
 } // namespace
 
-int SettingsCommand::run(const QStringList &arguments)
+namespace SettingsCommand {
+
+int run(const QStringList &arguments)
 {
     const auto invocation = parse(arguments);
     if (!invocation) {
@@ -169,3 +171,5 @@ int SettingsCommand::run(const QStringList &arguments)
         return Failed;
     }
 }
+
+} // namespace SettingsCommand

@@ -8,9 +8,9 @@
 
 #include <QStringList>
 
-class SettingsCommand
-{
-public:
-    // Exit codes: 0 done, 1 a setting missing or an error raised, 2 bad usage.
-    static int run(const QStringList &arguments);
-};
+namespace SettingsCommand {
+
+// Exit codes: 0 done, 1 a setting missing or an error raised, 2 bad usage.
+int run(const QStringList &arguments);
+
+} // namespace SettingsCommand
