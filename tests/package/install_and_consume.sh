@@ -10,3 +10,6 @@ cmake -S "$consumer" -B "$work/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix
 cmake --build "$work/build" >/dev/null
 LD_LIBRARY_PATH="$work/prefix/lib" QT_QPA_PLATFORM=offscreen "$work/build/consumer"
 echo "installed package consumed"
+# The installed program finds its libraries from wherever the prefix is.
+env -u LD_LIBRARY_PATH "$work/prefix/bin/zorvane-stats" settings --help >/dev/null
+echo "installed program runs from its prefix"
