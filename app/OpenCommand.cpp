@@ -4,6 +4,9 @@
 #include "HostPaths.h"
 #include "SizeOption.h"
 
+#include "db/Connection.h"
+#include "db/Recordset.h"
+
 #include <qrt/statCharts.h>
 
 #include <QApplication>
@@ -38,6 +41,17 @@ QString connectionOrDemo(const QStringList &positional)
             std::fprintf(stderr, "zorvane-stats: %s\n", qPrintable(error));
     }
     return demo;
+}
+
+// Says once, on standard error, why the database cannot be read; the window
+// opens all the same, with the empty look, as the component promises.
+void reportUnreadableDatabase(const QString &connection)
+{
+    qrt::db::Connection probe;
+    qrt::db::Recordset rows;
+    if (probe.Open(connection) && rows.Open(u"SELECT 1 FROM News WHERE 1 = 0"_s, probe))
+        return;
+    std::fprintf(stderr, "zorvane-stats: %s\n", qPrintable(probe.lastError()));
 }
 
 QString numbered(const QString &path, int n)
@@ -147,8 +161,10 @@ int run(const QStringList &arguments)
             return 2;
         }
     }
+    const QString connection = connectionOrDemo(parser.positionalArguments());
+    reportUnreadableDatabase(connection);
     statCharts charts;
-    charts.ConnectionString(connectionOrDemo(parser.positionalArguments()));
+    charts.ConnectionString(connection);
     QList<QPointer<QWidget>> windows;
     for (int i = 0; i < count; ++i) {
         if (QWidget *window = charts.ShowChartForm()) {

@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QCoreApplication>
+#include <QLoggingCategory>
 
 #include <cstring>
 
@@ -18,6 +19,10 @@ namespace {
 
 void nameApplication()
 {
+    // Every command says itself, once, why a database cannot be read; the
+    // database layer's own warnings would repeat it for every reader.
+    if (qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
+        QLoggingCategory::setFilterRules(u"qrt.db.warning=false"_s);
     QCoreApplication::setOrganizationName(u"Koltrin"_s);
     QCoreApplication::setApplicationName(u"zorvane-stats"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(QRT_VERSION_STRING));

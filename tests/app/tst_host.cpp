@@ -49,6 +49,8 @@ private Q_SLOTS:
     void demoDbArguments_data();
     void demoDbArguments();
     void demoDbKeepsExistingFile();
+    void unreadableDatabaseSaidOnce_data();
+    void unreadableDatabaseSaidOnce();
 
 private:
     QTemporaryDir m_home;
@@ -131,6 +133,43 @@ void tst_Host::demoDbKeepsExistingFile()
     const Run replaced = run({u"demo-db"_s, db, u"--items"_s, u"10"_s, u"--replace"_s}, m_env);
     QCOMPARE(replaced.exitCode, 0);
     QVERIFY2(replaced.out.contains(u"10 news items"_s), qPrintable(replaced.out));
+}
+
+void tst_Host::unreadableDatabaseSaidOnce_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("line");
+    const QString png = m_home.filePath(u"window.png"_s);
+    QTest::newRow("window") << QStringList{u"--screenshot"_s, png} << 0
+                            << u"zorvane-stats: statement refused: file is not a database"_s;
+    QTest::newRow("chart") << QStringList{u"chart"_s} << 1
+                           << u"zorvane-stats chart: statement refused: file is not a database"_s;
+    QTest::newRow("pivot") << QStringList{u"pivot"_s} << 1
+                           << u"zorvane-stats: cannot load the rows: statement refused: file is "
+                              "not a database"_s;
+}
+
+// A file that is no database is said to be one line, once, by every
+// command; the window still opens, with the empty look.
+void tst_Host::unreadableDatabaseSaidOnce()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QString, line);
+    const QString text = m_home.filePath(u"notes.txt"_s);
+    QFile file(text);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("not a database, just notes\n");
+    file.close();
+    const bool windowless = arguments.first() == u"chart"_s || arguments.first() == u"pivot"_s;
+    const Run result = run(windowless ? QStringList{arguments.first(), text}
+                                      : arguments + QStringList{text},
+                           m_env);
+    QCOMPARE(result.exitCode, exitCode);
+    QStringList lines = result.err.split(u'\n', Qt::SkipEmptyParts);
+    lines.removeIf([](const QString &l) { return l.startsWith(u"QStandardPaths:"_s); });
+    QCOMPARE(lines, QStringList{line});
 }
 
 QTEST_GUILESS_MAIN(tst_Host)

@@ -178,11 +178,13 @@ bool readSqlite(db::Connection &connection, const QString &commandText, Builders
     sqlite3 *handle = connection.sqliteHandle();
     sqlite3_stmt *stmt = nullptr;
     const char *tail = nullptr;
-    if (sqlite3_prepare_v2(handle, sql.constData(), static_cast<int>(sql.size()), &stmt, &tail) !=
-            SQLITE_OK ||
-        !stmt) {
-        *error = u"statement refused: "_s +
-                 (stmt ? QString::fromUtf8(sqlite3_errmsg(handle)) : u"the statement is empty"_s);
+    const int prepared =
+        sqlite3_prepare_v2(handle, sql.constData(), static_cast<int>(sql.size()), &stmt, &tail);
+    if (prepared != SQLITE_OK || !stmt) {
+        // A file that is no database fails here, before any statement is read.
+        *error = u"statement refused: "_s + (prepared != SQLITE_OK
+                                                 ? QString::fromUtf8(sqlite3_errmsg(handle))
+                                                 : u"the statement is empty"_s);
         sqlite3_finalize(stmt);
         return false;
     }
