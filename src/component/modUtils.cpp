@@ -35,11 +35,13 @@ QWidget *ShowNewChartForm()
 {
     if (!gChartFormFactory)
         return nullptr;
-    if (gChartFormIndex == std::numeric_limits<qint16>::max()) {
+    // Past the last number the count stands still, as an overflow that is
+    // passed over would leave it: the window still comes, under the last
+    // number, but its key is taken, so it stays out of the collection.
+    if (gChartFormIndex == std::numeric_limits<qint16>::max())
         qCWarning(lcComponent) << "no window number left on this thread";
-        return nullptr;
-    }
-    ++gChartFormIndex;
+    else
+        ++gChartFormIndex;
     ChartWorkspace *form = gChartFormFactory(gChartFormIndex);
     gChartForms.Add(ChartFormKey(gChartFormIndex), form);
     return form;

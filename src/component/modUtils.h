@@ -38,8 +38,8 @@ extern thread_local quint32 gThemeGradientColor;
 QString ChartFormKey(qint16 index);
 
 // A new workspace window under the next number, entered in gChartForms but
-// not yet shown; null once the numbers of this thread are used up, or when
-// no factory is set. The facade sets the factory: the globals know the
+// not yet shown; past the last number, under the last one again and not
+// entered; null when no factory is set. The facade sets the factory: the globals know the
 // window only as a ChartWorkspace.
 QWidget *ShowNewChartForm();
 using ChartFormFactory = ChartWorkspace *(*)(qint16 index);

@@ -103,8 +103,13 @@ void tst_statCharts::indexLimit()
     std::unique_ptr<QWidget> last(charts.ShowChartForm());
     QVERIFY(last);
     QCOMPARE(qobject_cast<frmCharts *>(last.get())->fIndex, qint16(32767));
-    QCOMPARE(charts.ShowChartForm(), nullptr);
+    // Past the end: still a window, under the last number, out of the collection.
+    std::unique_ptr<QWidget> beyond(charts.ShowChartForm());
+    QVERIFY(beyond);
+    QCOMPARE(qobject_cast<frmCharts *>(beyond.get())->fIndex, qint16(32767));
     QCOMPARE(gChartFormIndex, qint16(32767));
+    QCOMPARE(gChartForms.Item(ChartFormKey(32767)), last.get());
+    beyond.reset();
     last.reset();
     gChartFormIndex = saved;
 }
