@@ -2,21 +2,9 @@
 
 #include "filterpanel/TickListModel.h"
 
-#include <QRegularExpression>
-
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// What a stored clause must look like before it may change any ticks:
-// "Categories.ID  in ( 1, 2) ", possibly behind "AND ".
-bool wellFormed(const QString &piece)
-{
-    static const QRegularExpression shape(
-        u"^\\s*(AND\\s+)?\\w+\\.ID\\s+(not\\s+)?in\\s*\\(\\s*\\d+(\\s*,\\s*\\d+)*\\s*\\)\\s*$"_s,
-        QRegularExpression::CaseInsensitiveOption);
-    return shape.match(piece).hasMatch();
-}
 
 // The stored text up to its first ")" and the blank after it.
 QString firstClause(const QString &text)
@@ -24,10 +12,9 @@ QString firstClause(const QString &text)
     return text.left(text.indexOf(u')') + 2);
 }
 
+// The count in row 0 moves with every listed ID, also one listed twice.
 void setTick(TickListModel &grid, int row, int tick)
 {
-    if (grid.cellChecked(row) == tick)
-        return;
     grid.setCell(TickListModel::CellChecked, row, tick);
     grid.setRowData(0, grid.RowData(0) + (tick == TickListModel::Ticked ? 1 : -1));
 }
@@ -95,15 +82,15 @@ void FilterClause::ApplyGridClause(TickListModel &grid, const QString &clause)
 void FilterClause::restore(const QString &stored, TickListModel &categories,
                            TickListModel &providers, TickListModel &channels)
 {
+    if (stored.isEmpty())
+        return;
+    // Nothing checks the shape: each list takes what its step finds, and a
+    // clause that is missing is an inclusion of no ID.
     QString rest = stored;
-    TickListModel *grids[] = {&categories, &providers, &channels};
-    for (int i = 0; i < 3 && !rest.isEmpty(); ++i) {
-        const QString clause = i < 2 ? firstClause(rest) : rest;
-        // A malformed piece ends the restoring: the lists stay as far as the
-        // well-formed part of the text took them.
-        if (!wellFormed(clause))
-            return;
+    for (TickListModel *grid : {&categories, &providers}) {
+        const QString clause = firstClause(rest);
         rest.remove(clause);
-        ApplyGridClause(*grids[i], clause);
+        ApplyGridClause(*grid, clause);
     }
+    ApplyGridClause(channels, rest);
 }
