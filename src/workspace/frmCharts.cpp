@@ -33,6 +33,8 @@
 #include <QToolBar>
 #include <QVBoxLayout>
 
+#include <cmath>
+#include <limits>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -370,20 +372,37 @@ void frmCharts::SetPeriod(int Period)
 
 namespace {
 
-QVariant storedSetting(const QString &key, const QVariant &fallback)
+// A stored value, the default when none is stored, or nothing when the read
+// fails: the step is then left out and its tool or member keeps its value.
+std::optional<QVariant> storedSetting(const QString &key, const QVariant &fallback)
 {
-    QVariant value = fallback;
+    std::optional<QVariant> value;
     resumeNext([&] { value = gSettings->GetSetting(kSection, key, fallback); });
     return value;
 }
 
-// A stored number, or nothing when the entry holds a text that is none: the
-// member it was meant for keeps its value.
+// A stored number as a 32-bit integer, a number in a text included, with a
+// fraction rounded to the nearest and halves to even ("4.5" is 4, "5.5" is
+// 6); nothing for a text that is no number or a number out of range.
 std::optional<int> storedNumber(const QString &key, int fallback)
 {
+    const auto value = storedSetting(key, fallback);
+    if (!value)
+        return std::nullopt;
     bool ok = false;
-    const int value = storedSetting(key, fallback).toString().trimmed().toInt(&ok);
-    return ok ? std::optional<int>(value) : std::nullopt;
+    const double number = value->toString().trimmed().toDouble(&ok);
+    const double rounded = std::nearbyint(number); // the default rounding: halves to even
+    if (!ok || rounded < std::numeric_limits<qint32>::min() ||
+        rounded > std::numeric_limits<qint32>::max())
+        return std::nullopt;
+    return int(rounded);
+}
+
+// A stored "1" or "0" flag.
+std::optional<bool> storedFlag(const QString &key)
+{
+    const auto value = storedSetting(key, u"1"_s);
+    return value ? std::optional<bool>(value->toString() == u"1"_s) : std::nullopt;
 }
 
 } // namespace
@@ -393,22 +412,24 @@ void frmCharts::LoadSettings()
     if (!gSettings || !fChart)
         return;
     const ToolCommands commands = dsChart->Commands();
-    commands.GetComboBox(u"cbChartType"_s)
-        ->setText(storedSetting(u"CHARTTYPE"_s, u"Plot"_s).toString());
+    if (const auto type = storedSetting(u"CHARTTYPE"_s, u"Plot"_s))
+        commands.GetComboBox(u"cbChartType"_s)->setText(type->toString());
     if (const auto type = storedNumber(u"CHARTTYPEVALUE"_s, 1))
         chrtNews()->setChartType(*type);
-    const bool stacked = storedSetting(u"STACKED"_s, u"1"_s).toString() == u"1"_s;
-    commands.GetToolButton(u"tbStacked"_s)->setValue(stacked ? 1 : 0);
-    chrtNews()->setIsStacked(stacked);
-    const bool legend = storedSetting(u"LEGEND"_s, u"1"_s).toString() == u"1"_s;
-    commands.GetToolButton(u"tbLegend"_s)->setValue(legend ? 1 : 0);
-    chrtNews()->setLegendIsShowing(legend);
-    commands.GetComboBox(u"cbSeries"_s)
-        ->setText(storedSetting(u"SERIES"_s, u"Provider"_s).toString());
+    if (const auto stacked = storedFlag(u"STACKED"_s)) {
+        commands.GetToolButton(u"tbStacked"_s)->setValue(*stacked ? 1 : 0);
+        chrtNews()->setIsStacked(*stacked);
+    }
+    if (const auto legend = storedFlag(u"LEGEND"_s)) {
+        commands.GetToolButton(u"tbLegend"_s)->setValue(*legend ? 1 : 0);
+        chrtNews()->setLegendIsShowing(*legend);
+    }
+    if (const auto series = storedSetting(u"SERIES"_s, u"Provider"_s))
+        commands.GetComboBox(u"cbSeries"_s)->setText(series->toString());
     if (const auto seria = storedNumber(u"SERIESVALUE"_s, 3))
         fChart->chartSeria = *seria;
-    fChart->sOrder =
-        storedSetting(u"ORDER"_s, StatisticsStatement::ColumnsFor(3)->order).toString();
+    if (const auto order = storedSetting(u"ORDER"_s, StatisticsStatement::ColumnsFor(3)->order))
+        fChart->sOrder = order->toString();
     if (const auto period = storedNumber(u"PERIOD"_s, NamedPeriod::LastMonth))
         SetPeriod(*period);
 }

@@ -21,6 +21,7 @@
 #include "newschart/ChartControl.h"
 #include "newschart/frmChart.h"
 #include "settings/CAppSettings.h"
+#include "settings/SettingsStore.h"
 #include "workspace/frmCalendar.h"
 #include "workspace/frmCharts.h"
 
@@ -614,6 +615,13 @@ void tst_frmCharts::storedOddities_data()
         << u"Last Month"_s << 31 << QVariant(u"0"_s);
     QTest::newRow("type value not a number") << u"CHARTTYPEVALUE"_s << QVariant(u"Bar"_s) << plot
                                              << u"Last Month"_s << 31 << QVariant(1);
+    QTest::newRow("type value with a half: to even")
+        << u"CHARTTYPEVALUE"_s << QVariant(u"4.5"_s) << u"Plot 4, stacked 1 1, legend 1 1"_s
+        << u"Last Month"_s << 31 << QVariant(4);
+    // An entry whose read raises: chartSeria keeps its 0 instead of taking
+    // the default 3, and the close stores that.
+    QTest::newRow("series value unreadable")
+        << u"SERIESVALUE"_s << QVariant() << plot << u"Last Month"_s << 31 << QVariant(0);
 }
 
 void tst_frmCharts::storedOddities()
@@ -621,7 +629,12 @@ void tst_frmCharts::storedOddities()
     QFETCH(QString, key);
     QFETCH(QVariant, value);
     QFETCH(int, daysBack);
-    gSettings->SaveSetting(kSection, key, value);
+    if (value.isValid())
+        gSettings->SaveSetting(kSection, key, value);
+    else // a text entry without its terminating byte: its read raises
+        QVERIFY(qrt::settings::SettingsStore(qrt::settings::StoreRoot::CurrentUser)
+                    .setEntry(u"Software\\Koltrin\\Zorvane\\STATCHART"_s, key,
+                              {qrt::settings::StoreEntry::Text, {}}));
     frmCharts *w = open();
     QVERIFY(w);
     QTEST(looks(w), "looks");
