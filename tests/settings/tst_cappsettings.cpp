@@ -9,8 +9,10 @@
 
 #include <qrt/statCharts.h>
 
+#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <functional>
@@ -93,6 +95,7 @@ private Q_SLOTS:
     void getAllKeys();
     void getAllKeysHoldsAtMost32767Names();
     void deleteSetting();
+    void saveRoundsTheVariableEvenWhenTheWriteFails();
 
 private:
     SettingsTestHome m_home;
@@ -414,12 +417,17 @@ void tst_CAppSettings::deleteSetting()
     // that name is no node and stays.
     settings.DeleteSetting(Section, u"LEGEND"_s);
     QCOMPARE(settings.GetSetting(Section, u"LEGEND"_s), QVariant(u"1"_s));
+    // A node with a node below it stays, silently; without it, it goes.
+    settings.DeleteSetting(Section, u"SUB"_s);
+    QCOMPARE(settings.GetSetting(Section + u"\\SUB"_s, u"INNER"_s), QVariant(1));
+    settings.DeleteSetting(Section + u"\\SUB"_s, u"DEEP"_s);
+    QCOMPARE(settings.GetSetting(Section + u"\\SUB\\DEEP"_s, u"INNER"_s), QVariant());
+    settings.DeleteSetting(Section);
+    QCOMPARE(settings.GetSetting(Section, u"LEGEND"_s), QVariant(u"1"_s));
     settings.DeleteSetting(Section, u"SUB"_s);
     QCOMPARE(settings.GetSetting(Section + u"\\SUB"_s, u"INNER"_s), QVariant());
-    QCOMPARE(settings.GetSetting(Section + u"\\SUB\\DEEP"_s, u"INNER"_s), QVariant());
     QCOMPARE(settings.GetSetting(Section, u"LEGEND"_s), QVariant(u"1"_s));
 
-    settings.SaveSetting(Section + u"\\SUB"_s, u"INNER"_s, 1);
     settings.DeleteSetting(Section);
     QStringList keys;
     QVERIFY(raisedBy([&] { settings.GetAllKeys(Section, keys); }));
@@ -429,6 +437,27 @@ void tst_CAppSettings::deleteSetting()
     // Deleting what is not there reports nothing.
     settings.DeleteSetting(Section);
     settings.DeleteSetting(u"NOSUCHSECTION"_s, u"KEY"_s);
+}
+
+// The caller's variable takes the stored integer before the write is
+// checked: a write that fails leaves it rounded all the same.
+void tst_CAppSettings::saveRoundsTheVariableEvenWhenTheWriteFails()
+{
+    QTemporaryDir dir;
+    QFile blocker(dir.filePath(u"file"_s));
+    QVERIFY(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    // The machine's folder lies below a plain file: no one can make it.
+    const QByteArray dirs = qgetenv("XDG_CONFIG_DIRS");
+    qputenv("XDG_CONFIG_DIRS", QFile::encodeName(blocker.fileName() + u"/etc"_s));
+    CAppSettings settings = zorvaneSettings();
+    settings.RootKey(CAppSettings::MachineRoot);
+    QVariant setting(4.5);
+    const auto error = raisedBy([&] { settings.SaveSetting(Section, u"PERIOD"_s, setting); });
+    qputenv("XDG_CONFIG_DIRS", dirs);
+    QVERIFY(error);
+    QCOMPARE(static_cast<quint32>(error->number), 0x80044281u);
+    QCOMPARE(setting, QVariant(4));
 }
 
 QTEST_GUILESS_MAIN(tst_CAppSettings)

@@ -196,7 +196,11 @@ void CAppSettings::DeleteSetting(const QString &Section, const QString &Key) con
         QString path = sectionPath(Section);
         if (!Key.isEmpty())
             path += u'\\' + Key;
-        storeOf(m_rootKey).deleteNode(path);
+        // A node with nodes below it stays, as the store's own deletion
+        // refuses it; like any failed deletion, that reports nothing.
+        const SettingsStore store = storeOf(m_rootKey);
+        if (store.nodeNames(path).value_or(QStringList()).isEmpty())
+            store.deleteNode(path);
     });
 }
 
@@ -256,10 +260,11 @@ void CAppSettings::SaveSetting(const QString &Section, const QString &Key, QVari
             raise(ErrComponentFailure);
         }
         const StoreEntry entry = text ? StoreEntry::text(*text) : StoreEntry::dword(*number);
-        if (!store.setEntry(path, Key, entry))
-            raise(ErrSaveSetting);
+        // The caller's variable holds the stored integer even when the write fails.
         if (number)
             Setting = *number;
+        if (!store.setEntry(path, Key, entry))
+            raise(ErrSaveSetting);
     });
 }
 

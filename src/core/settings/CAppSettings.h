@@ -48,11 +48,14 @@ public:
     void RootKey(qint32 value);
 
     // Deletes the section's node, or with a Key the node Section\Key below
-    // it, with everything it holds. A deletion that fails reports nothing.
+    // it, with the entries it holds; a node that still has nodes below it
+    // is not deleted. A deletion that fails reports nothing.
     void DeleteSetting(const QString &Section, const QString &Key = QString()) const;
 
-    // The names of the section's entries (the first at index 0). An existing
-    // section without entries gives an empty list; a missing one raises.
+    // The names of the section's entries. The array these names were first
+    // kept in counted from 1: Keys(1) there is Keys[0] here, and its upper
+    // bound, the count of names, is Keys.size(). An existing section without
+    // entries gives an empty list; a missing one raises.
     void GetAllKeys(const QString &Section, QStringList &Keys) const;
 
     // The stored text (QString) or 32-bit integer (int), or Default when the
@@ -63,8 +66,8 @@ public:
 
     // Stores a text, a date or a boolean as text, and any number as a 32-bit
     // integer, rounded to the nearest (halves to even); Setting then holds
-    // that integer. A value that is no number or does not fit raises the
-    // component failure.
+    // that integer, also when the write then fails. A value that is no number or does not fit
+    // raises the component failure.
     void SaveSetting(const QString &Section, const QString &Key, QVariant &Setting) const;
     // For a value the caller does not keep.
     void SaveSetting(const QString &Section, const QString &Key, const QVariant &Setting) const;
