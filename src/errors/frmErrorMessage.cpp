@@ -171,11 +171,23 @@ void frmErrorMessage::ErrorMessage(const QString &StrValue)
     txtErrorMessage->setPlainText(m_message);
 }
 
+// Form_Activate runs when the dialog shows, so that a window manager that
+// does not activate it still shows the caption, the send button and the
+// preset word; each later activation runs it again. The activation that
+// follows the show is the show's own.
 bool frmErrorMessage::event(QEvent *event)
 {
     const bool handled = QDialog::event(event);
-    if (event->type() == QEvent::WindowActivate)
+    if (event->type() == QEvent::Show) {
         Form_Activate();
+        m_activatedByShow = true;
+    } else if (event->type() == QEvent::WindowActivate) {
+        if (!m_activatedByShow)
+            Form_Activate();
+        m_activatedByShow = false;
+    } else if (event->type() == QEvent::Hide) {
+        m_activatedByShow = false;
+    }
     return handled;
 }
 

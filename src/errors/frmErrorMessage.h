@@ -43,6 +43,7 @@ private:
     // The box's text as set: the box keeps paragraphs, not CR LF pairs, and
     // the mail must tell a CR LF from a lone LF.
     QString m_message;
+    bool m_activatedByShow = false;
     QLabel *elaTitleCaption = nullptr;
     QPlainTextEdit *txtErrorMessage = nullptr;
     QPushButton *btnAbort = nullptr;

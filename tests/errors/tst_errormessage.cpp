@@ -140,15 +140,20 @@ void tst_frmErrorMessage::activation()
 {
     frmErrorMessage form;
     const auto *caption = form.findChild<QLabel *>(u"elaTitleCaption"_s);
-    QCOMPARE(caption->text(), u"An Error occured in ..."_s); // until the dialog is active
+    QCOMPARE(caption->text(), u"An Error occured in ..."_s); // until the dialog shows
     form.SupportMail(u"help@example.org"_s);
+    form.Tag = u"RETRY"_s;
+    // Shown but never activated, as under a window manager that leaves the
+    // focus where it was: the steps have run all the same.
+    form.setAttribute(Qt::WA_ShowWithoutActivating);
     form.show();
-    QVERIFY(QTest::qWaitForWindowActive(&form));
     QCOMPARE(caption->text(), u"An error occurred in Statistic Charts"_s);
     QCOMPARE(form.Tag, u"ABORT"_s);
     QVERIFY(Button(form, u"btnSend"_s)->isEnabled());
 
     // Each activation presets the word again.
+    form.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&form));
     form.Tag = u"RETRY"_s;
     QWidget other;
     other.show();
