@@ -3,7 +3,6 @@
 #include "DemoDbCommand.h"
 #include "HostPaths.h"
 #include "SizeOption.h"
-
 #include "db/Connection.h"
 #include "db/Recordset.h"
 
@@ -168,6 +167,8 @@ int run(const QStringList &arguments)
     QList<QPointer<QWidget>> windows;
     for (int i = 0; i < count; ++i) {
         if (QWidget *window = charts.ShowChartForm()) {
+            // The host holds nothing else of a window: it goes when closed.
+            window->setAttribute(Qt::WA_DeleteOnClose);
             if (size.isValid())
                 window->resize(size);
             window->show();

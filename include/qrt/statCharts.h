@@ -6,10 +6,14 @@
 //     statCharts charts;
 //     charts.ConnectionString(u"Provider=SQLite;Data Source=/srv/news.db"_s);
 //     QWidget *window = charts.ShowChartForm();
+//     window->setAttribute(Qt::WA_DeleteOnClose); // or delete it when done
 //     window->show();
 //
-// A window deletes itself when it is closed. Dropping statCharts closes
-// nothing: open windows go on working. Everything lives on the GUI thread
+// The window belongs to the host: closing it saves the user's choices and
+// takes it out of the component's list, and the object stays valid until
+// the host deletes it (with Qt::WA_DeleteOnClose, when it closes). Windows
+// the user opens from a window (Ctrl+N) go by themselves when closed.
+// Dropping statCharts closes nothing: open windows go on working. Everything lives on the GUI thread
 // that created it; each thread has its own set of windows and counters.
 //
 // A host that loads the library at run time creates the class by its id:

@@ -105,7 +105,6 @@ frmCharts::frmCharts(QWidget *parent)
     : ChartWorkspace(parent, Qt::Window)
 {
     setObjectName(u"frmCharts"_s);
-    setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(u"Statistic Charts"_s);
     setFont(qrt::component::formFont());
     buildPages();
@@ -116,8 +115,11 @@ frmCharts::frmCharts(QWidget *parent)
     // Another workspace on the same database, sharing the stored choices.
     auto *another = new QShortcut(QKeySequence::New, this);
     connect(another, &QShortcut::activated, this, [] {
-        if (QWidget *window = ShowNewChartForm())
+        // No host holds a window the user opens from another: it goes when closed.
+        if (QWidget *window = ShowNewChartForm()) {
+            window->setAttribute(Qt::WA_DeleteOnClose);
             window->show();
+        }
     });
     // The redraw tool is the last of the bar, the first to go behind its
     // extension button when the window is narrow: F5 reaches it at any width,
@@ -245,7 +247,9 @@ void frmCharts::Form_Load()
 
 void frmCharts::Form_Unload()
 {
-    if (m_unloaded)
+    // A window never shown has no children, stays in the collection and
+    // saves nothing, closed or not.
+    if (m_unloaded || !m_loaded)
         return;
     m_unloaded = true;
     // The panel and the calendar go first; the chart stays with the window

@@ -275,8 +275,10 @@ void tst_PageHost::pagesThatCannotShow()
 frmCharts *tst_PageHost::openWindow()
 {
     auto *w = qobject_cast<frmCharts *>(m_charts->ShowChartForm());
-    if (w)
+    if (w) {
+        w->setAttribute(Qt::WA_DeleteOnClose); // as the host program does
         w->show();
+    }
     return w;
 }
 

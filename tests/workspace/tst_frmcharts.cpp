@@ -248,6 +248,7 @@ frmCharts *tst_frmCharts::open(QSize size)
     if (!w)
         return nullptr;
     m_windows << w;
+    w->setAttribute(Qt::WA_DeleteOnClose); // as the host program does
     w->resize(size);
     w->show();
     if (!QTest::qWaitForWindowExposed(w))

@@ -15,5 +15,6 @@ int main(int argc, char *argv[])
     QApplication::processEvents();
     const bool ok = window->windowTitle() == QStringLiteral("Statistic Charts");
     window->close();
+    delete window;
     return ok ? 0 : 1;
 }
