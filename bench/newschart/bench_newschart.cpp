@@ -1,9 +1,9 @@
 // The redraw of the news chart on a large demo database, period "All", one
 // series per provider: what DrawChart runs, NewsChartBuilder from the query
-// through to the filled chart table (no screen needed), side by side with the sqlite3 command-line tool running the literal
-// statistics statement on the same file. Target: the whole redraw in at most
-// a fifth of the time the literal statement takes. Also reports the peak
-// memory of the process and of the tool.
+// through to the filled chart table (no screen needed), side by side with the sqlite3 command-line
+// tool running the literal statistics statement on the same file. Target: the whole redraw in at
+// most a fifth of the time the literal statement takes. Also reports the peak memory of the process
+// and of the tool.
 
 #include "base/Dates.h"
 #include "db/Connection.h"

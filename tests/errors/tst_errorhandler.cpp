@@ -215,10 +215,10 @@ void tst_CErrorHandler::initStopsAtTheFirstRefusal_data()
     QTest::addColumn<QString>("storedSoFar"); // actions,errorLog,callStack,flags,traceLog
 
     // The edges of each range; a refusal keeps what came before it.
-    QTest::newRow("all good, highest") << 15 << u"e.txt"_s << 3 << u"t.txt"_s << 0
-                                       << u"15,e.txt,true,3,t.txt"_s;
-    QTest::newRow("all good, lowest") << 1 << u"e.txt"_s << 1 << u"t.txt"_s << 0
-                                      << u"1,e.txt,true,1,t.txt"_s;
+    QTest::newRow("all good, highest")
+        << 15 << u"e.txt"_s << 3 << u"t.txt"_s << 0 << u"15,e.txt,true,3,t.txt"_s;
+    QTest::newRow("all good, lowest")
+        << 1 << u"e.txt"_s << 1 << u"t.txt"_s << 0 << u"1,e.txt,true,1,t.txt"_s;
     QTest::newRow("actions 0") << 0 << u"e.txt"_s << 3 << u"t.txt"_s << InvalidActions
                                << u"1,Error Log.txt,false,0,Tracing Log.txt"_s;
     QTest::newRow("actions 16 changes nothing")

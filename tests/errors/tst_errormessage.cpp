@@ -20,7 +20,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-
 const QString Report =
     u"2024-05-06 - 14:03:09\r\n\tError: 5, (Cannot open /srv/news/a.db?mode=ro&x=1 at 100%)\r\n"
     "\tin P at line 0\r\n\r\nThe call stack is:\r\n                    P()"_s;

@@ -88,9 +88,6 @@ void tst_ReportingFrame::answers_data()
     QTest::newRow("no failure") << form << 0 << QStringList() << 1 << 1 << true << outer;
     QTest::newRow("dialog: retry, then it works")
         << form << 1 << QStringList({u"btnRetry"_s}) << 2 << 1 << true << outer;
-    QTest::newRow("dialog: retry, fails again, ignore")
-        << form << 5 << QStringList({u"btnRetry"_s, u"btnRetry"_s, u"btnIgnore"_s}) << 3 << 1
-        << true << outer;
     QTest::newRow("dialog: retry, fails again, abort")
         << form << 5 << QStringList({u"btnRetry"_s, u"btnAbort"_s}) << 2 << 0 << false
         << QStringList();

@@ -328,8 +328,9 @@ void tst_frmProvChannels::ticks_data()
     // Ticks changed by hand: the count follows, the filter only at a redraw.
     const QString withoutThree =
         u"Categories.ID  not in (0) AND Providers.ID  not in (0) AND Channels.ID  not in ( 3) "_s;
-    row("the space key unticks an item, All stays") << same << QVariant() << u"cs3"_s << u"*|*|1,2,4,5,6,7"_s << u"111"_s
-                             << true << withoutThree;
+    row("the space key unticks an item, All stays")
+        << same << QVariant() << u"cs3"_s << u"*|*|1,2,4,5,6,7"_s << u"111"_s << true
+        << withoutThree;
     row("both clicks of a double click count")
         << same << QVariant() << u"cd4"_s << u"*|*|*"_s << u"111"_s << true << kAllTicked;
     row("All unticks every row") << same << QVariant() << u"pc0"_s << u"*||*"_s << u"101"_s << false

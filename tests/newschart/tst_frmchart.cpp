@@ -51,8 +51,7 @@ void tst_frmChart::formHoldsTheChart()
 void tst_frmChart::hourglassAndRedraw()
 {
     const QString path = m_dir.filePath(u"news.db"_s);
-    QVERIFY(qrt::test::makeSqliteNews(path, {u"2005-01-01 07:00:00|1"_s,
-                                             u"2005-01-03 07:00:00|3"_s,
+    QVERIFY(qrt::test::makeSqliteNews(path, {u"2005-01-01 07:00:00|1"_s, u"2005-01-03 07:00:00|3"_s,
                                              u"2005-01-03 09:00:00|4"_s}));
     m_component.ConnectionString(path);
     frmChart form;

@@ -37,9 +37,9 @@ QStringList allCells(const ChartControl &chart)
         QStringList cells;
         for (int k = 1; k <= chart.NumPoints(i); ++k) {
             double v = 0;
-            cells << (!chart.Y(i, k, v)      ? u"?"_s
-                      : chart.IsHole(v)      ? u"_"_s
-                                             : QString::number(v, 'g', 17));
+            cells << (!chart.Y(i, k, v) ? u"?"_s
+                      : chart.IsHole(v) ? u"_"_s
+                                        : QString::number(v, 'g', 17));
         }
         out << cells.join(u',');
     }

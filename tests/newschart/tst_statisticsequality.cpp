@@ -84,12 +84,12 @@ struct Drawing
 QString fingerprint(const Drawing &drawing)
 {
     const ChartControl &chart = drawing.chart;
-    QStringList parts = {u"%1\nseries=%2 points=%3\nmin=%4 max=%5"_s
-                             .arg(chart.SeriesLabels().join(u'|'))
-                             .arg(chart.NumSeries())
-                             .arg(chart.NumPoints(1))
-                             .arg(drawing.builder.MinDate(), 0, 'g', 17)
-                             .arg(drawing.builder.MaxDate(), 0, 'g', 17)};
+    QStringList parts = {
+        u"%1\nseries=%2 points=%3\nmin=%4 max=%5"_s.arg(chart.SeriesLabels().join(u'|'))
+            .arg(chart.NumSeries())
+            .arg(chart.NumPoints(1))
+            .arg(drawing.builder.MinDate(), 0, 'g', 17)
+            .arg(drawing.builder.MaxDate(), 0, 'g', 17)};
     for (int i = 1; i <= chart.NumSeries(); ++i) {
         QString cells;
         for (int k = 1; k <= chart.NumPoints(i); ++k) {
