@@ -215,6 +215,7 @@ void tst_CShell::openerOutcomes_data()
     };
     const Outcome outcomes[] = {
         {"exit 0", "exit 0", 0, 0},
+        {"exit 1", "exit 1", 0, 0},
         {"exit 3 no application", "exit 3", NoAssociation, 0},
         {"exit 4 action failed", "exit 4", AssocIncomplete, 0},
         {"exit 75 try later", "exit 75", DdeBusy, DdeBusy},
@@ -278,6 +279,8 @@ void tst_CShell::openerStartOutcomes_data()
         << u"garbage"_s << u"OpenDocument"_s << u"docs/report.txt"_s << BadFormat;
     QTest::newRow("open for writing: ExploreFolder")
         << u"busy"_s << u"ExploreFolder"_s << u"docs"_s << SharingViolation;
+    QTest::newRow("open for writing: OpenUrl")
+        << u"busy"_s << u"OpenUrl"_s << url << SharingViolation;
     QTest::newRow("argument too long: OpenUrl")
         << u"exit 0"_s << u"OpenUrl"_s << url + huge << OutOfMemory;
 }

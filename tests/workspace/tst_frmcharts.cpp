@@ -462,9 +462,14 @@ void tst_frmCharts::choicesComeBack()
     const QString filter = w->fChart->sFilter;
     close(w);
 
+    QCOMPARE(stored(u"CHARTTYPE"_s), QVariant(u"Bar"_s));
     QCOMPARE(stored(u"CHARTTYPEVALUE"_s), QVariant(2)); // a number stays a number
     QCOMPARE(stored(u"STACKED"_s), QVariant(u"0"_s));
+    QCOMPARE(stored(u"LEGEND"_s), QVariant(u"0"_s));
+    QCOMPARE(stored(u"SERIES"_s), QVariant(u"Channels"_s));
+    QCOMPARE(stored(u"SERIESVALUE"_s), QVariant(2));
     QCOMPARE(stored(u"ORDER"_s), QVariant(u"ORDER BY Channels.ID, News.pubDate"_s));
+    QCOMPARE(stored(u"PERIOD"_s), QVariant(3));
 
     w = open();
     QVERIFY(w);
