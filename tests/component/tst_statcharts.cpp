@@ -200,6 +200,7 @@ void tst_statCharts::themeColors()
     QCOMPARE(gThemeFillColor, ThemeColors::fromQColor(palette.color(QPalette::Window)));
     QCOMPARE(gThemeGradientColor, ThemeColors::fromQColor(palette.color(QPalette::Midlight)));
     QCOMPARE(ThemeColors::toQColor(ThemeColors::ButtonFace), palette.color(QPalette::Button));
+    QCOMPARE(ThemeColors::fromQColor(QColor(0x12, 0x34, 0x56)), 0x00563412u);
 }
 
 void tst_statCharts::createByClassId_data()

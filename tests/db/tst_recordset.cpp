@@ -259,7 +259,8 @@ void tst_Recordset::badConnections_data()
     QVERIFY(garbage.open(QIODevice::WriteOnly));
     garbage.write(QByteArray(4096, 'x'));
     garbage.close();
-    // Strings refused before any opening are tst_connectionstring's.
+    // How strings are refused is tst_connectionstring's; one of them here.
+    QTest::newRow("unknown provider") << u"Provider=Nope;Data Source=x"_s;
     QTest::newRow("missing file") << u"Provider=SQLite;Data Source="_s +
                                          m_dir.filePath(u"never.db"_s);
     QTest::newRow("a folder") << m_dir.path();

@@ -196,6 +196,7 @@ void tst_CAppSettings::refusedSaveKeepsStoredValueAndVariable_data()
     QTest::newRow("missing value") << QVariant();
     QTest::newRow("above the 32-bit range") << QVariant(2147483648.0);
     QTest::newRow("rounds up out of range") << QVariant(2147483647.5);
+    QTest::newRow("below the 32-bit range") << QVariant(-2147483649.0);
     QTest::newRow("unsigned out of range") << QVariant(4000000000u);
     QTest::newRow("64-bit out of range") << QVariant(Q_INT64_C(-5000000000));
     QTest::newRow("not a number") << QVariant(std::numeric_limits<double>::quiet_NaN());
