@@ -154,6 +154,7 @@ void tst_frmErrorMessage::buttonsLeaveTheirWord_data()
     QTest::addColumn<QString>("action");
     QTest::addColumn<QString>("word");
 
+    QTest::newRow("abort") << u"btnAbort"_s << u"ABORT"_s;
     QTest::newRow("retry") << u"btnRetry"_s << u"RETRY"_s;
     QTest::newRow("ignore") << u"btnIgnore"_s << u"IGNORE"_s;
     QTest::newRow("close box") << u"close"_s << u"ABORT"_s;
