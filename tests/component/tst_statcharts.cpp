@@ -199,8 +199,13 @@ void tst_statCharts::themeColors()
     const QPalette palette = QApplication::palette();
     QCOMPARE(gThemeFillColor, ThemeColors::fromQColor(palette.color(QPalette::Window)));
     QCOMPARE(gThemeGradientColor, ThemeColors::fromQColor(palette.color(QPalette::Midlight)));
-    QCOMPARE(ThemeColors::toQColor(ThemeColors::ButtonFace), palette.color(QPalette::Button));
+    // A system colour follows its palette role: a button colour of its own shows it.
+    QPalette changed = palette;
+    changed.setColor(QPalette::Button, QColor(0x12, 0x34, 0x56));
+    QApplication::setPalette(changed);
+    QCOMPARE(ThemeColors::toQColor(ThemeColors::ButtonFace), QColor(0x12, 0x34, 0x56));
     QCOMPARE(ThemeColors::fromQColor(QColor(0x12, 0x34, 0x56)), 0x00563412u);
+    QApplication::setPalette(palette);
 }
 
 void tst_statCharts::createByClassId_data()
