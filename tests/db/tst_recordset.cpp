@@ -211,8 +211,9 @@ void tst_Recordset::refusedStatements_data()
 {
     QTest::addColumn<QString>("connection");
     QTest::addColumn<QString>("statement");
+    // Hostile texts of every kind are tst_readonly's; here one write and two
+    // broken statements show the connection serves the next reader.
     const QStringList refused = {
-        u"DELETE FROM News"_s,
         u"INSERT INTO News VALUES (99, '2005-03-10 08:00:00', 1, 'z')"_s,
         u"SELECT * FROM Nowhere"_s,
         u"SELECT ID FROM News WHERE pubDate >= CDate(\"soon\")"_s,
@@ -222,10 +223,6 @@ void tst_Recordset::refusedStatements_data()
             engineRow(connection, sql) << sql;
         engineRow(connection, u"empty"_s) << QString();
     }
-    QTest::newRow("SQLite: ATTACH and write")
-        << m_sqlite << u"ATTACH DATABASE '%1' AS other"_s.arg(m_dir.filePath(u"other.db"_s));
-    QTest::newRow("SQLite: second statement after ;")
-        << m_sqlite << u"SELECT 1; DELETE FROM News"_s;
 }
 
 // Writes and broken statements alike give no rows and an error, leave the
@@ -249,7 +246,6 @@ void tst_Recordset::refusedStatements()
     c.Close();
     QCOMPARE(readAll(connection, u"SELECT Title FROM News WHERE ID = 1"_s, firstColumn),
              QStringList{u"a"_s});
-    QVERIFY(!QFile::exists(m_dir.filePath(u"other.db"_s)));
 }
 
 void tst_Recordset::badConnections_data()
