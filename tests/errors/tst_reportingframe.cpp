@@ -86,13 +86,8 @@ void tst_ReportingFrame::answers_data()
     const qint32 box = CErrorHandler::ActionMessageBox;
 
     QTest::newRow("no failure") << form << 0 << QStringList() << 1 << 1 << true << outer;
-    QTest::newRow("dialog: abort")
-        << form << 1 << QStringList({u"btnAbort"_s}) << 1 << 0 << false << QStringList();
     QTest::newRow("dialog: retry, then it works")
         << form << 1 << QStringList({u"btnRetry"_s}) << 2 << 1 << true << outer;
-    QTest::newRow("dialog: retry, fails again, ignore")
-        << form << 5 << QStringList({u"btnRetry"_s, u"btnRetry"_s, u"btnIgnore"_s}) << 3 << 1
-        << true << outer;
     QTest::newRow("dialog: retry, fails again, abort")
         << form << 5 << QStringList({u"btnRetry"_s, u"btnAbort"_s}) << 2 << 0 << false
         << QStringList();

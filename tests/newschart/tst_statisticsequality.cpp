@@ -8,17 +8,18 @@
 
 #include "NewsFixture.h"
 #include "base/Dates.h"
+#include "db/Connection.h"
 #include "newschart/ChartControl.h"
+#include "newschart/NewsChartBuilder.h"
 #include "newschart/StatisticsStatement.h"
-#include "newschart/frmChart.h"
-
-#include <qrt/statCharts.h>
 
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using qrt::chart::NewsChartBuilder;
+using qrt::chart::NewsChartQuery;
 using qrt::chart::StatisticsMode;
 using qrt::chart::StatisticsPath;
 namespace dates = qrt::dates;
@@ -73,13 +74,22 @@ QList<Period> periods(quint32 seed)
     return out;
 }
 
-QString fingerprint(const frmChart &form)
+// One drawing: a chart and the builder that filled it.
+struct Drawing
 {
-    const ChartControl &chart = form.chart();
+    ChartControl chart;
+    NewsChartBuilder builder{chart};
+};
+
+QString fingerprint(const Drawing &drawing)
+{
+    const ChartControl &chart = drawing.chart;
     QStringList parts = {
-        chart.SeriesLabels().join(u'|'),
-        u"series=%1 points=%2"_s.arg(chart.NumSeries()).arg(chart.NumPoints(1)),
-        u"min=%1 max=%2"_s.arg(form.minDate(), 0, 'g', 17).arg(form.maxDate(), 0, 'g', 17)};
+        u"%1\nseries=%2 points=%3\nmin=%4 max=%5"_s.arg(chart.SeriesLabels().join(u'|'))
+            .arg(chart.NumSeries())
+            .arg(chart.NumPoints(1))
+            .arg(drawing.builder.MinDate(), 0, 'g', 17)
+            .arg(drawing.builder.MaxDate(), 0, 'g', 17)};
     for (int i = 1; i <= chart.NumSeries(); ++i) {
         QString cells;
         for (int k = 1; k <= chart.NumPoints(i); ++k) {
@@ -139,7 +149,7 @@ private:
     QMap<quint32, QString> m_sqlite;
     QMap<quint32, QString> m_postgres;
     QString m_postgresWhy;
-    statCharts m_component;
+    qrt::db::Connection m_connection;
 };
 
 static const QList<quint32> kSeeds = {1, 2, 3};
@@ -186,32 +196,32 @@ void tst_StatisticsEquality::fastEqualsLiteral()
             QFAIL(qPrintable(m_postgresWhy));
         QSKIP(qPrintable(m_postgresWhy));
     }
-    m_component.ConnectionString(connection);
     const StatisticsPath fastPath =
         postgres ? StatisticsPath::PostgresDaily : filters()[filter].sqlitePath;
     int drawn = 0, empty = 0;
     for (const int series : {2, 3, 4}) {
         for (const Period &period : periods(seed)) {
-            frmChart fast, literal;
-            for (frmChart *form : {&fast, &literal}) {
-                form->FromDate = period.from;
-                form->TillDate = period.till;
-                form->chartSeria = series;
-                form->sOrder = qrt::chart::StatisticsStatement::ColumnsFor(series)->order;
-                form->sFilter = filters()[filter].text;
-            }
-            literal.statisticsMode = StatisticsMode::Literal;
-            fast.DrawChart();
-            literal.DrawChart();
-            QCOMPARE(literal.lastStatisticsPath(), StatisticsPath::Literal);
-            QCOMPARE(fast.lastStatisticsPath(), fastPath);
+            Drawing fast, literal;
+            NewsChartQuery query{period.from,
+                                 period.till,
+                                 filters()[filter].text,
+                                 qrt::chart::StatisticsStatement::ColumnsFor(series)->order,
+                                 series,
+                                 StatisticsMode::Fastest};
+            fast.builder.ClearChart(query);
+            fast.builder.Build(m_connection, connection, query);
+            query.mode = StatisticsMode::Literal;
+            literal.builder.ClearChart(query);
+            literal.builder.Build(m_connection, connection, query);
+            QCOMPARE(literal.builder.lastPath(), StatisticsPath::Literal);
+            QCOMPARE(fast.builder.lastPath(), fastPath);
             const QString expected = fingerprint(literal);
             const QString actual = fingerprint(fast);
             if (actual != expected)
                 QFAIL(qPrintable(u"series %1, %2 to %3:\nliteral:\n%4\nfast:\n%5"_s.arg(series)
                                      .arg(dates::toText(period.from), dates::toText(period.till))
                                      .arg(expected.left(1500), actual.left(1500))));
-            ++(literal.chart().NumSeries() ? drawn : empty);
+            ++(literal.chart.NumSeries() ? drawn : empty);
         }
     }
     // The comparison covered drawn charts and empty ones alike.
@@ -219,5 +229,5 @@ void tst_StatisticsEquality::fastEqualsLiteral()
     QVERIFY(empty > 0 || !filters()[filter].periodApplies);
 }
 
-QTEST_MAIN(tst_StatisticsEquality)
+QTEST_GUILESS_MAIN(tst_StatisticsEquality)
 #include "tst_statisticsequality.moc"

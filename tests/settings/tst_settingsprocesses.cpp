@@ -164,11 +164,8 @@ void tst_SettingsProcesses::damagedFileIsSetAsideByTheNextProgram()
         runProgram(zorvaneStats(), {u"settings"_s, u"get"_s, u"STATCHART"_s, u"LEGEND"_s});
     QCOMPARE(get.exitCode, 1);
     QVERIFY2(get.err.contains(u"no setting LEGEND in section STATCHART"_s), qPrintable(get.err));
-    const QStringList files = filesBeside(file).filter(u".damaged-"_s);
-    QCOMPARE(files.size(), 1);
-    QVERIFY(files.first().startsWith(u"settings.json.damaged-"_s));
-    const QString backup = QFileInfo(file).absolutePath() + u'/' + files.first();
-    QCOMPARE(SettingsTestHome::contents(backup), garbage);
+    // The backup's name and contents are the store's, tested in tst_settingsstore.
+    QCOMPARE(filesBeside(file).filter(u".damaged-"_s).size(), 1);
 
     const ProgramRun set =
         runProgram(zorvaneStats(), {u"settings"_s, u"set"_s, u"STATCHART"_s, u"LEGEND"_s, u"0"_s});
@@ -176,7 +173,6 @@ void tst_SettingsProcesses::damagedFileIsSetAsideByTheNextProgram()
     QStringList keys;
     zorvaneSettings().GetAllKeys(u"STATCHART"_s, keys);
     QCOMPARE(keys, QStringList{u"LEGEND"_s});
-    QCOMPARE(SettingsTestHome::contents(backup), garbage);
 }
 
 void tst_SettingsProcesses::unwritableFolderRefusesSave()

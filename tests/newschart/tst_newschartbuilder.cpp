@@ -1,0 +1,240 @@
+// The news chart's algorithm over real SQLite files, without a screen: the
+// rows of a period become one value per calendar day with holes, counts add
+// up across channels, the title follows the span of the dates, and a chart
+// without rows takes the empty look. Every case of cells is drawn through
+// the fast reading and the literal statement, and both must give it.
+
+#include "NewsFixture.h"
+#include "base/Dates.h"
+#include "db/Connection.h"
+#include "newschart/ChartControl.h"
+#include "newschart/NewsChartBuilder.h"
+#include "newschart/StatisticsStatement.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using qrt::chart::NewsChartBuilder;
+using qrt::chart::NewsChartQuery;
+using qrt::chart::StatisticsMode;
+using qrt::chart::StatisticsPath;
+namespace dates = qrt::dates;
+
+namespace {
+
+const QString kAllTicked =
+    u"Categories.ID  not in (0) AND Providers.ID  not in (0) AND Channels.ID  not in (0) "_s;
+constexpr int kByChannel = 2;
+constexpr int kByProvider = 3;
+constexpr int kByCategory = 4;
+
+// Every series' cells as "5,_,12": "_" for a hole.
+QStringList allCells(const ChartControl &chart)
+{
+    QStringList out;
+    for (int i = 1; i <= chart.NumSeries(); ++i) {
+        QStringList cells;
+        for (int k = 1; k <= chart.NumPoints(i); ++k) {
+            double v = 0;
+            cells << (!chart.Y(i, k, v) ? u"?"_s
+                      : chart.IsHole(v) ? u"_"_s
+                                        : QString::number(v, 'g', 17));
+        }
+        out << cells.join(u',');
+    }
+    return out;
+}
+
+NewsChartQuery query(const QString &from, const QString &till, int series,
+                     const QString &filter = kAllTicked,
+                     StatisticsMode mode = StatisticsMode::Fastest)
+{
+    return {dates::fromText(from).value_or(-1),
+            dates::fromText(till).value_or(-1),
+            filter,
+            qrt::chart::StatisticsStatement::ColumnsFor(series)->order,
+            series,
+            mode};
+}
+
+QStringList repeat(const QString &item, int times)
+{
+    QStringList out;
+    for (int i = 0; i < times; ++i)
+        out << item;
+    return out;
+}
+
+} // namespace
+
+class tst_NewsChartBuilder : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cells_data();
+    void cells();
+    void titles_data();
+    void titles();
+    void emptyLook();
+
+private:
+    QString database(const QStringList &items, bool withProviderZero = false);
+    bool draw(NewsChartBuilder &builder, const NewsChartQuery &q);
+
+    QTemporaryDir m_dir;
+    QString m_database;
+    int m_files = 0;
+    qrt::db::Connection m_connection;
+};
+
+QString tst_NewsChartBuilder::database(const QStringList &items, bool withProviderZero)
+{
+    m_database = m_dir.filePath(u"news%1.db"_s.arg(++m_files));
+    return qrt::test::makeSqliteNews(m_database, items, withProviderZero) ? m_database : QString();
+}
+
+// What frmChart::DrawChart does apart from the cursor.
+bool tst_NewsChartBuilder::draw(NewsChartBuilder &builder, const NewsChartQuery &q)
+{
+    builder.ClearChart(q);
+    return builder.Build(m_connection, m_database, q);
+}
+
+void tst_NewsChartBuilder::cells_data()
+{
+    QTest::addColumn<QStringList>("items");
+    QTest::addColumn<QString>("from");
+    QTest::addColumn<int>("series");
+    QTest::addColumn<QString>("filter");
+    QTest::addColumn<QStringList>("labels");
+    QTest::addColumn<QStringList>("cells");
+    QTest::addColumn<QString>("minDate");
+    QTest::addColumn<QString>("maxDate");
+    const QString jan1 = u"2005-01-01"_s;
+    const QStringList alpha{u"Alpha World"_s};
+
+    QTest::newRow("holes between, series in the order of IDs, not names")
+        << QStringList{u"2005-01-01 08:00:00|2"_s, u"2005-01-04 07:00:00|3"_s} << jan1
+        << kByCategory << kAllTicked << QStringList{u"World"_s, u"Sports"_s}
+        << QStringList{u"_,_,_,1"_s, u"1,_,_,_"_s} << u"2005-01-01 08:00:00"_s
+        << u"2005-01-04 07:00:00"_s;
+    QTest::newRow("two rows of one day add up, past what 16 bits hold")
+        << repeat(u"2005-01-03 08:00:00|1"_s, 40000) + repeat(u"2005-01-03 15:30:00|1"_s, 7) +
+               QStringList{u"2005-01-04 08:00:00|1"_s}
+        << jan1 << kByChannel << kAllTicked << alpha << QStringList{u"40007,1"_s}
+        << u"2005-01-03 08:00:00"_s << u"2005-01-04 08:00:00"_s;
+    QTest::newRow("two channels of one provider on one date")
+        << QStringList{u"2005-01-03 08:00:00|1"_s, u"2005-01-03 08:00:00|1"_s,
+                       u"2005-01-03 08:00:00|2"_s, u"2005-01-04 23:59:59|2"_s}
+        << jan1 << kByProvider << kAllTicked << QStringList{u"Alpha Wire"_s}
+        << QStringList{u"3,1"_s} << u"2005-01-03 08:00:00"_s << u"2005-01-04 23:59:59"_s;
+    QTest::newRow("midnight after the last day is in, a second later out")
+        << QStringList{u"2005-02-01 00:00:00|1"_s, u"2005-02-01 00:00:01|1"_s,
+                       u"2004-12-31 23:59:59|1"_s}
+        << jan1 << kByChannel << kAllTicked << alpha << QStringList{u"_,1"_s}
+        << u"2005-01-31 00:00:00"_s << u"2005-02-01 00:00:00"_s;
+    QTest::newRow("a count of 0 fills a hole with 0")
+        << QStringList{u"2005-01-01 07:00:00|1"_s, u"2005-01-02 07:00:00|1|null"_s} << jan1
+        << kByChannel << kAllTicked << alpha << QStringList{u"1,0"_s} << u"2005-01-01 07:00:00"_s
+        << u"2005-01-02 07:00:00"_s;
+    QTest::newRow("a first row with ID 0 starts no series but widens the dates")
+        << QStringList{u"2005-01-01 07:00:00|9"_s, u"2005-01-03 07:00:00|1"_s} << jan1
+        << kByProvider
+        << u"Categories.ID  not in (99) AND Providers.ID  not in (99) AND Channels.ID  not in (99) "_s
+        << QStringList{u"Alpha Wire"_s} << QStringList{u"_,_,1"_s} << u"2005-01-01 07:00:00"_s
+        << u"2005-01-03 07:00:00"_s;
+    QTest::newRow("All starts at day 0")
+        << QStringList{u"1990-06-01 12:00:00|4"_s} << u"00:00:00"_s << kByChannel << kAllTicked
+        << QStringList{u"Beta Sports"_s} << QStringList{u"1"_s} << u"1990-06-01 12:00:00"_s
+        << u"1990-06-01 12:00:00"_s;
+}
+
+void tst_NewsChartBuilder::cells()
+{
+    QFETCH(QStringList, items);
+    QFETCH(QString, from);
+    QFETCH(int, series);
+    QFETCH(QString, filter);
+    QFETCH(QStringList, labels);
+    QFETCH(QStringList, cells);
+    QVERIFY(!database(items, filter.contains(u"(99)"_s)).isEmpty());
+    for (const StatisticsMode mode : {StatisticsMode::Fastest, StatisticsMode::Literal}) {
+        ChartControl chart;
+        NewsChartBuilder builder(chart);
+        QVERIFY(draw(builder, query(from, u"2005-01-31"_s, series, filter, mode)));
+        QCOMPARE(builder.lastPath(), mode == StatisticsMode::Fastest
+                                         ? StatisticsPath::SqliteNewsScan
+                                         : StatisticsPath::Literal);
+        QCOMPARE(chart.SeriesLabels(), labels);
+        QCOMPARE(allCells(chart), cells);
+        QTEST(dates::toTimestampText(builder.MinDate()), "minDate");
+        QTEST(dates::toTimestampText(builder.MaxDate()), "maxDate");
+    }
+}
+
+void tst_NewsChartBuilder::titles_data()
+{
+    QTest::addColumn<QString>("first");
+    QTest::addColumn<QString>("last");
+    QTest::addColumn<QString>("title");
+    QTest::addColumn<int>("points");
+
+    QTest::newRow("1: one day") << u"2005-01-05 08:00:00"_s << u"2005-01-05 20:00:00"_s
+                                << u"January 05"_s << 1;
+    QTest::newRow("2: 23:59 and 00:01 of the next day")
+        << u"2005-01-05 23:59:00"_s << u"2005-01-06 00:01:00"_s << u"January 05-06"_s << 2;
+    QTest::newRow("2: the month comes from the first day")
+        << u"2005-01-31 10:00:00"_s << u"2005-02-01 10:00:00"_s << u"January 31-01"_s << 2;
+    QTest::newRow("3: a first time after noon moves past the last day")
+        << u"2005-01-10 13:00:00"_s << u"2005-01-31 08:00:00"_s << u"February 2005"_s << 22;
+    QTest::newRow("3: before noon it does not")
+        << u"2005-01-10 11:00:00"_s << u"2005-01-31 08:00:00"_s << u"January 2005"_s << 22;
+    QTest::newRow("4: exactly six month boundaries")
+        << u"2005-01-15 10:00:00"_s << u"2005-07-15 10:00:00"_s << u"January - July"_s << 182;
+    QTest::newRow("5: seven month boundaries")
+        << u"2005-01-15 10:00:00"_s << u"2005-08-15 10:00:00"_s << u"2005"_s << 213;
+}
+
+void tst_NewsChartBuilder::titles()
+{
+    QFETCH(QString, first);
+    QFETCH(QString, last);
+    QFETCH(QString, title);
+    QFETCH(int, points);
+    QVERIFY(!database({first + u"|1"_s, last + u"|3"_s}).isEmpty());
+    ChartControl chart;
+    NewsChartBuilder builder(chart);
+    QVERIFY(draw(builder, query(first.left(10), last.left(10), kByProvider)));
+    QCOMPARE(chart.NumPoints(1), points);
+    QCOMPARE(chart.LabelCount(), 1);
+    QCOMPARE(chart.Label(0)->Text, u"News Count for "_s + title);
+    QVERIFY(chart.Label(0)->Bold);
+    QCOMPARE(chart.Axis(u"X")->TimeBase, builder.MinDate() - 1);
+}
+
+// From the drawn look back to the empty one when a period has no news, the
+// dates reset to the period's ends turned about.
+void tst_NewsChartBuilder::emptyLook()
+{
+    QVERIFY(!database({u"2005-01-01 07:00:00|1"_s}).isEmpty());
+    ChartControl chart;
+    NewsChartBuilder builder(chart);
+    QVERIFY(draw(builder, query(u"2005-01-01"_s, u"2005-01-31"_s, kByChannel)));
+    QCOMPARE(chart.NumSeries(), 1);
+    QCOMPARE(chart.BorderWidth(), 4);
+    QCOMPARE(chart.BackColor(), 0xEDEDEDu);
+    const NewsChartQuery empty = query(u"2006-01-01"_s, u"2006-01-31"_s, kByChannel);
+    QVERIFY(!draw(builder, empty));
+    QCOMPARE(chart.NumSeries(), 0);
+    QVERIFY(chart.SeriesLabels().isEmpty());
+    QCOMPARE(chart.LabelCount(), 0);
+    QCOMPARE(chart.BorderWidth(), 0);
+    QCOMPARE(chart.BackColor(), 14480885u);
+    QCOMPARE(builder.MinDate(), empty.TillDate);
+    QCOMPARE(builder.MaxDate(), empty.FromDate);
+}
+
+QTEST_GUILESS_MAIN(tst_NewsChartBuilder)
+#include "tst_newschartbuilder.moc"
