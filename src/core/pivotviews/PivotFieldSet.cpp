@@ -53,6 +53,14 @@ void PivotFieldSet::setMemberExpanded(int level, qint64 key, bool expanded)
     changed();
 }
 
+void PivotFieldSet::clearMemberExpanded()
+{
+    if (m_expanded.empty())
+        return;
+    m_expanded.clear();
+    changed();
+}
+
 void PivotFieldSet::changed()
 {
     m_view->touch();

@@ -52,6 +52,8 @@ public:
 
     std::optional<bool> memberExpanded(int level, qint64 key) const;
     void setMemberExpanded(int level, qint64 key, bool expanded);
+    // Every member follows the view's ExpandMembers again.
+    void clearMemberExpanded();
 
     // Tells the view that its layout changed.
     void changed();

@@ -23,6 +23,10 @@ public:
     int Function() const { return m_function; }
     // Raises a PivotError for a number outside 1..5.
     void setFunction(int function);
+    // How the grid writes the values: "General", or a pattern such as
+    // "#,##0", "0.00" or "0.0%" (see PivotGridModel::formatNumber).
+    const QString &NumberFormat() const { return m_numberFormat; }
+    void setNumberFormat(const QString &format) { m_numberFormat = format; }
 
     static bool isFunction(int function) { return function >= Sum && function <= Average; }
     static QString functionName(int function);
@@ -32,6 +36,7 @@ private:
     QString m_caption;
     PivotField *m_field;
     int m_function;
+    QString m_numberFormat = QStringLiteral("General");
 };
 
 } // namespace qrt::pivot

@@ -1,0 +1,544 @@
+#include "pivotviews/PivotTable.h"
+
+#include "component/EmbeddableClasses.h"
+#include "controls/PivotDropZone.h"
+#include "controls/PivotFieldList.h"
+#include "controls/PivotGrid.h"
+#include "controls/PivotHeaderView.h"
+#include "pivotviews/PivotGridModel.h"
+#include "pivotviews/PivotLoad.h"
+#include "pivotviews/PivotView.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QComboBox>
+#include <QFileDialog>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPainter>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSaveFile>
+#include <QSplitter>
+#include <QTimer>
+#include <QToolBar>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+using namespace qrt::pivot;
+
+namespace {
+
+// How often a change of the layout made outside the widgets (by the page's
+// script) is looked for: a number compare, nothing more.
+constexpr int kPollMs = 150;
+
+const QColor kPage(u"beige"_s);
+
+// Small drawn images, so the tool bar needs no image files.
+QIcon drawnIcon(const std::function<void(QPainter &)> &draw)
+{
+    QPixmap pixmap(32, 32);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.scale(2, 2);
+    painter.setPen(QPen(QColor(0x30, 0x30, 0x30), 1.2));
+    draw(painter);
+    return QIcon(pixmap);
+}
+
+QIcon textIcon(const QString &text, int pixelSize = 10)
+{
+    return drawnIcon([&](QPainter &p) {
+        QFont font = p.font();
+        font.setPixelSize(pixelSize);
+        font.setBold(true);
+        p.setFont(font);
+        p.drawText(QRect(0, 0, 16, 16), Qt::AlignCenter, text);
+    });
+}
+
+QIcon sortIcon(bool ascending)
+{
+    return drawnIcon([&](QPainter &p) {
+        QFont font = p.font();
+        font.setPixelSize(7);
+        font.setBold(true);
+        p.setFont(font);
+        p.drawText(QRect(0, 0, 9, 8), Qt::AlignCenter, ascending ? u"A"_s : u"Z"_s);
+        p.drawText(QRect(0, 8, 9, 8), Qt::AlignCenter, ascending ? u"Z"_s : u"A"_s);
+        p.drawLine(QPointF(12.5, 2), QPointF(12.5, 14));
+        p.drawLine(QPointF(12.5, 14), QPointF(10, 11));
+        p.drawLine(QPointF(12.5, 14), QPointF(15, 11));
+    });
+}
+
+QIcon boxIcon(bool plus)
+{
+    return drawnIcon([&](QPainter &p) {
+        p.drawRect(QRectF(2.5, 2.5, 11, 11));
+        p.drawLine(QPointF(5, 8), QPointF(11, 8));
+        if (plus)
+            p.drawLine(QPointF(8, 5), QPointF(8, 11));
+    });
+}
+
+QIcon funnelIcon()
+{
+    return drawnIcon([](QPainter &p) {
+        const QPointF points[] = {{2, 3}, {14, 3}, {9.5, 8.5}, {9.5, 14}, {6.5, 12}, {6.5, 8.5}};
+        p.setBrush(QColor(0x6F, 0x8F, 0xCF));
+        p.drawPolygon(points, 6);
+    });
+}
+
+QIcon listIcon()
+{
+    return drawnIcon([](QPainter &p) {
+        p.drawRect(QRectF(2.5, 1.5, 11, 13));
+        for (double y : {5.0, 8.0, 11.0})
+            p.drawLine(QPointF(5, y), QPointF(11, y));
+    });
+}
+
+QIcon copyIcon()
+{
+    return drawnIcon([](QPainter &p) {
+        p.setBrush(Qt::white);
+        p.drawRect(QRectF(2.5, 2.5, 8, 9));
+        p.drawRect(QRectF(5.5, 5.5, 8, 9));
+    });
+}
+
+QIcon gearIcon()
+{
+    return drawnIcon([](QPainter &p) {
+        p.drawRect(QRectF(2.5, 2.5, 11, 11));
+        p.drawLine(QPointF(5, 6), QPointF(11, 6));
+        p.drawLine(QPointF(5, 10), QPointF(9, 10));
+    });
+}
+
+const bool registeredAtLoad = (PivotTable::registerClasses(), true);
+
+} // namespace
+
+const QStringList &PivotTable::classNames()
+{
+    static const QStringList names = {u"OWC11.PivotTable"_s, u"OWC10.PivotTable"_s,
+                                      u"CLSID:0002E55A-0000-0000-C000-000000000046"_s};
+    return names;
+}
+
+void PivotTable::registerClasses()
+{
+    for (const QString &name : classNames())
+        EmbeddableClasses::registerClass(name,
+                                         [](QWidget *parent) { return new PivotTable(parent); });
+}
+
+void PivotTable::unregisterClasses()
+{
+    for (const QString &name : classNames())
+        EmbeddableClasses::unregisterClass(name);
+}
+
+PivotTable::PivotTable(QWidget *parent)
+    : QWidget(parent)
+    , m_filterZone(new PivotDropZone(PivotDropZone::Kind::Filter, this))
+    , m_rowZone(new PivotDropZone(PivotDropZone::Kind::Row, this))
+    , m_columnZone(new PivotDropZone(PivotDropZone::Kind::Column, this))
+    , m_dataZone(new PivotDropZone(PivotDropZone::Kind::Data, this))
+    , m_grid(new PivotGrid(this))
+    , m_fieldList(new PivotFieldList(this))
+    , m_poll(new QTimer(this))
+{
+    Q_UNUSED(registeredAtLoad);
+    setObjectName(u"PivotTable"_s);
+    setAutoFillBackground(true);
+    QPalette page = palette();
+    page.setColor(QPalette::Window, kPage);
+    setPalette(page);
+
+    auto *root = new QVBoxLayout(this);
+    root->setContentsMargins(0, 0, 0, 0);
+    root->setSpacing(2);
+    buildToolbar();
+    root->addWidget(m_toolbar);
+
+    m_loadPanel = new QFrame(this);
+    m_loadPanel->setObjectName(u"loadPanel"_s);
+    auto *loadLayout = new QHBoxLayout(m_loadPanel);
+    loadLayout->setContentsMargins(6, 2, 6, 2);
+    m_loadLabel = new QLabel(tr("Loading..."), m_loadPanel);
+    m_progress = new QProgressBar(m_loadPanel);
+    m_progress->setObjectName(u"loadProgress"_s);
+    m_progress->setRange(0, 0);
+    m_progress->setTextVisible(false);
+    auto *cancel = new QPushButton(tr("&Cancel"), m_loadPanel);
+    cancel->setObjectName(u"cancelLoadButton"_s);
+    cancel->setToolTip(tr("Stop reading the data"));
+    connect(cancel, &QPushButton::clicked, this, &PivotTable::cancelLoad);
+    loadLayout->addWidget(m_loadLabel);
+    loadLayout->addWidget(m_progress, 1);
+    loadLayout->addWidget(cancel);
+    m_loadPanel->hide();
+    root->addWidget(m_loadPanel);
+
+    m_message = new QLabel(this);
+    m_message->setObjectName(u"messageLabel"_s);
+    m_message->setWordWrap(true);
+    m_message->setContentsMargins(6, 2, 6, 2);
+    m_message->hide();
+    root->addWidget(m_message);
+
+    m_splitter = new QSplitter(Qt::Horizontal, this);
+    m_splitter->setObjectName(u"splitter"_s);
+    m_splitter->setChildrenCollapsible(false);
+    auto *content = new QWidget(m_splitter);
+    auto *contentLayout = new QGridLayout(content);
+    contentLayout->setContentsMargins(2, 0, 2, 2);
+    contentLayout->setSpacing(2);
+    contentLayout->addWidget(m_filterZone, 0, 0, 1, 2);
+    contentLayout->addWidget(m_dataZone, 0, 2);
+    contentLayout->addWidget(m_rowZone, 1, 0);
+    contentLayout->addWidget(m_columnZone, 1, 1, 1, 2);
+    contentLayout->addWidget(m_grid, 2, 0, 1, 3);
+    contentLayout->setColumnStretch(1, 1);
+    contentLayout->setRowStretch(2, 1);
+    m_splitter->addWidget(content);
+
+    m_side = new QWidget(m_splitter);
+    m_side->setObjectName(u"sidePanel"_s);
+    auto *sideLayout = new QVBoxLayout(m_side);
+    sideLayout->setContentsMargins(0, 0, 0, 0);
+    sideLayout->setSpacing(2);
+    sideLayout->addWidget(m_fieldList, 1);
+    m_toolbox = buildPropertyToolbox();
+    sideLayout->addWidget(m_toolbox);
+    m_splitter->addWidget(m_side);
+    m_splitter->setStretchFactor(0, 1);
+    m_splitter->setStretchFactor(1, 0);
+    root->addWidget(m_splitter, 1);
+
+    for (PivotDropZone *zone : {m_filterZone, m_rowZone, m_columnZone, m_dataZone})
+        connect(zone, &PivotDropZone::layoutChanged, this, &PivotTable::viewChanged);
+    connect(m_fieldList, &PivotFieldList::layoutChanged, this, &PivotTable::viewChanged);
+    connect(m_grid, &PivotGrid::layoutChanged, this, &PivotTable::viewChanged);
+    connect(m_grid->gridModel(), &QAbstractItemModel::modelReset, this, [this] {
+        m_rowZone->setFixedWidth(std::clamp(m_grid->rowHeader()->sizeHint().width() + 2, 120, 260));
+        updatePropertyToolbox();
+    });
+    connect(m_grid->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            &PivotTable::updatePropertyToolbox);
+    connect(m_poll, &QTimer::timeout, this, &PivotTable::pollLayout);
+    m_poll->setInterval(kPollMs);
+    updateSidePanel();
+    resize(800, 500);
+}
+
+PivotTable::~PivotTable()
+{
+    // The widgets let go of the view before it goes.
+    m_grid->setView(nullptr);
+}
+
+void PivotTable::buildToolbar()
+{
+    m_toolbar = new QToolBar(this);
+    m_toolbar->setObjectName(u"toolbar"_s);
+    m_toolbar->setIconSize(QSize(16, 16));
+    auto add = [this](const QString &name, const QIcon &icon, const QString &text,
+                      const QKeySequence &keys, auto slot) {
+        auto *action = new QAction(icon, text, this);
+        action->setObjectName(name);
+        action->setShortcut(keys);
+        action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+        action->setToolTip(
+            u"%1 (%2)"_s.arg(QString(text).remove(u'&'), keys.toString(QKeySequence::NativeText)));
+        addAction(action);
+        m_toolbar->addAction(action);
+        connect(action, &QAction::triggered, this, slot);
+        return action;
+    };
+    add(u"sortAscendingAction"_s, sortIcon(true), tr("Sort &Ascending"),
+        QKeySequence(u"Ctrl+Shift+Up"_s), [this] { sort(Qt::AscendingOrder); });
+    add(u"sortDescendingAction"_s, sortIcon(false), tr("Sort &Descending"),
+        QKeySequence(u"Ctrl+Shift+Down"_s), [this] { sort(Qt::DescendingOrder); });
+    m_toolbar->addSeparator();
+    m_filterAction =
+        add(u"filterAction"_s, funnelIcon(), tr("&Filter"), QKeySequence(u"Ctrl+Shift+F"_s),
+            [this](bool on) { setAllowFiltering(on); });
+    m_filterAction->setCheckable(true);
+    m_filterAction->setChecked(m_allowFiltering);
+    m_toolbar->addSeparator();
+    add(u"expandAllAction"_s, boxIcon(true), tr("&Expand All"), QKeySequence(u"Ctrl+Shift+E"_s),
+        [this] { m_grid->gridModel()->expandAll(true); });
+    add(u"collapseAllAction"_s, boxIcon(false), tr("C&ollapse All"),
+        QKeySequence(u"Ctrl+Shift+H"_s), [this] { m_grid->gridModel()->expandAll(false); });
+    m_subtotalsAction = add(u"subtotalsAction"_s, textIcon(u"\u03A3"_s, 13), tr("&Subtotals"),
+                            QKeySequence(u"Ctrl+Shift+S"_s),
+                            [this](bool on) { m_grid->gridModel()->setSubtotalsShown(on); });
+    m_subtotalsAction->setCheckable(true);
+    m_subtotalsAction->setChecked(true);
+    m_toolbar->addSeparator();
+    m_fieldListAction =
+        add(u"fieldListAction"_s, listIcon(), tr("Field &List"), QKeySequence(u"Ctrl+Shift+L"_s),
+            [this](bool on) { setDisplayFieldList(on); });
+    m_fieldListAction->setCheckable(true);
+    m_fieldListAction->setChecked(m_displayFieldList);
+    m_toolboxAction = add(u"propertiesAction"_s, gearIcon(), tr("&Properties"),
+                          QKeySequence(u"Ctrl+Shift+P"_s), [this] { updateSidePanel(); });
+    m_toolboxAction->setCheckable(true);
+    m_toolbar->addSeparator();
+    add(u"refreshAction"_s, style()->standardIcon(QStyle::SP_BrowserReload), tr("&Refresh"),
+        QKeySequence(Qt::Key_F5), [this] { Refresh(); });
+    add(u"exportAction"_s, style()->standardIcon(QStyle::SP_DialogSaveButton),
+        tr("E&xport to CSV..."), QKeySequence(u"Ctrl+Shift+X"_s), [this] { exportToFile(); });
+    add(u"copyAction"_s, copyIcon(), tr("&Copy"), QKeySequence(u"Ctrl+Shift+C"_s),
+        [this] { copyToClipboard(); });
+}
+
+QWidget *PivotTable::buildPropertyToolbox()
+{
+    auto *box = new QGroupBox(tr("Total Properties"), this);
+    box->setObjectName(u"propertyToolbox"_s);
+    auto *form = new QFormLayout(box);
+    form->setContentsMargins(4, 4, 4, 4);
+    m_totalCombo = new QComboBox(box);
+    m_totalCombo->setObjectName(u"totalCombo"_s);
+    m_totalCombo->setToolTip(tr("The total whose properties are below"));
+    m_captionEdit = new QLineEdit(box);
+    m_captionEdit->setObjectName(u"captionEdit"_s);
+    m_captionEdit->setToolTip(tr("The caption of the total"));
+    m_formatCombo = new QComboBox(box);
+    m_formatCombo->setObjectName(u"numberFormatCombo"_s);
+    m_formatCombo->setEditable(true);
+    m_formatCombo->addItems(
+        {u"General"_s, u"#,##0"_s, u"#,##0.00"_s, u"0.00"_s, u"0%"_s, u"0.0%"_s});
+    m_formatCombo->setToolTip(tr("How the values of the total are written"));
+    form->addRow(tr("T&otal:"), m_totalCombo);
+    form->addRow(tr("Ca&ption:"), m_captionEdit);
+    form->addRow(tr("&Number format:"), m_formatCombo);
+    connect(m_totalCombo, &QComboBox::activated, this, [this] {
+        const QSignalBlocker a(m_captionEdit), b(m_formatCombo);
+        if (PivotTotal *total = currentTotal()) {
+            m_captionEdit->setText(total->Caption());
+            m_formatCombo->setCurrentText(total->NumberFormat());
+        }
+    });
+    connect(m_captionEdit, &QLineEdit::editingFinished, this, &PivotTable::applyTotalProperties);
+    connect(m_formatCombo, &QComboBox::currentTextChanged, this, &PivotTable::applyTotalProperties);
+    return box;
+}
+
+void PivotTable::setAllowFiltering(bool allow)
+{
+    m_allowFiltering = allow;
+    m_filterAction->setChecked(allow);
+    for (PivotDropZone *zone : {m_filterZone, m_rowZone, m_columnZone, m_dataZone})
+        zone->setFilteringAllowed(allow);
+}
+
+void PivotTable::setAllowGrouping(bool allow)
+{
+    // Kept for the page's script: there is no grouping of members to allow.
+    m_allowGrouping = allow;
+}
+
+void PivotTable::setAllowPropertyToolbox(bool allow)
+{
+    m_allowPropertyToolbox = allow;
+    m_toolboxAction->setVisible(allow);
+    updateSidePanel();
+}
+
+void PivotTable::setDisplayToolbar(bool display)
+{
+    m_displayToolbar = display;
+    m_toolbar->setVisible(display);
+}
+
+void PivotTable::setDisplayFieldList(bool display)
+{
+    m_displayFieldList = display;
+    m_fieldListAction->setChecked(display);
+    updateSidePanel();
+}
+
+void PivotTable::updateSidePanel()
+{
+    m_fieldList->setVisible(m_displayFieldList);
+    const bool toolbox = m_allowPropertyToolbox && m_toolboxAction->isChecked();
+    m_toolbox->setVisible(toolbox);
+    m_side->setVisible(m_displayFieldList || toolbox);
+}
+
+void PivotTable::setConnectionString(const QString &connectionString)
+{
+    m_connectionString = connectionString;
+    startLoad();
+}
+
+void PivotTable::setCommandText(const QString &commandText)
+{
+    m_commandText = commandText;
+    startLoad();
+}
+
+bool PivotTable::isLoading() const
+{
+    return m_load && !m_load->isFinished();
+}
+
+void PivotTable::Refresh()
+{
+    startLoad();
+}
+
+void PivotTable::startLoad()
+{
+    if (m_connectionString.isEmpty() || m_commandText.isEmpty())
+        return;
+    delete m_load; // gives up the claim on a load still running
+    m_poll->stop();
+    for (PivotDropZone *zone : {m_filterZone, m_rowZone, m_columnZone, m_dataZone})
+        zone->setView(nullptr);
+    m_fieldList->setView(nullptr);
+    m_grid->setView(nullptr);
+    m_view.reset();
+    m_loadError.clear();
+    m_message->hide();
+    m_load = new PivotLoad(m_connectionString, m_commandText, this);
+    m_loadLabel->setText(tr("Loading..."));
+    connect(m_load, &PivotLoad::progress, this,
+            [this](qint64 rows) { m_loadLabel->setText(tr("Loading... %L1 rows").arg(rows)); });
+    connect(m_load, &PivotLoad::finished, this, &PivotTable::loadFinished);
+    m_loadPanel->show();
+}
+
+void PivotTable::cancelLoad()
+{
+    if (m_load)
+        m_load->cancel();
+}
+
+void PivotTable::loadFinished()
+{
+    m_loadPanel->hide();
+    PivotLoad *load = m_load;
+    if (!load)
+        return;
+    std::shared_ptr<const PivotData> data = load->data();
+    if (!data) {
+        m_loadError = load->isCancelled() ? tr("Loading was cancelled.") : load->error();
+        m_message->setText(tr("No data: %1 Refresh (F5) loads again.").arg(m_loadError));
+        m_message->show();
+        load->deleteLater();
+        return;
+    }
+    m_view = std::make_unique<PivotView>(std::move(data));
+    load->deleteLater();
+    m_grid->setView(m_view.get());
+    showLayout();
+    m_poll->start();
+    Q_EMIT loaded();
+}
+
+void PivotTable::showLayout()
+{
+    PivotView *view = m_view.get();
+    m_shownVersion = view ? view->layoutVersion() : 0;
+    for (PivotDropZone *zone : {m_filterZone, m_rowZone, m_columnZone, m_dataZone})
+        zone->setView(view);
+    m_fieldList->setView(view);
+    m_grid->refresh();
+}
+
+void PivotTable::pollLayout()
+{
+    if (m_view && m_view->layoutVersion() != m_shownVersion)
+        viewChanged();
+}
+
+void PivotTable::viewChanged()
+{
+    showLayout();
+    Q_EMIT layoutChanged();
+}
+
+void PivotTable::sort(Qt::SortOrder order)
+{
+    if (const PivotFieldSet *fieldSet = m_grid->currentFieldSet())
+        m_grid->gridModel()->setSortOrder(fieldSet, order);
+}
+
+bool PivotTable::exportCsv(const QString &path) const
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return false;
+    file.write(m_grid->gridModel()->toCsv().toUtf8());
+    return file.commit();
+}
+
+void PivotTable::exportToFile()
+{
+    const QString path =
+        QFileDialog::getSaveFileName(this, tr("Export Pivot Table"), u"PivotTable.csv"_s,
+                                     tr("CSV files (*.csv);;All files (*)"));
+    if (!path.isEmpty() && !exportCsv(path)) {
+        m_message->setText(tr("The file %1 could not be written.").arg(path));
+        m_message->show();
+    }
+}
+
+void PivotTable::copyToClipboard()
+{
+    QApplication::clipboard()->setText(m_grid->gridModel()->toTabText());
+}
+
+PivotTotal *PivotTable::currentTotal() const
+{
+    if (!m_view)
+        return nullptr;
+    const auto &totals = m_view->DataAxis().Totals();
+    const int index = m_totalCombo->currentIndex();
+    return index >= 0 && index < totals.Count() ? &totals.Item(index) : nullptr;
+}
+
+void PivotTable::updatePropertyToolbox()
+{
+    const QSignalBlocker a(m_totalCombo), b(m_captionEdit), c(m_formatCombo);
+    m_totalCombo->clear();
+    if (m_view)
+        for (const PivotTotal *total : m_view->DataAxis().Totals())
+            m_totalCombo->addItem(total->Caption());
+    const QModelIndex current = m_grid->currentIndex();
+    m_totalCombo->setCurrentIndex(current.isValid() ? m_grid->gridModel()->totalOf(current.column())
+                                                    : 0);
+    const PivotTotal *total = currentTotal();
+    m_toolbox->setEnabled(total != nullptr);
+    m_captionEdit->setText(total ? total->Caption() : QString());
+    m_formatCombo->setCurrentText(total ? total->NumberFormat() : QString());
+}
+
+void PivotTable::applyTotalProperties()
+{
+    PivotTotal *total = currentTotal();
+    const QString caption = m_captionEdit->text().trimmed();
+    if (!total || caption.isEmpty())
+        return;
+    const QString format = m_formatCombo->currentText().trimmed();
+    if (caption == total->Caption() && format == total->NumberFormat())
+        return;
+    total->setCaption(caption);
+    total->setNumberFormat(format.isEmpty() ? u"General"_s : format);
+    m_view->touch();
+    viewChanged();
+}

@@ -1,0 +1,349 @@
+// The pivot table object on screen: it loads without making the window
+// wait, a field set dragged with the mouse from the field list onto the
+// column area changes the grid, ticks clicked in the member filter become
+// the member choices the layout stores, and the CSV export is the grid.
+// With QRT_PIVOT_GRAB set to a folder (and QRT_PIVOT_DB to a demo
+// database), it also saves pictures of the table for a person to look at.
+
+#include "PivotTestData.h"
+#include "component/EmbeddableClasses.h"
+#include "controls/PivotDropZone.h"
+#include "controls/PivotFieldList.h"
+#include "controls/PivotGrid.h"
+#include "controls/PivotMemberFilter.h"
+#include "pivotviews/PivotGridModel.h"
+#include "pivotviews/PivotLayoutText.h"
+#include "pivotviews/PivotTable.h"
+#include "pivotviews/PivotView.h"
+
+#include <QApplication>
+#include <QPainter>
+#include <QSignalSpy>
+#include <QStyle>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolButton>
+#include <QTreeWidget>
+
+using namespace Qt::StringLiterals;
+using namespace qrt::pivot;
+
+namespace {
+
+QStringList captions(const std::vector<PivotMember> &members)
+{
+    QStringList list;
+    for (const PivotMember &m : members)
+        list << m.Caption();
+    return list;
+}
+
+// The tick box of a tree item, where a click toggles it.
+QPoint checkBoxCenter(QTreeWidget *tree, QTreeWidgetItem *item)
+{
+    QStyleOptionViewItem option;
+    option.initFrom(tree);
+    option.rect = tree->visualItemRect(item);
+    option.features |= QStyleOptionViewItem::HasCheckIndicator | QStyleOptionViewItem::HasDisplay;
+    option.text = item->text(0);
+    return tree->style()
+        ->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, tree)
+        .center();
+}
+
+void clickTick(QTreeWidget *tree, QTreeWidgetItem *item)
+{
+    tree->scrollToItem(item);
+    const Qt::CheckState before = item->checkState(0);
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, checkBoxCenter(tree, item));
+    QVERIFY2(item->checkState(0) != before, qPrintable(item->text(0)));
+}
+
+} // namespace
+
+class tst_PivotTable : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void loadsWithoutWaiting();
+    void dragFieldSetToColumns();
+    void memberFilterTicks_data();
+    void memberFilterTicks();
+    void exportEqualsGrid();
+    void registration();
+    void grab();
+
+private:
+    void load(PivotTable &table, const QString &path);
+
+    QTemporaryDir m_dir;
+    QString m_path;
+    std::unique_ptr<PivotTable> m_table;
+};
+
+void tst_PivotTable::initTestCase()
+{
+    m_path = m_dir.filePath(u"news.db"_s);
+    QVERIFY(qrt::test::makeRandomNewsDb(m_path, 3000, qrt::test::testSeed()));
+}
+
+void tst_PivotTable::load(PivotTable &table, const QString &path)
+{
+    QSignalSpy loaded(&table, &PivotTable::loaded);
+    table.setConnectionString(path);
+    table.setCommandText(qrt::test::pivotStatement());
+    // The load runs on a worker: the object is back at once, without a view.
+    QVERIFY(table.isLoading());
+    QVERIFY(!table.ActiveView());
+    QVERIFY(table.findChild<QWidget *>(u"loadPanel"_s)->isVisibleTo(&table));
+    QVERIFY(loaded.wait(30000));
+    QVERIFY(table.ActiveView());
+    QVERIFY(!table.findChild<QWidget *>(u"loadPanel"_s)->isVisibleTo(&table));
+    // What the page's script does next.
+    PivotView &view = *table.ActiveView();
+    PivotLayoutText::applyFieldSets(view, view.RowAxis(), u"NewsDate By Month[Months];Provider"_s);
+    PivotLayoutText::applyTotals(view, u"Count of News=Count(News)"_s);
+    view.setExpandMembers(PivotView::ExpandNever);
+    table.ActiveData().HideDetails();
+}
+
+void tst_PivotTable::init()
+{
+    m_table = std::make_unique<PivotTable>();
+    m_table->resize(900, 600);
+    m_table->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_table.get()));
+    load(*m_table, m_path);
+    // The layout made by the script shows without anyone telling the table.
+    PivotGridModel *model = m_table->grid()->gridModel();
+    QTRY_VERIFY(model->rowCount() > 2);
+}
+
+void tst_PivotTable::cleanup()
+{
+    m_table.reset();
+}
+
+void tst_PivotTable::loadsWithoutWaiting()
+{
+    // init() checked the load; here a bad connection tells why it has no data.
+    PivotTable table;
+    QSignalSpy loaded(&table, &PivotTable::loaded);
+    table.setConnectionString(m_dir.filePath(u"missing.db"_s));
+    table.setCommandText(qrt::test::pivotStatement());
+    QTRY_VERIFY(!table.isLoading());
+    QCOMPARE(loaded.count(), 0);
+    QVERIFY(!table.ActiveView());
+    QVERIFY(!table.loadError().isEmpty());
+}
+
+void tst_PivotTable::dragFieldSetToColumns()
+{
+    auto *tree = m_table->findChild<QTreeWidget *>(u"fieldTree"_s);
+    auto *columns = m_table->findChild<PivotDropZone *>(u"columnZone"_s);
+    const QList<QTreeWidgetItem *> found = tree->findItems(u"Category"_s, Qt::MatchExactly);
+    QCOMPARE(found.size(), 1);
+    tree->scrollToItem(found[0]);
+    const QPoint from = tree->visualItemRect(found[0]).center();
+    const QPoint to = columns->rect().center();
+    QSignalSpy changed(m_table.get(), &PivotTable::layoutChanged);
+    QTest::mousePress(tree->viewport(), Qt::LeftButton, {}, from);
+    QTest::mouseMove(tree->viewport(), from + QPoint(12, 4));
+    QTest::mouseMove(columns, to);
+    QVERIFY(m_table->findChild<QWidget *>(u"pivotDragLabel"_s));
+    // The press grabbed the mouse: the release goes to the field list.
+    QTest::mouseRelease(tree->viewport(), Qt::LeftButton, {},
+                        tree->viewport()->mapFromGlobal(columns->mapToGlobal(to)));
+    QCOMPARE(changed.count(), 1);
+
+    PivotView &view = *m_table->ActiveView();
+    QCOMPARE(view.ColumnAxis().FieldSets().Count(), 1);
+    QCOMPARE(view.ColumnAxis().FieldSets().Item(0).Name(), u"Category"_s);
+    // A column per category, then the grand total; the categories add up to it.
+    PivotGridModel *model = m_table->grid()->gridModel();
+    const int categories = static_cast<int>(view.FieldSets(u"Category"_s).Members().Count());
+    QCOMPARE(model->columnCount(), categories + 1);
+    const int grand = model->rowCount() - 1;
+    qint64 sum = 0;
+    for (int c = 0; c < categories; ++c)
+        sum += model->data(model->index(grand, c), PivotGridModel::ValueRole).toLongLong();
+    QCOMPARE(sum,
+             model->data(model->index(grand, categories), PivotGridModel::ValueRole).toLongLong());
+    QVERIFY(columns->findChild<QToolButton *>(u"fieldButton:Category"_s));
+
+    // Dragged off every area, the button takes its field set away again.
+    QTRY_VERIFY(columns->findChild<QToolButton *>(u"fieldButton:Category"_s)->isVisible());
+    auto *button = columns->findChild<QToolButton *>(u"fieldButton:Category"_s);
+    QTest::mousePress(button, Qt::LeftButton, {}, button->rect().center());
+    QTest::mouseMove(button, button->rect().center() + QPoint(10, 10));
+    QWidget *grid = m_table->grid()->viewport();
+    QTest::mouseMove(grid, QPoint(40, 40));
+    QTest::mouseRelease(button, Qt::LeftButton, {},
+                        button->mapFromGlobal(grid->mapToGlobal(QPoint(40, 40))));
+    QCOMPARE(view.ColumnAxis().FieldSets().Count(), 0);
+    QCOMPARE(model->columnCount(), 1);
+}
+
+void tst_PivotTable::memberFilterTicks_data()
+{
+    QTest::addColumn<bool>("untickAllFirst");
+    QTest::addColumn<QList<int>>("clicked"); // providers by position
+    QTest::addColumn<int>("mode");
+    // Two of at least three ticked: fewer ticks than unticks when there are
+    // five or more providers; the list is whichever is shorter.
+    QTest::newRow("two ticked") << true << QList<int>{0, 2} << -1;
+    QTest::newRow("one unticked") << false << QList<int>{1} << 1;
+}
+
+void tst_PivotTable::memberFilterTicks()
+{
+    QFETCH(bool, untickAllFirst);
+    QFETCH(QList<int>, clicked);
+    QFETCH(int, mode);
+    auto *rows = m_table->findChild<PivotDropZone *>(u"rowZone"_s);
+    QTRY_VERIFY(rows->findChild<QToolButton *>(u"filterArrow:Provider"_s));
+    QTest::mouseClick(rows->findChild<QToolButton *>(u"filterArrow:Provider"_s), Qt::LeftButton);
+    auto *filter = rows->findChild<PivotMemberFilter *>();
+    QVERIFY(filter);
+    QVERIFY(QTest::qWaitForWindowExposed(filter));
+    QTreeWidget *tree = filter->tree();
+    QTreeWidgetItem *all = tree->topLevelItem(0);
+    QCOMPARE(all->text(0), u"(All)"_s);
+    const int providers = all->childCount();
+    QVERIFY(providers >= 3);
+    if (untickAllFirst)
+        clickTick(tree, all);
+    QSet<QString> ticked;
+    for (int i = 0; i < providers; ++i)
+        if (!untickAllFirst)
+            ticked << all->child(i)->text(0);
+    for (int i : clicked) {
+        clickTick(tree, all->child(i));
+        const QString caption = all->child(i)->text(0);
+        if (ticked.contains(caption))
+            ticked.remove(caption);
+        else
+            ticked << caption;
+    }
+    QTest::mouseClick(filter->findChild<QWidget *>(u"okButton"_s), Qt::LeftButton);
+
+    PivotFieldSet &set = m_table->ActiveView()->FieldSets(u"Provider"_s);
+    const int unticked = providers - static_cast<int>(ticked.size());
+    const int expected = mode > 0
+                             ? mode
+                             : (ticked.size() <= unticked ? PivotFieldSet::ExcludeAllButIncluded
+                                                          : PivotFieldSet::IncludeAllButExcluded);
+    QCOMPARE(set.AllIncludeExclude(), expected);
+    QStringList chosen;
+    for (int i = 0; i < providers; ++i) {
+        const QString caption = set.Members().Item(i).Caption();
+        if (ticked.contains(caption) == (expected == PivotFieldSet::ExcludeAllButIncluded))
+            chosen << caption;
+    }
+    const PivotField &field = set.Fields(u"Provider"_s);
+    QCOMPARE(captions(expected == PivotFieldSet::ExcludeAllButIncluded ? field.IncludedMembers()
+                                                                       : field.ExcludedMembers()),
+             chosen);
+    // The grid shows the ticked providers only.
+    m_table->ActiveView()->setExpandMembers(PivotView::ExpandAlways);
+    PivotGridModel *model = m_table->grid()->gridModel();
+    auto shown = [&] {
+        QSet<QString> providers;
+        for (int r = 0; r < model->rowCount(); ++r) {
+            const PivotResult::Line line = model->line(Qt::Vertical, r);
+            const auto &node = model->result().rowNodes()[static_cast<std::size_t>(line.node)];
+            if (line.kind == PivotResult::LineKind::Member && node.fieldSet == &set)
+                providers << node.caption;
+        }
+        return providers;
+    };
+    QTRY_COMPARE(shown(), ticked);
+}
+
+void tst_PivotTable::exportEqualsGrid()
+{
+    m_table->ActiveView()->setExpandMembers(PivotView::ExpandAlways);
+    PivotGridModel *model = m_table->grid()->gridModel();
+    QTRY_VERIFY(model->rowCount() > 0 &&
+                model->line(Qt::Vertical, 1).kind == PivotResult::LineKind::Member &&
+                model->headerCell(Qt::Vertical, 1, 1).level == 1);
+    const QString path = m_dir.filePath(u"grid.csv"_s);
+    QVERIFY(m_table->exportCsv(path));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QStringList lines = QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+    const int headerLines = model->headerLevels(Qt::Horizontal);
+    QCOMPARE(lines.size(), headerLines + model->rowCount());
+    QCOMPARE(lines[0], u"Months,Provider,Count of News"_s);
+    for (int r = 0; r < model->rowCount(); ++r) {
+        const QStringList fields = lines[headerLines + r].split(u',');
+        QCOMPARE(fields.size(), 2 + model->columnCount());
+        // The row's captions as the grid shows them, then its values.
+        for (int level = 0; level < 2; ++level) {
+            const auto cell = model->headerCell(Qt::Vertical, r, level);
+            QCOMPARE(fields[level], cell.level == level ? cell.caption : QString());
+        }
+        for (int c = 0; c < model->columnCount(); ++c) {
+            const QVariant value = model->data(model->index(r, c), PivotGridModel::ValueRole);
+            QCOMPARE(fields[2 + c],
+                     value.isValid() ? QString::number(value.toLongLong()) : QString());
+        }
+    }
+    QCOMPARE(lines.last().section(u',', 0, 0), u"Grand Total"_s);
+}
+
+void tst_PivotTable::registration()
+{
+    std::unique_ptr<QWidget> made(EmbeddableClasses::create(u"OWC11.PivotTable"_s, nullptr));
+    QVERIFY(qobject_cast<PivotTable *>(made.get()));
+    PivotTable::unregisterClasses();
+    QVERIFY(!EmbeddableClasses::create(u"OWC11.PivotTable"_s, nullptr));
+    QVERIFY(!EmbeddableClasses::create(u"OWC10.PivotTable"_s, nullptr));
+    PivotTable::registerClasses();
+    made.reset(EmbeddableClasses::create(u"OWC10.PivotTable"_s, nullptr));
+    QVERIFY(qobject_cast<PivotTable *>(made.get()));
+}
+
+void tst_PivotTable::grab()
+{
+    const QString folder = qEnvironmentVariable("QRT_PIVOT_GRAB");
+    const QString database = qEnvironmentVariable("QRT_PIVOT_DB", m_path);
+    if (folder.isEmpty())
+        QSKIP("QRT_PIVOT_GRAB names no folder for the pictures");
+    for (const QSize size : {QSize(592, 338), QSize(1184, 676)}) {
+        PivotTable table;
+        table.resize(size);
+        table.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&table));
+        load(table, database);
+        QTRY_VERIFY(table.grid()->gridModel()->rowCount() > 2);
+        const QString base =
+            u"%1/pivottable-%2x%3"_s.arg(folder).arg(size.width()).arg(size.height());
+        QVERIFY(table.grab().save(base + u".png"_s));
+        // Expand the first month, open the filter on the dates.
+        table.grid()->setFocus();
+        table.grid()->setCurrentIndex(table.grid()->gridModel()->index(0, 0));
+        QTest::keyClick(table.grid(), Qt::Key_Plus);
+        auto *rows = table.findChild<PivotDropZone *>(u"rowZone"_s);
+        QTest::mouseClick(rows->findChild<QToolButton *>(u"filterArrow:NewsDate By Month"_s),
+                          Qt::LeftButton);
+        auto *filter = rows->findChild<PivotMemberFilter *>();
+        QVERIFY(filter);
+        QVERIFY(QTest::qWaitForWindowExposed(filter));
+        if (QTreeWidgetItem *year = filter->tree()->topLevelItem(0)->child(1))
+            year->setExpanded(true);
+        QImage picture = table.grab().toImage();
+        QPainter painter(&picture);
+        painter.drawPixmap(table.mapFromGlobal(filter->pos()), filter->grab());
+        painter.end();
+        QVERIFY(picture.save(base + u"-filter.png"_s));
+        filter->close();
+    }
+}
+
+QTEST_MAIN(tst_PivotTable)
+#include "tst_pivottable.moc"
