@@ -149,9 +149,9 @@ void PivotDropZone::refresh()
 QWidget *PivotDropZone::makeButton(const PivotFieldDrag::Payload &payload, int index)
 {
     auto *frame = new QFrame(this);
-    frame->setObjectName(u"fieldItem:"_s + payload.caption);
-    frame->setStyleSheet(u"QFrame#%1 { background: #E6E2CC; border: 1px solid #A9A58C; "
-                         u"border-radius: 2px; }"_s.arg(frame->objectName()));
+    frame->setObjectName(u"fieldItem"_s);
+    frame->setStyleSheet(u"QFrame#fieldItem { background: #E6E2CC; border: 1px solid #A9A58C; "
+                         u"border-radius: 2px; }"_s);
     auto *layout = new QHBoxLayout(frame);
     layout->setContentsMargins(1, 0, 1, 0);
     layout->setSpacing(0);

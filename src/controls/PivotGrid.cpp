@@ -99,6 +99,8 @@ void PivotGrid::modelWasReset()
     fitColumns();
     updateGeometries();
     viewport()->update();
+    m_rowHeader->viewport()->update();
+    m_columnHeader->viewport()->update();
 }
 
 void PivotGrid::setExpanded(Qt::Orientation orientation, int node, bool expand)

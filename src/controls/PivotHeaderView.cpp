@@ -2,8 +2,10 @@
 
 #include "pivotviews/PivotGridModel.h"
 
+#include <QHelpEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QToolTip>
 
 using namespace Qt::StringLiterals;
 using qrt::pivot::PivotGridModel;
@@ -227,6 +229,34 @@ void PivotHeaderView::mouseDoubleClickEvent(QMouseEvent *event)
     const PivotGridModel::HeaderCell cell = grid->headerCell(orientation(), hit.section, hit.level);
     if (cell.expandable)
         Q_EMIT expandRequested(cell.node, !cell.expanded);
+}
+
+bool PivotHeaderView::viewportEvent(QEvent *event)
+{
+    // A month shown without its year says in the tip which one it is.
+    if (event->type() != QEvent::ToolTip)
+        return QHeaderView::viewportEvent(event);
+    auto *help = static_cast<QHelpEvent *>(event);
+    PivotGridModel *grid = gridModel();
+    const Hit hit = hitAt(help->pos());
+    if (!grid || hit.section < 0 || hit.level < 0)
+        return true;
+    const PivotGridModel::HeaderCell cell = grid->headerCell(orientation(), hit.section, hit.level);
+    const auto &nodes =
+        orientation() == Qt::Vertical ? grid->result().rowNodes() : grid->result().columnNodes();
+    QString tip = cell.caption;
+    if (cell.node > 0 && cell.kind == LineKind::Member) {
+        QStringList path;
+        for (auto m = nodes[static_cast<std::size_t>(cell.node)].member();
+             !m.isNull() && !m.isRoot(); m = m.ParentMember())
+            path.prepend(m.Caption());
+        tip = path.join(u" / "_s);
+        if (cell.expandable)
+            tip += cell.expanded ? tr(" (click the box to collapse)")
+                                 : tr(" (click the box to expand)");
+    }
+    QToolTip::showText(help->globalPos(), tip, viewport());
+    return true;
 }
 
 void PivotHeaderView::mouseMoveEvent(QMouseEvent *event)

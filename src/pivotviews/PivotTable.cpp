@@ -231,7 +231,10 @@ PivotTable::PivotTable(QWidget *parent)
     connect(m_fieldList, &PivotFieldList::layoutChanged, this, &PivotTable::viewChanged);
     connect(m_grid, &PivotGrid::layoutChanged, this, &PivotTable::viewChanged);
     connect(m_grid->gridModel(), &QAbstractItemModel::modelReset, this, [this] {
-        m_rowZone->setFixedWidth(std::clamp(m_grid->rowHeader()->sizeHint().width() + 2, 120, 260));
+        // The row area sits over the row headers, wide enough for its buttons.
+        const int buttons = m_rowZone->sizeHint().width();
+        const int headers = m_grid->rowHeader()->sizeHint().width() + 2;
+        m_rowZone->setFixedWidth(std::min(std::max({headers, buttons, 120}), width() / 2));
         updatePropertyToolbox();
     });
     connect(m_grid->selectionModel(), &QItemSelectionModel::currentChanged, this,
@@ -246,6 +249,17 @@ PivotTable::~PivotTable()
 {
     // The widgets let go of the view before it goes.
     m_grid->setView(nullptr);
+}
+
+void PivotTable::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    if (m_sized)
+        return;
+    // The field list takes a third of a narrow table, at most 240 pixels.
+    m_sized = true;
+    const int side = std::clamp(width() / 3, 150, 240);
+    m_splitter->setSizes({width() - side, side});
 }
 
 void PivotTable::buildToolbar()

@@ -102,6 +102,9 @@ Q_SIGNALS:
     void loaded();
     void layoutChanged();
 
+protected:
+    void showEvent(QShowEvent *event) override;
+
 private:
     void buildToolbar();
     QWidget *buildPropertyToolbox();
@@ -132,6 +135,7 @@ private:
     QPointer<qrt::pivot::PivotLoad> m_load;
     ActiveDataObject m_activeData;
     quint64 m_shownVersion = 0;
+    bool m_sized = false;
 
     QToolBar *m_toolbar = nullptr;
     QFrame *m_loadPanel = nullptr;

@@ -324,6 +324,10 @@ void tst_PivotTable::grab()
         const QString base =
             u"%1/pivottable-%2x%3"_s.arg(folder).arg(size.width()).arg(size.height());
         QVERIFY(table.grab().save(base + u".png"_s));
+        // Then with categories across and the first month open.
+        PivotLayoutText::applyFieldSets(*table.ActiveView(), table.ActiveView()->ColumnAxis(),
+                                        u"Category"_s);
+        QTRY_VERIFY(table.grid()->gridModel()->columnCount() > 2);
         // Expand the first month, open the filter on the dates.
         table.grid()->setFocus();
         table.grid()->setCurrentIndex(table.grid()->gridModel()->index(0, 0));

@@ -257,8 +257,14 @@ QVariant PivotGridModel::data(const QModelIndex &index, int role) const
     }
     case Qt::TextAlignmentRole:
         return QVariant::fromValue(Qt::Alignment(Qt::AlignRight | Qt::AlignVCenter));
-    case LineKindRole:
-        return static_cast<int>(std::max(row.kind, column.kind));
+    case LineKindRole: {
+        // The one column (or line) of an axis without members holds the
+        // plain values, not a total over others.
+        const LineKind rowKind = m_result.rowNodes().size() > 1 ? row.kind : LineKind::Member;
+        const LineKind columnKind =
+            m_result.columnNodes().size() > 1 ? column.kind : LineKind::Member;
+        return static_cast<int>(std::max(rowKind, columnKind));
+    }
     case TotalRole:
         return total;
     default:
