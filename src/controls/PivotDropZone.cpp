@@ -51,7 +51,7 @@ PivotDropZone::PivotDropZone(Kind kind, QWidget *parent)
     setFrameShape(QFrame::StyledPanel);
     setFrameShadow(QFrame::Sunken);
     setMinimumHeight(fontMetrics().height() + 14);
-    setStyleSheet(u"PivotDropZone { background: #F7F5E9; border: 1px dashed #B8B49C; }"_s);
+    setDropTarget(false);
     m_layout->setContentsMargins(3, 2, 3, 2);
     m_layout->setSpacing(3);
     m_hint->setObjectName(u"hint"_s);
@@ -59,6 +59,12 @@ PivotDropZone::PivotDropZone(Kind kind, QWidget *parent)
     m_layout->addWidget(m_hint);
     m_layout->addStretch(1);
     setToolTip(hintText());
+}
+
+void PivotDropZone::setDropTarget(bool target)
+{
+    setStyleSheet(target ? u"PivotDropZone { background: #FFF6C8; border: 2px solid #D09A30; }"_s
+                         : u"PivotDropZone { background: #F7F5E9; border: 1px dashed #B8B49C; }"_s);
 }
 
 QString PivotDropZone::hintText() const
@@ -141,9 +147,62 @@ void PivotDropZone::refresh()
     for (int i = 0; i < count; ++i) {
         QWidget *button = makeButton(payloadAt(i), i);
         m_layout->insertWidget(i, button);
+        // Shown now, not when the layout gets to it, so that the zone's
+        // size hint counts it at once.
+        button->show();
         m_buttons.push_back(button);
     }
     m_hint->setVisible(count == 0);
+    elideCaptions();
+}
+
+int PivotDropZone::preferredWidth() const
+{
+    int width = QFrame::sizeHint().width();
+    for (const QWidget *button : m_buttons) {
+        const auto *caption = button->findChild<QToolButton *>();
+        const QFontMetrics &fm = caption->fontMetrics();
+        width += fm.horizontalAdvance(caption->property("fullText").toString()) -
+                 fm.horizontalAdvance(caption->text());
+    }
+    return width;
+}
+
+QSize PivotDropZone::sizeHint() const
+{
+    // As wide as the full captions, whatever the shortened ones need now.
+    return {preferredWidth(), QFrame::sizeHint().height()};
+}
+
+void PivotDropZone::resizeEvent(QResizeEvent *event)
+{
+    QFrame::resizeEvent(event);
+    elideCaptions();
+}
+
+void PivotDropZone::elideCaptions()
+{
+    if (m_buttons.empty())
+        return;
+    const int spare = width() - preferredWidth();
+    int fullSum = 0;
+    std::vector<QToolButton *> captions;
+    for (QWidget *button : m_buttons) {
+        captions.push_back(button->findChild<QToolButton *>());
+        fullSum += captions.back()->fontMetrics().horizontalAdvance(
+            captions.back()->property("fullText").toString());
+    }
+    for (QToolButton *caption : captions) {
+        const QString full = caption->property("fullText").toString();
+        const int fullWidth = caption->fontMetrics().horizontalAdvance(full);
+        // Each caption gives up room in proportion to its length.
+        if (spare >= 0) {
+            caption->setText(full);
+            continue;
+        }
+        const int width = std::max(fullWidth + spare * fullWidth / std::max(fullSum, 1), 12);
+        caption->setText(caption->fontMetrics().elidedText(full, Qt::ElideRight, width));
+    }
 }
 
 QWidget *PivotDropZone::makeButton(const PivotFieldDrag::Payload &payload, int index)
@@ -158,9 +217,12 @@ QWidget *PivotDropZone::makeButton(const PivotFieldDrag::Payload &payload, int i
     auto *caption = new QToolButton(frame);
     caption->setObjectName(u"fieldButton:"_s + payload.caption);
     caption->setText(payload.caption);
+    caption->setProperty("fullText", payload.caption);
     caption->setAutoRaise(true);
     caption->setFocusPolicy(Qt::StrongFocus);
     caption->setProperty("itemIndex", index);
+    // A narrow table clips the captions rather than growing past its room.
+    caption->setMinimumWidth(24);
     caption->installEventFilter(this);
     layout->addWidget(caption);
     PivotFieldDrag::enable(caption, [payload](const QPoint &) { return payload; });

@@ -35,7 +35,12 @@ public:
     // Shows the axis as it stands now.
     void refresh();
     void setFilteringAllowed(bool allowed);
+    // Marks the zone as where a drag in progress would drop.
+    void setDropTarget(bool target);
     QString hintText() const;
+    // The width that shows every caption in full.
+    int preferredWidth() const;
+    QSize sizeHint() const override;
 
     // Where a drop at a point of the zone goes: the index of the button it
     // lands before.
@@ -58,6 +63,7 @@ Q_SIGNALS:
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     qrt::pivot::PivotAxis *axis() const;
@@ -66,6 +72,8 @@ private:
     PivotFieldDrag::Payload payloadAt(int index) const;
     void moveItem(int index, int by);
     void changed();
+    // Shortens the captions to what the zone's width gives them, with "...".
+    void elideCaptions();
 
     Kind m_kind;
     qrt::pivot::PivotView *m_view = nullptr;

@@ -54,6 +54,7 @@ bool PivotFieldDrag::eventFilter(QObject *watched, QEvent *event)
             m_label->raise();
         }
         m_label->move(window->mapFromGlobal(mouse->globalPosition().toPoint()) + QPoint(8, 8));
+        setTarget(zoneAt(mouse->globalPosition().toPoint()));
         return true;
     }
     case QEvent::MouseButtonRelease: {
@@ -67,18 +68,35 @@ bool PivotFieldDrag::eventFilter(QObject *watched, QEvent *event)
     }
 }
 
+PivotDropZone *PivotFieldDrag::zoneAt(const QPoint &globalPos) const
+{
+    QWidget *window = m_source->window();
+    PivotDropZone *zone = nullptr;
+    for (QWidget *w = window->childAt(window->mapFromGlobal(globalPos)); w && !zone;
+         w = w->parentWidget())
+        zone = qobject_cast<PivotDropZone *>(w);
+    return zone;
+}
+
+void PivotFieldDrag::setTarget(PivotDropZone *zone)
+{
+    if (zone == m_target)
+        return;
+    if (m_target)
+        m_target->setDropTarget(false);
+    m_target = zone;
+    if (zone)
+        zone->setDropTarget(true);
+}
+
 void PivotFieldDrag::finish(const QPoint &globalPos)
 {
     m_dragging = false;
     delete m_label;
+    setTarget(nullptr);
     const Payload payload = m_payload;
     m_payload = Payload();
-    QWidget *window = m_source->window();
-    QWidget *under = window->childAt(window->mapFromGlobal(globalPos));
-    PivotDropZone *zone = nullptr;
-    for (QWidget *w = under; w && !zone; w = w->parentWidget())
-        zone = qobject_cast<PivotDropZone *>(w);
-    if (zone) {
+    if (PivotDropZone *zone = zoneAt(globalPos)) {
         zone->drop(payload, zone->insertIndexAt(zone->mapFromGlobal(globalPos)));
         return;
     }

@@ -49,6 +49,8 @@ protected:
 private:
     PivotFieldDrag(QWidget *source, Resolver resolver);
     void finish(const QPoint &globalPos);
+    PivotDropZone *zoneAt(const QPoint &globalPos) const;
+    void setTarget(PivotDropZone *zone);
 
     QWidget *m_source;
     Resolver m_resolver;
@@ -56,4 +58,5 @@ private:
     QPoint m_pressPos;
     bool m_dragging = false;
     QPointer<QLabel> m_label;
+    QPointer<PivotDropZone> m_target;
 };

@@ -54,6 +54,10 @@ PivotFieldList::PivotFieldList(QWidget *parent)
     m_area->addItem(tr("Filter Area"), int(PivotAxis::Kind::Filter));
     m_area->addItem(tr("Data Area"), int(PivotAxis::Kind::Data));
     m_area->setToolTip(tr("The area \"Add to\" puts the field set on"));
+    for (QComboBox *combo : {m_area, m_function}) {
+        combo->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+        combo->setMinimumContentsLength(5);
+    }
     layout->addWidget(m_addTo, 2, 0);
     layout->addWidget(m_area, 2, 1);
     auto *totalsTitle = new QLabel(tr("&Totals"), this);
@@ -84,6 +88,8 @@ PivotFieldList::PivotFieldList(QWidget *parent)
     connect(m_removeTotal, &QPushButton::clicked, this, &PivotFieldList::removeTotal);
     connect(m_totals, &QListWidget::itemChanged, this, &PivotFieldList::renameTotal);
     connect(m_tree, &QTreeWidget::currentItemChanged, this, &PivotFieldList::updateButtons);
+    // A double click (or Return) puts the field set on the area chosen below.
+    connect(m_tree, &QTreeWidget::itemActivated, this, &PivotFieldList::addToArea);
     connect(m_totals, &QListWidget::currentItemChanged, this, &PivotFieldList::updateButtons);
     PivotFieldDrag::enable(m_tree->viewport(), [this](const QPoint &pos) {
         PivotFieldDrag::Payload payload;

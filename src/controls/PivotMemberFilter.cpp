@@ -5,6 +5,7 @@
 
 #include <QDialogButtonBox>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QPushButton>
 #include <QScreen>
 #include <QTreeWidget>
@@ -73,7 +74,7 @@ PivotMemberFilter::PivotMemberFilter(PivotFieldSet &fieldSet, QWidget *parent)
     connect(m_tree, &QTreeWidget::itemChanged, this, &PivotMemberFilter::updateOk);
     m_tree->setCurrentItem(m_all);
     m_tree->setFocus();
-    resize(240, 300);
+    resize(230, 270);
     updateOk();
 }
 
@@ -203,6 +204,16 @@ void PivotMemberFilter::apply()
                                     : include ? PivotFieldSet::ExcludeAllButIncluded
                                               : PivotFieldSet::IncludeAllButExcluded);
     Q_EMIT applied();
+}
+
+void PivotMemberFilter::keyPressEvent(QKeyEvent *event)
+{
+    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && m_ok->isEnabled()) {
+        apply();
+        close();
+        return;
+    }
+    QFrame::keyPressEvent(event);
 }
 
 void PivotMemberFilter::updateOk()

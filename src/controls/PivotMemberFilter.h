@@ -38,6 +38,10 @@ public:
 Q_SIGNALS:
     void applied();
 
+protected:
+    // Return and Enter are OK; Escape closes, as for any pop-up.
+    void keyPressEvent(QKeyEvent *event) override;
+
 private:
     void addChildren(QTreeWidgetItem *parent);
     void ensureChildren(QTreeWidgetItem *item);

@@ -5,6 +5,7 @@
 #include "controls/PivotFieldList.h"
 #include "controls/PivotGrid.h"
 #include "controls/PivotHeaderView.h"
+#include "controls/PivotMemberFilter.h"
 #include "pivotviews/PivotGridModel.h"
 #include "pivotviews/PivotLoad.h"
 #include "pivotviews/PivotView.h"
@@ -231,10 +232,7 @@ PivotTable::PivotTable(QWidget *parent)
     connect(m_fieldList, &PivotFieldList::layoutChanged, this, &PivotTable::viewChanged);
     connect(m_grid, &PivotGrid::layoutChanged, this, &PivotTable::viewChanged);
     connect(m_grid->gridModel(), &QAbstractItemModel::modelReset, this, [this] {
-        // The row area sits over the row headers, wide enough for its buttons.
-        const int buttons = m_rowZone->sizeHint().width();
-        const int headers = m_grid->rowHeader()->sizeHint().width() + 2;
-        m_rowZone->setFixedWidth(std::min(std::max({headers, buttons, 120}), width() / 2));
+        fitRowZone();
         updatePropertyToolbox();
     });
     connect(m_grid->selectionModel(), &QItemSelectionModel::currentChanged, this,
@@ -249,6 +247,22 @@ PivotTable::~PivotTable()
 {
     // The widgets let go of the view before it goes.
     m_grid->setView(nullptr);
+}
+
+void PivotTable::fitRowZone()
+{
+    // The row area sits over the row headers, wide enough for its buttons
+    // while the table has the room.
+    const int buttons = m_rowZone->preferredWidth();
+    const int headers = m_grid->rowHeader()->sizeHint().width() + 2;
+    const int room = std::max(m_grid->width() * 3 / 5, 100);
+    m_rowZone->setFixedWidth(std::min(std::max({headers, buttons, 100}), room));
+}
+
+void PivotTable::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    fitRowZone();
 }
 
 void PivotTable::showEvent(QShowEvent *event)
@@ -420,6 +434,9 @@ void PivotTable::startLoad()
     if (m_connectionString.isEmpty() || m_commandText.isEmpty())
         return;
     delete m_load; // gives up the claim on a load still running
+    // A member filter open on the old view would outlive it.
+    for (PivotMemberFilter *filter : findChildren<PivotMemberFilter *>())
+        filter->close();
     m_poll->stop();
     for (PivotDropZone *zone : {m_filterZone, m_rowZone, m_columnZone, m_dataZone})
         zone->setView(nullptr);

@@ -104,9 +104,11 @@ Q_SIGNALS:
 
 protected:
     void showEvent(QShowEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     void buildToolbar();
+    void fitRowZone();
     QWidget *buildPropertyToolbox();
     void startLoad();
     void loadFinished();

@@ -89,19 +89,20 @@ void tst_PivotGridModel::valuesEqualSql_data()
     QTest::addColumn<QStringList>("columnSql");
     QTest::addColumn<int>("expandMembers");
     QTest::addColumn<bool>("subtotals");
+    QTest::addColumn<bool>("descending"); // the outer row field
     const QString months = u"NewsDate By Month[Months];Provider"_s;
     const QStringList monthsSql = {monthPath(), u"Providers.Provider"_s};
-    QTest::newRow("default layout, collapsed")
-        << months << monthsSql << QString() << QStringList() << int(PivotView::ExpandNever) << true;
+    QTest::newRow("default layout, collapsed") << months << monthsSql << QString() << QStringList()
+                                               << int(PivotView::ExpandNever) << true << false;
     QTest::newRow("default layout, expanded") << months << monthsSql << QString() << QStringList()
-                                              << int(PivotView::ExpandAlways) << true;
+                                              << int(PivotView::ExpandAlways) << true << true;
     QTest::newRow("category by provider, no subtotals")
         << u"Category;Channel"_s << QStringList{u"Categories.Name"_s, u"Channels.Channel"_s}
         << u"Provider"_s << QStringList{u"Providers.Provider"_s} << int(PivotView::ExpandAlways)
-        << false;
+        << false << false;
     QTest::newRow("channels by years")
         << u"Channel"_s << QStringList{u"Channels.Channel"_s} << u"NewsDate By Month[Years]"_s
-        << QStringList{kYear} << int(PivotView::ExpandAutomatic) << true;
+        << QStringList{kYear} << int(PivotView::ExpandAutomatic) << true << true;
 }
 
 void tst_PivotGridModel::valuesEqualSql()
@@ -112,6 +113,7 @@ void tst_PivotGridModel::valuesEqualSql()
     QFETCH(QStringList, columnSql);
     QFETCH(int, expandMembers);
     QFETCH(bool, subtotals);
+    QFETCH(bool, descending);
 
     PivotView view(m_data);
     PivotLayoutText::applyFieldSets(view, view.RowAxis(), rows);
@@ -122,6 +124,9 @@ void tst_PivotGridModel::valuesEqualSql()
     PivotGridModel model;
     model.setView(&view);
     model.setSubtotalsShown(subtotals);
+    const PivotFieldSet *outer = &view.RowAxis().FieldSets().Item(0);
+    if (descending)
+        model.setSortOrder(outer, Qt::DescendingOrder);
 
     // The leaf groups, from SQL.
     const QStringList keys = rowSql + columnSql;
@@ -180,6 +185,18 @@ void tst_PivotGridModel::valuesEqualSql()
                 QCOMPARE(value.toLongLong(), titles);
         }
     }
+    // The outer members in member order, or the other way round.
+    std::vector<int> order;
+    for (int r = 0; r < model.rowCount(); ++r) {
+        int node = model.line(Qt::Vertical, r).node;
+        while (node > 0 && rowNodes[static_cast<std::size_t>(node)].depth > 1)
+            node = rowNodes[static_cast<std::size_t>(node)].parent;
+        if (node > 0 && (order.empty() || order.back() != node))
+            order.push_back(node);
+    }
+    QVERIFY(order.size() > 1);
+    QCOMPARE(std::is_sorted(order.begin(), order.end()), !descending);
+    QCOMPARE(std::is_sorted(order.rbegin(), order.rend()), descending);
     // The layouts reach what they are there for.
     QCOMPARE(collapsed > 0, expandMembers == PivotView::ExpandNever);
     QCOMPARE(subtotalLines > 0,
