@@ -65,6 +65,8 @@ private Q_SLOTS:
     void initTestCase();
     void valuesEqualSql_data();
     void valuesEqualSql();
+    void numberFormats_data();
+    void numberFormats();
 
 private:
     QTemporaryDir m_dir;
@@ -201,6 +203,28 @@ void tst_PivotGridModel::valuesEqualSql()
     QCOMPARE(collapsed > 0, expandMembers == PivotView::ExpandNever);
     QCOMPARE(subtotalLines > 0,
              subtotals && rowSql.size() > 1 && expandMembers != PivotView::ExpandNever);
+}
+
+void tst_PivotGridModel::numberFormats_data()
+{
+    QTest::addColumn<QString>("format");
+    QTest::addColumn<double>("value");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("general whole") << u"General"_s << 1234567.0 << u"1234567"_s;
+    QTest::newRow("general fraction") << u"General"_s << 0.1 + 0.2 << u"0.3"_s;
+    QTest::newRow("grouped") << u"#,##0"_s << 1234567.4 << u"1,234,567"_s;
+    QTest::newRow("grouped decimals") << u"#,##0.00"_s << -1234.5 << u"-1,234.50"_s;
+    QTest::newRow("plain decimals") << u"0.0"_s << 1234.56 << u"1234.6"_s;
+    QTest::newRow("percent") << u"0.0%"_s << 0.256 << u"25.6%"_s;
+}
+
+void tst_PivotGridModel::numberFormats()
+{
+    QFETCH(QString, format);
+    QFETCH(double, value);
+    QFETCH(QString, text);
+    QLocale::setDefault(QLocale::c());
+    QCOMPARE(PivotGridModel::formatNumber(value, format), text);
 }
 
 QTEST_GUILESS_MAIN(tst_PivotGridModel)

@@ -269,7 +269,11 @@ void tst_PivotTable::memberFilterTicks()
 
 void tst_PivotTable::exportEqualsGrid()
 {
-    m_table->ActiveView()->setExpandMembers(PivotView::ExpandAlways);
+    // Expand All from the keyboard.
+    QVERIFY(QTest::qWaitForWindowActive(m_table.get()));
+    m_table->grid()->setFocus();
+    QTest::keyClick(m_table->grid(), Qt::Key_E, Qt::ControlModifier | Qt::ShiftModifier);
+    QCOMPARE(m_table->ActiveView()->ExpandMembers(), int(PivotView::ExpandAlways));
     PivotGridModel *model = m_table->grid()->gridModel();
     QTRY_VERIFY(model->rowCount() > 0 &&
                 model->line(Qt::Vertical, 1).kind == PivotResult::LineKind::Member &&
