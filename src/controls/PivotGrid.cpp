@@ -48,6 +48,8 @@ PivotGrid::PivotGrid(QWidget *parent)
     , m_columnHeader(new PivotHeaderView(Qt::Horizontal, this))
 {
     setObjectName(u"pivotGrid"_s);
+    m_rowHeader->setObjectName(u"rowHeader"_s);
+    m_columnHeader->setObjectName(u"columnHeader"_s);
     setVerticalHeader(m_rowHeader);
     setHorizontalHeader(m_columnHeader);
     setItemDelegate(new TotalDelegate(this));

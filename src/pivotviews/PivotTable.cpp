@@ -421,7 +421,7 @@ void PivotTable::setCommandText(const QString &commandText)
 
 bool PivotTable::isLoading() const
 {
-    return m_load && !m_load->isFinished();
+    return m_loadPanel->isVisibleTo(this);
 }
 
 void PivotTable::Refresh()
@@ -455,8 +455,21 @@ void PivotTable::startLoad()
 
 void PivotTable::cancelLoad()
 {
-    if (m_load)
-        m_load->cancel();
+    // A cancelled load says nothing more: the table ends the wait itself.
+    if (!m_load)
+        return;
+    m_load->cancel();
+    m_load->deleteLater();
+    m_load = nullptr;
+    m_loadPanel->hide();
+    showLoadError(tr("Loading was cancelled."));
+}
+
+void PivotTable::showLoadError(const QString &error)
+{
+    m_loadError = error;
+    m_message->setText(tr("No data: %1 Refresh (F5) loads again.").arg(error));
+    m_message->show();
 }
 
 void PivotTable::loadFinished()
@@ -467,9 +480,7 @@ void PivotTable::loadFinished()
         return;
     std::shared_ptr<const PivotData> data = load->data();
     if (!data) {
-        m_loadError = load->isCancelled() ? tr("Loading was cancelled.") : load->error();
-        m_message->setText(tr("No data: %1 Refresh (F5) loads again.").arg(m_loadError));
-        m_message->show();
+        showLoadError(load->error());
         load->deleteLater();
         return;
     }

@@ -113,6 +113,7 @@ private:
     void startLoad();
     void loadFinished();
     void cancelLoad();
+    void showLoadError(const QString &error);
     void showLayout();
     void pollLayout();
     void viewChanged();

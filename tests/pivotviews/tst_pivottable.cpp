@@ -142,6 +142,17 @@ void tst_PivotTable::loadsWithoutWaiting()
     QCOMPARE(loaded.count(), 0);
     QVERIFY(!table.ActiveView());
     QVERIFY(table.findChild<QWidget *>(u"messageLabel"_s)->isVisibleTo(&table));
+
+    // Cancel ends the wait at once, with no data and no loaded().
+    table.setConnectionString(m_path);
+    QVERIFY(table.isLoading());
+    QTest::mouseClick(table.findChild<QWidget *>(u"cancelLoadButton"_s), Qt::LeftButton);
+    QVERIFY(!table.isLoading());
+    QVERIFY(!table.findChild<QWidget *>(u"loadPanel"_s)->isVisibleTo(&table));
+    QTest::qWait(100);
+    QCOMPARE(loaded.count(), 0);
+    QVERIFY(!table.ActiveView());
+    QVERIFY(table.loadError().contains(u"cancelled"_s));
 }
 
 void tst_PivotTable::dragFieldSetToColumns()
