@@ -136,7 +136,8 @@ QRect PivotHeaderView::boxRect(const QRect &cell) const
 void PivotHeaderView::paintEvent(QPaintEvent *)
 {
     QPainter painter(viewport());
-    painter.fillRect(viewport()->rect(), kHeaderFill);
+    // Past the last line the ground is the grid's, not the headers'.
+    painter.fillRect(viewport()->rect(), palette().color(QPalette::Base));
     PivotGridModel *grid = gridModel();
     if (!grid || count() == 0)
         return;
