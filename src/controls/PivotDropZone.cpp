@@ -158,12 +158,21 @@ void PivotDropZone::refresh()
 
 int PivotDropZone::preferredWidth() const
 {
-    int width = QFrame::sizeHint().width();
+    // Worked out from the captions rather than from the layouts, whose
+    // cached hints lag behind a caption just shortened.
+    if (m_buttons.empty())
+        return QFrame::sizeHint().width();
+    const QMargins margins = m_layout->contentsMargins();
+    int width = 2 * frameWidth() + margins.left() + margins.right() +
+                m_layout->spacing() * static_cast<int>(m_buttons.size() - 1);
     for (const QWidget *button : m_buttons) {
         const auto *caption = button->findChild<QToolButton *>();
         const QFontMetrics &fm = caption->fontMetrics();
-        width += fm.horizontalAdvance(caption->property("fullText").toString()) -
-                 fm.horizontalAdvance(caption->text());
+        const int padding = caption->sizeHint().width() - fm.horizontalAdvance(caption->text());
+        width += padding + fm.horizontalAdvance(caption->property("fullText").toString());
+        const auto *arrow = button->findChild<QToolButton *>(
+            u"filterArrow:"_s + caption->property("fullText").toString());
+        width += (arrow && !arrow->isHidden() ? arrow->width() : 0) + 4; // frame margins and border
     }
     return width;
 }

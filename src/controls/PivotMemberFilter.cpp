@@ -81,6 +81,12 @@ PivotMemberFilter::PivotMemberFilter(PivotFieldSet &fieldSet, QWidget *parent)
 void PivotMemberFilter::popup(const QPoint &globalPos)
 {
     QPoint pos = globalPos;
+    // Inside the window that holds the table when it has the room, so the
+    // buttons stay in sight of a small embedded table.
+    if (const QWidget *window = parentWidget() ? parentWidget()->window() : nullptr) {
+        const int below = window->mapToGlobal(QPoint(0, window->height())).y() - pos.y();
+        resize(width(), std::clamp(below - 2, 180, 270));
+    }
     if (const QScreen *screen = QGuiApplication::screenAt(globalPos)) {
         const QRect room = screen->availableGeometry();
         pos.setX(std::clamp(pos.x(), room.left(), std::max(room.left(), room.right() - width())));
