@@ -74,10 +74,14 @@ PivotGrid::PivotGrid(QWidget *parent)
                             ? m_model->index(section, std::max(current.column(), 0))
                             : m_model->index(std::max(current.row(), 0), section));
     };
-    connect(m_rowHeader, &PivotHeaderView::memberClicked, this,
-            [selectLine](int section) { selectLine(Qt::Vertical, section); });
-    connect(m_columnHeader, &PivotHeaderView::memberClicked, this,
-            [selectLine](int section) { selectLine(Qt::Horizontal, section); });
+    connect(m_rowHeader, &PivotHeaderView::memberClicked, this, [this, selectLine](int section) {
+        m_lastHeader = Qt::Vertical;
+        selectLine(Qt::Vertical, section);
+    });
+    connect(m_columnHeader, &PivotHeaderView::memberClicked, this, [this, selectLine](int section) {
+        m_lastHeader = Qt::Horizontal;
+        selectLine(Qt::Horizontal, section);
+    });
     connect(m_rowHeader, &PivotHeaderView::expandRequested, this,
             [this](int node, bool expand) { setExpanded(Qt::Vertical, node, expand); });
     connect(m_columnHeader, &PivotHeaderView::expandRequested, this,
@@ -142,10 +146,14 @@ void PivotGrid::fitColumns()
 
 const qrt::pivot::PivotFieldSet *PivotGrid::currentFieldSet() const
 {
+    // The member of the header last clicked, else the current line's.
     const QModelIndex current = currentIndex();
-    const auto &nodes = m_model->result().rowNodes();
+    const Qt::Orientation orientation = m_lastHeader;
+    const auto &nodes = orientation == Qt::Vertical ? m_model->result().rowNodes()
+                                                    : m_model->result().columnNodes();
     if (current.isValid()) {
-        const int node = m_model->line(Qt::Vertical, current.row()).node;
+        const int section = orientation == Qt::Vertical ? current.row() : current.column();
+        const int node = m_model->line(orientation, section).node;
         if (node > 0)
             return nodes[static_cast<std::size_t>(node)].fieldSet;
     }

@@ -32,7 +32,8 @@ public:
 
     // Aggregates again if the layout changed; the grid shows the new result.
     void refresh();
-    // The field set of the current line's member, else the first on the rows.
+    // The field set to sort: of the member whose header was clicked last (a
+    // row's by default) at the current cell, else the first on the rows.
     const qrt::pivot::PivotFieldSet *currentFieldSet() const;
     // Expands or collapses a member of the result and tells the layout changed.
     void setExpanded(Qt::Orientation orientation, int node, bool expand);
@@ -52,4 +53,5 @@ private:
     qrt::pivot::PivotGridModel *m_model;
     PivotHeaderView *m_rowHeader;
     PivotHeaderView *m_columnHeader;
+    Qt::Orientation m_lastHeader = Qt::Vertical;
 };

@@ -409,12 +409,17 @@ void PivotTable::updateSidePanel()
 
 void PivotTable::setConnectionString(const QString &connectionString)
 {
+    // The same value again loads nothing again; Refresh does.
+    if (connectionString == m_connectionString && (m_view || isLoading()))
+        return;
     m_connectionString = connectionString;
     startLoad();
 }
 
 void PivotTable::setCommandText(const QString &commandText)
 {
+    if (commandText == m_commandText && (m_view || isLoading()))
+        return;
     m_commandText = commandText;
     startLoad();
 }
