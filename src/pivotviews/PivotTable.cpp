@@ -8,7 +8,9 @@
 #include "controls/PivotMemberFilter.h"
 #include "pivotviews/PivotGridModel.h"
 #include "pivotviews/PivotLoad.h"
+#include "pivotviews/PivotTableScriptObject.h"
 #include "pivotviews/PivotView.h"
+#include "pivotviews/ScriptValue.h"
 
 #include <QAction>
 #include <QApplication>
@@ -131,9 +133,13 @@ const bool registeredAtLoad = (PivotTable::registerClasses(), true);
 
 const QStringList &PivotTable::classNames()
 {
-    static const QStringList names = {u"OWC11.PivotTable"_s, u"OWC10.PivotTable"_s,
-                                      u"CLSID:0002E55A-0000-0000-C000-000000000046"_s};
+    static const QStringList names = {u"OWC11.PivotTable"_s, u"OWC10.PivotTable"_s};
     return names;
+}
+
+QString PivotTable::classId()
+{
+    return u"0002E55A-0000-0000-C000-000000000046"_s;
 }
 
 void PivotTable::registerClasses()
@@ -141,16 +147,18 @@ void PivotTable::registerClasses()
     for (const QString &name : classNames())
         EmbeddableClasses::registerClass(name,
                                          [](QWidget *parent) { return new PivotTable(parent); });
+    EmbeddableClasses::registerClassId(classId(), classNames().first());
 }
 
 void PivotTable::unregisterClasses()
 {
     for (const QString &name : classNames())
         EmbeddableClasses::unregisterClass(name);
+    EmbeddableClasses::unregisterClassId(classId());
 }
 
 PivotTable::PivotTable(QWidget *parent)
-    : QWidget(parent)
+    : PageObject(parent)
     , m_filterZone(new PivotDropZone(PivotDropZone::Kind::Filter, this))
     , m_rowZone(new PivotDropZone(PivotDropZone::Kind::Row, this))
     , m_columnZone(new PivotDropZone(PivotDropZone::Kind::Column, this))
@@ -363,6 +371,46 @@ QWidget *PivotTable::buildPropertyToolbox()
     connect(m_captionEdit, &QLineEdit::editingFinished, this, &PivotTable::applyTotalProperties);
     connect(m_formatCombo, &QComboBox::currentTextChanged, this, &PivotTable::applyTotalProperties);
     return box;
+}
+
+std::shared_ptr<qrt::script::ScriptObject> PivotTable::scriptObject()
+{
+    if (!m_script) {
+        // The interpreter may hold the object past the widget.
+        const QPointer<PivotTable> self(this);
+        PivotTableScriptObject::Owner owner;
+        owner.activeView = [self] { return self ? self->m_view.get() : nullptr; };
+        owner.changed = [self](const QString &name, const qrt::script::ScriptValue &value) {
+            if (self)
+                self->setFromScript(name, value);
+        };
+        owner.hideDetails = [self] {
+            if (self)
+                self->m_activeData.HideDetails();
+        };
+        m_script = std::make_shared<PivotTableScriptObject>(std::move(owner));
+    }
+    return m_script;
+}
+
+void PivotTable::setFromScript(const QString &name, const qrt::script::ScriptValue &value)
+{
+    // The page sets each member once per run, and runs again once the data
+    // is in: a value set again changes nothing.
+    if (name == u"ConnectionString")
+        setConnectionString(value.toText());
+    else if (name == u"CommandText")
+        setCommandText(value.toText());
+    else if (name == u"AllowFiltering")
+        setAllowFiltering(value.toBool());
+    else if (name == u"AllowGrouping")
+        setAllowGrouping(value.toBool());
+    else if (name == u"AllowPropertyToolbox")
+        setAllowPropertyToolbox(value.toBool());
+    else if (name == u"DisplayToolbar")
+        setDisplayToolbar(value.toBool());
+    else if (name == u"DisplayFieldList")
+        setDisplayFieldList(value.toBool());
 }
 
 void PivotTable::setAllowFiltering(bool allow)

@@ -10,11 +10,13 @@
 // the page's script can lay the view out. Changes of the layout from the
 // script or from another view of the same object show within a moment.
 //
-// Registered as "OWC11.PivotTable" and "OWC10.PivotTable" when the library
-// loads (see registerClasses()).
+// Registered as "OWC11.PivotTable" and "OWC10.PivotTable", with the page's
+// class id standing for the first, when the library loads (see
+// registerClasses()). Its script object is what the page's `PT` reaches.
+
+#include "component/PageObject.h"
 
 #include <QPointer>
-#include <QWidget>
 
 #include <memory>
 
@@ -33,11 +35,15 @@ class PivotGrid;
 
 namespace qrt::pivot {
 class PivotLoad;
+class PivotTableScriptObject;
 class PivotTotal;
 class PivotView;
 } // namespace qrt::pivot
+namespace qrt::script {
+class ScriptValue;
+}
 
-class PivotTable : public QWidget
+class PivotTable : public PageObject
 {
     Q_OBJECT
     Q_PROPERTY(bool AllowFiltering READ AllowFiltering WRITE setAllowFiltering)
@@ -63,6 +69,7 @@ public:
     };
 
     static const QStringList &classNames();
+    static QString classId();
     static void registerClasses();
     static void unregisterClasses();
 
@@ -86,6 +93,8 @@ public:
 
     // Null until the data is in.
     qrt::pivot::PivotView *ActiveView() const { return m_view.get(); }
+    qrt::pivot::PivotView *activeView() const override { return m_view.get(); }
+    std::shared_ptr<qrt::script::ScriptObject> scriptObject() override;
     ActiveDataObject &ActiveData() { return m_activeData; }
 
     bool isLoading() const;
@@ -99,7 +108,8 @@ public:
     bool exportCsv(const QString &path) const;
 
 Q_SIGNALS:
-    void loaded();
+    // loaded() (of PageObject) says the data is in; this, that the user or
+    // the script changed the layout since.
     void layoutChanged();
 
 protected:
@@ -124,6 +134,7 @@ private:
     void updatePropertyToolbox();
     qrt::pivot::PivotTotal *currentTotal() const;
     void applyTotalProperties();
+    void setFromScript(const QString &name, const qrt::script::ScriptValue &value);
 
     bool m_allowFiltering = true;
     bool m_allowGrouping = true;
@@ -137,6 +148,7 @@ private:
     std::unique_ptr<qrt::pivot::PivotView> m_view;
     QPointer<qrt::pivot::PivotLoad> m_load;
     ActiveDataObject m_activeData;
+    std::shared_ptr<qrt::pivot::PivotTableScriptObject> m_script;
     quint64 m_shownVersion = 0;
     bool m_sized = false;
 

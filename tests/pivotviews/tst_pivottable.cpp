@@ -15,6 +15,9 @@
 #include "pivotviews/PivotLayoutText.h"
 #include "pivotviews/PivotTable.h"
 #include "pivotviews/PivotView.h"
+#include "pivotviews/ScriptObject.h"
+#include "pivotviews/ScriptPending.h"
+#include "pivotviews/ScriptValue.h"
 
 #include <QAction>
 #include <QApplication>
@@ -95,12 +98,16 @@ void tst_PivotTable::initTestCase()
 
 void tst_PivotTable::load(PivotTable &table, const QString &path)
 {
+    // As the page's script does it.
     QSignalSpy loaded(&table, &PivotTable::loaded);
-    table.setConnectionString(path);
-    table.setCommandText(qrt::test::pivotStatement());
+    const std::shared_ptr<qrt::script::ScriptObject> pt = table.scriptObject();
+    pt->setProperty(u"ConnectionString"_s, qrt::script::ScriptValue(path));
+    pt->setProperty(u"CommandText"_s, qrt::script::ScriptValue(qrt::test::pivotStatement()));
+    pt->setProperty(u"DisplayFieldList"_s, qrt::script::ScriptValue(true));
     // The load runs on a worker: the object is back at once, without a view.
     QVERIFY(table.isLoading());
     QVERIFY(!table.ActiveView());
+    QVERIFY_THROWS_EXCEPTION(qrt::script::ScriptPending, pt->getProperty(u"ActiveView"_s));
     QVERIFY(table.findChild<QWidget *>(u"loadPanel"_s)->isVisibleTo(&table));
     QVERIFY(loaded.wait(30000));
     QVERIFY(table.ActiveView());
@@ -321,8 +328,12 @@ void tst_PivotTable::registration()
     PivotTable::unregisterClasses();
     QVERIFY(!EmbeddableClasses::create(u"OWC11.PivotTable"_s, nullptr));
     QVERIFY(!EmbeddableClasses::create(u"OWC10.PivotTable"_s, nullptr));
+    QVERIFY(!EmbeddableClasses::create(u"CLSID:"_s + PivotTable::classId(), nullptr));
     PivotTable::registerClasses();
     made.reset(EmbeddableClasses::create(u"OWC10.PivotTable"_s, nullptr));
+    QVERIFY(qobject_cast<PivotTable *>(made.get()));
+    // The page names it by its class id.
+    made.reset(EmbeddableClasses::create(u"CLSID:"_s + PivotTable::classId(), nullptr));
     QVERIFY(qobject_cast<PivotTable *>(made.get()));
 }
 
