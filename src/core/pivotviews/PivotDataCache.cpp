@@ -3,6 +3,7 @@
 #include "pivotviews/PivotData.h"
 #include "pivotviews/PivotLoader.h"
 
+#include <QCoreApplication>
 #include <QPromise>
 #include <QtConcurrent/QtConcurrentRun>
 
@@ -21,6 +22,18 @@ PivotDataCache &PivotDataCache::instance()
 PivotDataCache::PivotDataCache()
 {
     m_pool.setMaxThreadCount(2);
+    if (QCoreApplication::instance())
+        qAddPostRoutine(&PivotDataCache::drain);
+}
+
+PivotDataCache::~PivotDataCache()
+{
+    m_pool.waitForDone();
+}
+
+void PivotDataCache::drain()
+{
+    instance().m_pool.waitForDone();
 }
 
 QString PivotDataCache::keyOf(const QString &connectionString, const QString &commandText)

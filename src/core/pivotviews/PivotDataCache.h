@@ -56,6 +56,11 @@ public:
 
 private:
     PivotDataCache();
+    // Loads still running at exit write their result into the cache: the
+    // cache waits for them before its members go, and the application's
+    // end waits for them while the database drivers are still there.
+    ~PivotDataCache();
+    static void drain();
     static QString keyOf(const QString &connectionString, const QString &commandText);
     std::shared_ptr<Entry> start(const QString &connectionString, const QString &commandText);
 
