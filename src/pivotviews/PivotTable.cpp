@@ -457,8 +457,9 @@ void PivotTable::updateSidePanel()
 
 void PivotTable::setConnectionString(const QString &connectionString)
 {
-    // The same value again loads nothing again; Refresh does.
-    if (connectionString == m_connectionString && (m_view || isLoading()))
+    // The same value again loads nothing again, whatever the last load
+    // gave; Refresh does.
+    if (connectionString == m_connectionString)
         return;
     m_connectionString = connectionString;
     startLoad();
@@ -466,7 +467,7 @@ void PivotTable::setConnectionString(const QString &connectionString)
 
 void PivotTable::setCommandText(const QString &commandText)
 {
-    if (commandText == m_commandText && (m_view || isLoading()))
+    if (commandText == m_commandText)
         return;
     m_commandText = commandText;
     startLoad();

@@ -7,7 +7,9 @@
 // Setting the connection string and the command text starts the load on a
 // worker thread; a progress bar with Cancel shows meanwhile, and the window
 // never waits. `loaded()` says the data is in and ActiveView is there, so
-// the page's script can lay the view out. Changes of the layout from the
+// the page's script can lay the view out; a load that fails or is
+// cancelled shows why instead, and ActiveView stays null. Setting a value
+// it already has loads nothing again. Changes of the layout from the
 // script or from another view of the same object show within a moment.
 //
 // Registered as "OWC11.PivotTable" and "OWC10.PivotTable", with the page's

@@ -146,11 +146,13 @@ void tst_PivotTable::loadsWithoutWaiting()
     table.setCommandText(qrt::test::pivotStatement());
     QTRY_VERIFY(!table.loadError().isEmpty());
     QVERIFY(!table.isLoading());
-    QCOMPARE(loaded.count(), 0);
     QVERIFY(!table.ActiveView());
     QVERIFY(table.findChild<QWidget *>(u"messageLabel"_s)->isVisibleTo(&table));
+    // The same value again (as a page's second run sets it) loads nothing.
+    table.setCommandText(qrt::test::pivotStatement());
+    QVERIFY(!table.isLoading());
 
-    // Cancel ends the wait at once, with no data and no loaded().
+    // Cancel ends the wait at once, with no data.
     table.setConnectionString(m_path);
     QVERIFY(table.isLoading());
     QTest::mouseClick(table.findChild<QWidget *>(u"cancelLoadButton"_s), Qt::LeftButton);
