@@ -8,7 +8,8 @@
 // The data of such an object loads after the script has set where it comes
 // from, so its view is not there at once: until then the script object's
 // ActiveView raises ScriptPending and activeView() is null, and loaded()
-// tells when the data is in.
+// tells when the wait is over: the data is in, or loadError() says why not
+// (the object then shows that itself).
 
 #include <QWidget>
 
@@ -32,6 +33,8 @@ public:
     virtual std::shared_ptr<qrt::script::ScriptObject> scriptObject() = 0;
     // The live view the user lays out; null until loaded().
     virtual qrt::pivot::PivotView *activeView() const = 0;
+    // Why the last load gave no data; empty while loading or once loaded.
+    virtual QString loadError() const = 0;
 
 Q_SIGNALS:
     void loaded();

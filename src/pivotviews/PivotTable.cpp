@@ -517,6 +517,7 @@ void PivotTable::cancelLoad()
     m_load = nullptr;
     m_loadPanel->hide();
     showLoadError(tr("Loading was cancelled."));
+    Q_EMIT loaded();
 }
 
 void PivotTable::showLoadError(const QString &error)
@@ -536,6 +537,7 @@ void PivotTable::loadFinished()
     if (!data) {
         showLoadError(load->error());
         load->deleteLater();
+        Q_EMIT loaded(); // the wait is over, without data
         return;
     }
     m_view = std::make_unique<PivotView>(std::move(data));

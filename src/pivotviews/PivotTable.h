@@ -101,7 +101,7 @@ public:
 
     bool isLoading() const;
     // The reason the last load gave no data; empty when it gave data.
-    QString loadError() const { return m_loadError; }
+    QString loadError() const override { return m_loadError; }
     // Loads again from the database, keeping nothing of the old layout.
     void Refresh();
 

@@ -11,6 +11,8 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 using qrt::script::ScriptInterpreter;
 using qrt::script::ScriptOutcome;
@@ -148,10 +150,19 @@ void WebBrowser::runOnLoad(quint64 page)
         }
         return;
     }
-    if (outcome.isPending())
+    if (outcome.isPending() && objectsFailedToLoad())
+        finish(QString()); // each object says itself why it has no data
+    else if (outcome.isPending())
         finish(u"Line %1: The object is not ready."_s.arg(outcome.line()));
     else
         finish(outcome.isFailed() ? outcome.text() : QString());
+}
+
+bool WebBrowser::objectsFailedToLoad() const
+{
+    return std::any_of(m_objects.begin(), m_objects.end(), [](const QPointer<PageObject> &object) {
+        return object && !object->loadError().isEmpty();
+    });
 }
 
 void WebBrowser::finish(const QString &notice)

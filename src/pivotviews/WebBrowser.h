@@ -87,6 +87,7 @@ private:
     void clearPage();
     QString embedObjects(const QString &html);
     void runOnLoad(quint64 page);
+    bool objectsFailedToLoad() const;
     void finish(const QString &notice);
 
     std::unique_ptr<qrt::script::ScriptInterpreter> m_interpreter;

@@ -51,6 +51,7 @@ public:
 
     std::shared_ptr<ScriptObject> scriptObject() override;
     PivotView *activeView() const override { return m_view.get(); }
+    QString loadError() const override { return {}; }
 
     void set(const QString &name, const ScriptValue &value)
     {
