@@ -13,8 +13,10 @@
 #include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QFileInfo>
+#include <QHash>
 #include <QPixmap>
 #include <QPointer>
+#include <QTabWidget>
 #include <QTimer>
 #include <QWidget>
 
@@ -99,6 +101,22 @@ void waitForPages(const QList<QPointer<QWidget>> &windows)
     }
 }
 
+// The pages of the window's tabs, by the names --tab takes, and the
+// objects that fill them.
+const QHash<QString, QString> kPages = {{u"chart"_s, u"elsBorder"_s},
+                                        {u"pivot-chart"_s, u"elstMSchart"_s},
+                                        {u"pivot-table"_s, u"WebBrowser1"_s}};
+
+// Brings a page to the front; a page the window does not have leaves the
+// first one in front.
+void showPage(QWidget *window, const QString &page)
+{
+    auto *tabs = window->findChild<QTabWidget *>(u"tabCharts"_s);
+    QWidget *content = page.isEmpty() ? nullptr : window->findChild<QWidget *>(kPages.value(page));
+    if (tabs && content && tabs->indexOf(content) >= 0)
+        tabs->setCurrentWidget(content);
+}
+
 // Renders every window to a PNG, then closes them as a user would, so that
 // whatever a close does happens here too.
 int renderAndClose(const QList<QPointer<QWidget>> &windows, const QString &screenshot)
@@ -144,6 +162,8 @@ int run(const QStringList &arguments)
         {u"screenshot"_s, u"Without a display, the PNG to render the window to."_s, u"FILE"_s},
         {u"size"_s, u"Open the windows at this size, e.g. 1184x676 (default: the design size)."_s,
          u"WxH"_s},
+        {u"tab"_s, u"Show this page: chart, pivot-chart or pivot-table (default chart)."_s,
+         u"PAGE"_s},
     });
     parser.process(arguments);
     bool ok = false;
@@ -162,6 +182,11 @@ int run(const QStringList &arguments)
     }
     const QString connection = connectionOrDemo(parser.positionalArguments());
     reportUnreadableDatabase(connection);
+    const QString page = parser.value(u"tab"_s);
+    if (!page.isEmpty() && !kPages.contains(page)) {
+        std::fputs("zorvane-stats: --tab takes chart, pivot-chart or pivot-table\n", stderr);
+        return 2;
+    }
     statCharts charts;
     charts.ConnectionString(connection);
     QList<QPointer<QWidget>> windows;
@@ -173,6 +198,7 @@ int run(const QStringList &arguments)
                 window->resize(size);
             window->show();
             windows << window;
+            showPage(window, page);
         }
     }
     if (headless())
