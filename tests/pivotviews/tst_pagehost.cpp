@@ -25,8 +25,6 @@
 #include <QLabel>
 #include <QScopeGuard>
 #include <QSignalSpy>
-#include <QSqlDatabase>
-#include <QSqlQuery>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -155,7 +153,6 @@ private Q_SLOTS:
     void scriptErrorStopsAtItsLine();
     void pagesThatCannotShow_data();
     void pagesThatCannotShow();
-    void windowRestoresAndSavesTheLayout();
     void closingWithoutALoadedTableStoresNothing_data();
     void closingWithoutALoadedTableStoresNothing();
 
@@ -283,58 +280,6 @@ frmCharts *tst_PageHost::openWindow()
         w->show();
     }
     return w;
-}
-
-void tst_PageHost::windowRestoresAndSavesTheLayout()
-{
-    QStringList providers;
-    {
-        QSqlDatabase db = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"providers"_s);
-        db.setDatabaseName(m_database);
-        QVERIFY(db.open());
-        // Two providers with news, so members of the table.
-        QSqlQuery query(u"SELECT DISTINCT Providers.Provider FROM News JOIN Channels ON "
-                        u"Channels.ID = News.Channel JOIN Providers ON Providers.ID = "
-                        u"Channels.Provider ORDER BY 1 DESC LIMIT 2"_s,
-                        db);
-        while (query.next())
-            providers << query.value(0).toString();
-    }
-    QSqlDatabase::removeDatabase(u"providers"_s);
-    QCOMPARE(providers.size(), 2);
-    const QVariantMap layout = {
-        {u"FILTERFIELDSETSCOUNT"_s, 0},
-        {u"ROWFIELDSETSCOUNT"_s, 1},
-        {u"ROWFIELDSETNAME1"_s, u"Provider"_s},
-        {u"ROWFIELDSETFIELDS1"_s, u"Provider"_s},
-        {u"ROWFIELDSFILTERS1"_s, u"Provider||2||||(%1)"_s.arg(providers.join(u','))},
-        {u"COLUMNFIELDSETSCOUNT"_s, 1},
-        {u"COLUMNFIELDSETNAME1"_s, u"Category"_s},
-        {u"COLUMNFIELDSETFIELDS1"_s, u"Category"_s},
-        {u"COLUMNFIELDSFILTERS1"_s, QString()},
-        {u"DATAFIELDSETSCOUNT"_s, 0},
-        {u"TOTALSCOUNT"_s, 1},
-        {u"TOTALNAME1"_s, u"Count of News"_s},
-        {u"TOTALFIELD1"_s, u"News"_s},
-        {u"TOTALFUNCTION1"_s, 2},
-    };
-    store(layout);
-    const QMap<QString, QString> before = stored();
-    QCOMPARE(before.size(), layout.size());
-
-    QPointer<frmCharts> w = openWindow();
-    QVERIFY(w && w->WebBrowser1);
-    QSignalSpy finished(w->WebBrowser1, &WebBrowser::scriptFinished);
-    QVERIFY(finished.wait(20000));
-    QCOMPARE(w->WebBrowser1->statusText(), QString());
-    const PivotView *view = tableOf(w->WebBrowser1)->activeView();
-    QCOMPARE(fieldSetNames(view->RowAxis()), QStringList{u"Provider"_s});
-    QCOMPARE(fieldSetNames(view->ColumnAxis()), QStringList{u"Category"_s});
-
-    resumeNext([] { gSettings->DeleteSetting(kSection); });
-    w->close();
-    QTRY_VERIFY(w.isNull());
-    QCOMPARE(stored(), before);
 }
 
 void tst_PageHost::closingWithoutALoadedTableStoresNothing_data()

@@ -2,8 +2,6 @@
 // wait, a field set dragged with the mouse from the field list onto the
 // column area changes the grid, ticks clicked in the member filter become
 // the member choices the layout stores, and the CSV export is the grid.
-// With QRT_PIVOT_GRAB set to a folder (and QRT_PIVOT_DB to a demo
-// database), it also saves pictures of the table for a person to look at.
 
 #include "PivotTestData.h"
 #include "component/EmbeddableClasses.h"
@@ -22,7 +20,6 @@
 #include <QAction>
 #include <QApplication>
 #include <QComboBox>
-#include <QPainter>
 #include <QSignalSpy>
 #include <QStyle>
 #include <QTemporaryDir>
@@ -80,7 +77,6 @@ private Q_SLOTS:
     void memberFilterTicks();
     void exportEqualsGrid();
     void registration();
-    void grab();
 
 private:
     void load(PivotTable &table, const QString &path);
@@ -338,51 +334,6 @@ void tst_PivotTable::registration()
     // The page names it by its class id.
     made.reset(EmbeddableClasses::create(u"CLSID:"_s + PivotTable::classId(), nullptr));
     QVERIFY(qobject_cast<PivotTable *>(made.get()));
-}
-
-void tst_PivotTable::grab()
-{
-    const QString folder = qEnvironmentVariable("QRT_PIVOT_GRAB");
-    const QString database = qEnvironmentVariable("QRT_PIVOT_DB", m_path);
-    if (folder.isEmpty())
-        QSKIP("QRT_PIVOT_GRAB names no folder for the pictures");
-    for (const QSize size : {QSize(592, 338), QSize(1184, 676)}) {
-        PivotTable table;
-        table.resize(size);
-        table.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&table));
-        load(table, database);
-        QTRY_VERIFY(table.grid()->gridModel()->rowCount() > 2);
-        const QString base =
-            u"%1/pivottable-%2x%3"_s.arg(folder).arg(size.width()).arg(size.height());
-        QVERIFY(table.grab().save(base + u".png"_s));
-        // Then with categories across and the first month open.
-        PivotLayoutText::applyFieldSets(*table.ActiveView(), table.ActiveView()->ColumnAxis(),
-                                        u"Category"_s);
-        QTRY_VERIFY(table.grid()->gridModel()->columnCount() > 2);
-        if (size.width() > 1000) {
-            table.findChild<QAction *>(u"propertiesAction"_s)->trigger();
-            table.findChild<QComboBox *>(u"numberFormatCombo"_s)->setCurrentText(u"#,##0"_s);
-        }
-        // Expand the first month, open the filter on the dates.
-        table.grid()->setFocus();
-        table.grid()->setCurrentIndex(table.grid()->gridModel()->index(0, 0));
-        QTest::keyClick(table.grid(), Qt::Key_Plus);
-        auto *rows = table.findChild<PivotDropZone *>(u"rowZone"_s);
-        QTest::mouseClick(rows->findChild<QToolButton *>(u"filterArrow:NewsDate By Month"_s),
-                          Qt::LeftButton);
-        auto *filter = rows->findChild<PivotMemberFilter *>();
-        QVERIFY(filter);
-        QVERIFY(QTest::qWaitForWindowExposed(filter));
-        if (QTreeWidgetItem *year = filter->tree()->topLevelItem(0)->child(1))
-            year->setExpanded(true);
-        QImage picture = table.grab().toImage();
-        QPainter painter(&picture);
-        painter.drawPixmap(table.mapFromGlobal(filter->pos()), filter->grab());
-        painter.end();
-        QVERIFY(picture.save(base + u"-filter.png"_s));
-        filter->close();
-    }
 }
 
 QTEST_MAIN(tst_PivotTable)
