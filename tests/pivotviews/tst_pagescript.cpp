@@ -3,6 +3,7 @@
 // the same layout made in C++, a stale name stopping at its page line, and
 // hostile texts stopped by the limits.
 
+#include "FixedScriptFunctions.h"
 #include "PivotTestData.h"
 #include "TestDatabases.h"
 #include "pivotviews/PivotAggregator.h"
@@ -25,52 +26,6 @@ using namespace qrt::pivot;
 using namespace qrt::script;
 
 namespace {
-
-// The page's fixed functions, as the page holds them.
-const QStringList kFixedFunctions = {
-    u"Function ParseMembers(root, memberspath , Members )"_s,
-    u"Dim I,aMembs,a "_s,
-    u"Set ParentMember = Nothing"_s,
-    u"ParentFound = False"_s,
-    u"BuildParentMember root, memberspath"_s,
-    u"Members = Replace(Members, \"(\", \"\")"_s,
-    u"Members = Replace(Members, \")\", \"\")"_s,
-    u"aMembs = Split(Members, \",\")"_s,
-    u"a=aMembs"_s,
-    u"For I = 0 To UBound(aMembs)"_s,
-    u"If ParentMember Is Nothing Then"_s,
-    u"Set a(I) = root(aMembs(I))"_s,
-    u"Else"_s,
-    u"Set a(I) = ParentMember.ChildMembers(aMembs(I))"_s,
-    u"End If"_s,
-    u"Next"_s,
-    u"ParseMembers = a"_s,
-    u"End Function"_s,
-    u"Function BuildParentMember(root , memberspath )"_s,
-    u"Dim aPath, I, chName"_s,
-    u"If ParentFound Then Exit Function"_s,
-    u"aPath = Split(memberspath, \"**|**\")"_s,
-    u"For I = 0 To UBound(aPath)"_s,
-    u"If aPath(I) <> \"\" Then"_s,
-    u"If ParentFound Then Exit Function"_s,
-    u"If I <> UBound(aPath) Then"_s,
-    u"If ParentFound Then Exit Function"_s,
-    u"chName = aPath(I)"_s,
-    u"aPath(I) = \"\""_s,
-    u"BuildParentMember = BuildParentMember(root(chName).ChildMembers, Join(aPath, \"**|**\"))"_s,
-    u"Else"_s,
-    u"If ParentFound Then"_s,
-    u"Exit Function"_s,
-    u"Else"_s,
-    u"Set ParentMember = root(aPath(I))"_s,
-    u"ParentFound = True"_s,
-    u"Exit Function"_s,
-    u"End If"_s,
-    u"End If"_s,
-    u"End If"_s,
-    u"Next"_s,
-    u"End Function"_s,
-};
 
 // The page's PT: remembers what the script sets, and has no ActiveView
 // until the test gives it a view, as while its data loads.
@@ -158,8 +113,8 @@ QString page(const QStringList &layout)
     };
     lines << layout << u"Dim pTotal "_s << totalLines(u"News"_s, u"Count of News"_s, 2)
           << u"PT.ActiveView.ExpandDetails = 2"_s << u"PT.ActiveView.ExpandMembers = 2"_s
-          << u"PT.ActiveData.HideDetails"_s << u"End Sub"_s << kFixedFunctions << QString()
-          << u"</script></html>"_s;
+          << u"PT.ActiveData.HideDetails"_s << u"End Sub"_s << qrt::test::fixedScriptFunctions()
+          << QString() << u"</script></html>"_s;
     return lines.join(u"\r\n"_s);
 }
 
@@ -311,10 +266,10 @@ void tst_PageScript::parseMembers()
     QFETCH(QStringList, expected);
     PivotView view(m_small);
     ScriptInterpreter interpreter;
-    QVERIFY(
-        interpreter
-            .load(QString(u"Dim ParentMember,ParentFound\r\n"_s + kFixedFunctions.join(u"\r\n"_s)))
-            .isCompleted());
+    QVERIFY(interpreter
+                .load(QString(u"Dim ParentMember,ParentFound\r\n"_s +
+                              qrt::test::fixedScriptFunctions().join(u"\r\n"_s)))
+                .isCompleted());
     const ScriptValue root =
         makeViewObject(view)->call(u"FieldSets"_s, {fieldSet}).toObject().getProperty(u"Members"_s);
     // Twice, as the page calls it once per filter record.

@@ -1,6 +1,7 @@
 // The pivot table's page: whole pages for stored layouts, compared byte for
 // byte with the page written out here line by line, and the file it goes to.
 
+#include "FixedScriptFunctions.h"
 #include "pivotviews/PivotPage.h"
 #include "settings/SettingsTestHome.h"
 
@@ -19,51 +20,6 @@ struct Block
 struct Total
 {
     QString field, name, function;
-};
-
-const QStringList kFunctions = {
-    u"Function ParseMembers(root, memberspath , Members )"_s,
-    u"Dim I,aMembs,a "_s,
-    u"Set ParentMember = Nothing"_s,
-    u"ParentFound = False"_s,
-    u"BuildParentMember root, memberspath"_s,
-    u"Members = Replace(Members, \"(\", \"\")"_s,
-    u"Members = Replace(Members, \")\", \"\")"_s,
-    u"aMembs = Split(Members, \",\")"_s,
-    u"a=aMembs"_s,
-    u"For I = 0 To UBound(aMembs)"_s,
-    u"If ParentMember Is Nothing Then"_s,
-    u"Set a(I) = root(aMembs(I))"_s,
-    u"Else"_s,
-    u"Set a(I) = ParentMember.ChildMembers(aMembs(I))"_s,
-    u"End If"_s,
-    u"Next"_s,
-    u"ParseMembers = a"_s,
-    u"End Function"_s,
-    u"Function BuildParentMember(root , memberspath )"_s,
-    u"Dim aPath, I, chName"_s,
-    u"If ParentFound Then Exit Function"_s,
-    u"aPath = Split(memberspath, \"**|**\")"_s,
-    u"For I = 0 To UBound(aPath)"_s,
-    u"If aPath(I) <> \"\" Then"_s,
-    u"If ParentFound Then Exit Function"_s,
-    u"If I <> UBound(aPath) Then"_s,
-    u"If ParentFound Then Exit Function"_s,
-    u"chName = aPath(I)"_s,
-    u"aPath(I) = \"\""_s,
-    u"BuildParentMember = BuildParentMember(root(chName).ChildMembers, Join(aPath, \"**|**\"))"_s,
-    u"Else"_s,
-    u"If ParentFound Then"_s,
-    u"Exit Function"_s,
-    u"Else"_s,
-    u"Set ParentMember = root(aPath(I))"_s,
-    u"ParentFound = True"_s,
-    u"Exit Function"_s,
-    u"End If"_s,
-    u"End If"_s,
-    u"End If"_s,
-    u"Next"_s,
-    u"End Function"_s,
 };
 
 QString expectedPage(const QString &connection, const QList<Block> &blocks,
@@ -114,8 +70,8 @@ QString expectedPage(const QString &connection, const QList<Block> &blocks,
                      t.name, t.function)
               << u"PT.ActiveView.DataAxis.InsertTotal pTotal "_s;
     lines << u"PT.ActiveView.ExpandDetails = 2"_s << u"PT.ActiveView.ExpandMembers = 2"_s
-          << u"PT.ActiveData.HideDetails"_s << u"End Sub"_s << kFunctions << QString()
-          << u"</script></html>"_s;
+          << u"PT.ActiveData.HideDetails"_s << u"End Sub"_s << qrt::test::fixedScriptFunctions()
+          << QString() << u"</script></html>"_s;
     return lines.join(u"\r\n"_s);
 }
 
@@ -235,7 +191,8 @@ void tst_PivotPage::page()
 
 void tst_PivotPage::fixedFunctions()
 {
-    QCOMPARE(PivotPage::GetAdditionalScriptFunctions(), kFunctions.join(u"\r\n"_s) + u"\r\n"_s);
+    QCOMPARE(PivotPage::GetAdditionalScriptFunctions(),
+             qrt::test::fixedScriptFunctions().join(u"\r\n"_s) + u"\r\n"_s);
 }
 
 void tst_PivotPage::writeTextFile()

@@ -4,6 +4,7 @@
 // the member choices the layout stores, and the CSV export is the grid.
 
 #include "PivotTestData.h"
+#include "TreeClicks.h"
 #include "component/EmbeddableClasses.h"
 #include "controls/PivotDropZone.h"
 #include "controls/PivotFieldList.h"
@@ -40,24 +41,10 @@ QStringList captions(const std::vector<PivotMember> &members)
     return list;
 }
 
-// The tick box of a tree item, where a click toggles it.
-QPoint checkBoxCenter(QTreeWidget *tree, QTreeWidgetItem *item)
-{
-    QStyleOptionViewItem option;
-    option.initFrom(tree);
-    option.rect = tree->visualItemRect(item);
-    option.features |= QStyleOptionViewItem::HasCheckIndicator | QStyleOptionViewItem::HasDisplay;
-    option.text = item->text(0);
-    return tree->style()
-        ->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, tree)
-        .center();
-}
-
 void clickTick(QTreeWidget *tree, QTreeWidgetItem *item)
 {
-    tree->scrollToItem(item);
     const Qt::CheckState before = item->checkState(0);
-    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, checkBoxCenter(tree, item));
+    qrt::test::clickTick(tree, item);
     QVERIFY2(item->checkState(0) != before, qPrintable(item->text(0)));
 }
 

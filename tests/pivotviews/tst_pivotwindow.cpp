@@ -3,6 +3,7 @@
 // total. Closing stores the layout under the keys the capture writes, and
 // the next window's page rebuilds it: the same grid, cell for cell.
 
+#include "TreeClicks.h"
 #include "base/ResumeNext.h"
 #include "component/modUtils.h"
 #include "controls/PivotDropZone.h"
@@ -33,23 +34,7 @@ namespace {
 
 const QString kSection = u"STATMSTABLE"_s;
 
-QPoint tickOf(QTreeWidget *tree, QTreeWidgetItem *item)
-{
-    QStyleOptionViewItem option;
-    option.initFrom(tree);
-    option.rect = tree->visualItemRect(item);
-    option.features |= QStyleOptionViewItem::HasCheckIndicator | QStyleOptionViewItem::HasDisplay;
-    option.text = item->text(0);
-    return tree->style()
-        ->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, tree)
-        .center();
-}
-
-void clickTick(QTreeWidget *tree, QTreeWidgetItem *item)
-{
-    tree->scrollToItem(item);
-    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tickOf(tree, item));
-}
+using qrt::test::clickTick;
 
 // Unticks the members at the given places of the zone's field set, or with
 // `keepOnly` unticks "(All)" and ticks them; answers their captions.
