@@ -12,7 +12,7 @@ script::ScriptOutcome runPivotPage(const QString &pageText, PivotView &view)
 {
     const script::ScriptPage page = script::ScriptPage::fromHtml(pageText);
     script::ScriptInterpreter interpreter;
-    if (const auto loaded = interpreter.load(page); loaded.isFailed())
+    if (auto loaded = interpreter.load(page); loaded.isFailed())
         return loaded;
     auto table = std::make_shared<PivotTableScriptObject>(
         PivotTableScriptObject::Owner{[&view] { return &view; }, {}, {}});

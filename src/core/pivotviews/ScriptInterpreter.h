@@ -44,7 +44,8 @@ public:
         qsizetype textLength;
         qsizetype arrayLength;
     };
-    static constexpr Limits DefaultLimits = {5'000'000, 200, 4 * 1024 * 1024, 1024 * 1024};
+    static constexpr Limits DefaultLimits = {5'000'000, 200, qsizetype(4) * 1024 * 1024,
+                                             qsizetype(1024) * 1024};
 
     explicit ScriptInterpreter(const Limits &limits = DefaultLimits);
     ~ScriptInterpreter();
