@@ -20,7 +20,7 @@
 //     exits 75 (EX_TEMPFAIL, try again later)     30  DDE busy
 //     exits 1 or any other code                    0  (nothing raised)
 //     ends by a signal                            29  DDE transaction failed
-//     still running after OpenerTimeLimit (10 s)  28  DDE timeout
+//     still running after OpenerTimeLimit (10 s) > 32  success (the handler runs)
 //     no xdg-open, and Qt's desktop services
 //     cannot open the item either                 32  DLL not found
 //   Starting a program (LaunchProgram without waiting; also the start of

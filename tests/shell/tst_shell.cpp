@@ -19,6 +19,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
+#include <QTimer>
 
 #include <optional>
 
@@ -123,6 +124,7 @@ private Q_SLOTS:
 
     void openerOutcomes_data();
     void openerOutcomes();
+    void waitingKeepsTheWindowGoing();
     void openerStartOutcomes_data();
     void openerStartOutcomes();
     void itemReachesTheOpener_data();
@@ -220,7 +222,8 @@ void tst_CShell::openerOutcomes_data()
         {"exit 4 action failed", "exit 4", AssocIncomplete, 0},
         {"exit 75 try later", "exit 75", DdeBusy, DdeBusy},
         {"killed by a signal", "kill -SEGV $$", DdeFail, DdeFail},
-        {"no answer in time", "exec sleep 5", DdeTimeout, DdeTimeout},
+        // Still running when the wait ends: the handler has started.
+        {"keeps running", "exec sleep 5", 0, 0},
     };
     // The three operations of the long table share one path, as do the two
     // of the short one: each outcome goes through one of each, in turn.
@@ -507,6 +510,19 @@ void tst_CShell::propertiesFromTheFileManager()
     QCOMPARE(RaisedBy([] { CShell().ShowProperties(u"docs/none"_s); }), FileNotFound);
     manager->refuse = true;
     QCOMPARE(RaisedBy([] { CShell().ShowProperties(u"docs"_s); }), CannotShowProperties);
+}
+
+// While the desktop answers, the window goes on: its timers fire during
+// the wait.
+void tst_CShell::waitingKeepsTheWindowGoing()
+{
+    SetOpener("sleep 0.3\nexit 0");
+    int ticks = 0;
+    QTimer timer;
+    connect(&timer, &QTimer::timeout, this, [&ticks] { ++ticks; });
+    timer.start(20);
+    QCOMPARE(Call(u"OpenUrl"_s, u"https://news.example/"_s), 0);
+    QVERIFY2(ticks >= 5, qPrintable(QString::number(ticks)));
 }
 
 QTEST_MAIN(tst_CShell)

@@ -1,17 +1,21 @@
 #include "shell/DesktopShell.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QStringList>
+#include <QTimer>
 #include <QUrl>
 
 #include <cerrno>
 #include <csignal>
 #include <glob.h>
+#include <optional>
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -94,25 +98,42 @@ struct Ended
     int code = 0;
 };
 
+// The child's end, if it has come; nothing while it runs.
+std::optional<Ended> Poll(pid_t pid)
+{
+    int status = 0;
+    const pid_t done = ::waitpid(pid, &status, WNOHANG);
+    if (done == pid) {
+        if (WIFSIGNALED(status))
+            return Ended{Ending::Signalled, WTERMSIG(status)};
+        return Ended{Ending::Exited, WEXITSTATUS(status)};
+    }
+    // Collected elsewhere (SIGCHLD ignored by the host): nothing to report.
+    if (done < 0 && errno != EINTR)
+        return Ended{Ending::Exited, 0};
+    return std::nullopt;
+}
+
+// Waits for the child at most `limit`. Where an event loop runs, the wait
+// turns it, so a window goes on painting and its timers fire; user input
+// waits, so no handler runs again in the middle of the one that asked.
 Ended WaitFor(pid_t pid, std::chrono::milliseconds limit)
 {
     const auto deadline = std::chrono::steady_clock::now() + limit;
     for (;;) {
-        int status = 0;
-        const pid_t done = ::waitpid(pid, &status, WNOHANG);
-        if (done == pid) {
-            if (WIFSIGNALED(status))
-                return {Ending::Signalled, WTERMSIG(status)};
-            return {Ending::Exited, WEXITSTATUS(status)};
-        }
-        // Collected elsewhere (SIGCHLD ignored by the host): nothing to report.
-        if (done < 0 && errno != EINTR)
-            return {Ending::Exited, 0};
+        if (const auto ended = Poll(pid))
+            return *ended;
         if (std::chrono::steady_clock::now() >= deadline) {
             ReapLater(pid);
             return {Ending::StillRunning};
         }
-        ::usleep(5000);
+        if (QCoreApplication::instance()) {
+            QEventLoop loop;
+            QTimer::singleShot(5, &loop, &QEventLoop::quit);
+            loop.exec(QEventLoop::ExcludeUserInputEvents);
+        } else {
+            ::usleep(5000);
+        }
     }
 }
 
@@ -199,7 +220,9 @@ int OpenWithDesktop(const QString &target)
     const Ended ended = WaitFor(opener.pid, openerTimeLimit);
     switch (ended.how) {
     case Ending::StillRunning:
-        return ShellValue::DdeTimeout;
+        // The desktop's open returns once the handler runs: an opener
+        // still busy then has started it.
+        return ShellValue::Success;
     case Ending::Signalled:
         return ShellValue::DdeFail;
     case Ending::Exited:

@@ -32,7 +32,9 @@ constexpr int DllNotFound = 32;
 
 // Opens a file, folder or URL with the desktop's default application:
 // runs xdg-open from the search path and waits for its verdict, at most
-// OpenerTimeLimit(). DllNotFound when there is no xdg-open.
+// OpenerTimeLimit(), turning the event loop meanwhile; an opener still
+// running then has started the handler, which is success. DllNotFound when
+// there is no xdg-open.
 int OpenWithDesktop(const QString &target);
 
 // How long the desktop gets to answer an open; 10 seconds unless set.
