@@ -195,6 +195,12 @@ void CShell::LaunchProgram(const QString &PathFileName, const QVariant &Paramete
         if (Parameters.isValid() && !Parameters.canConvert<QString>())
             Raise(ErrComponentFailure);
         const QString parameters = Parameters.toString();
+        if (!WaitToFinish && !QFileInfo(PathFileName).isExecutable()) {
+            // A document, not a program: the shell's "open" opens it with
+            // the program its type belongs to.
+            RaiseLong(qrt::shell::OpenWithDesktop(PathFileName));
+            return;
+        }
         if (!WaitToFinish) {
             // The program starts in the folder of its path, if the path has one.
             const QString folder =

@@ -24,7 +24,8 @@
 //     no xdg-open, and Qt's desktop services
 //     cannot open the item either                 32  DLL not found
 //   Starting a program (LaunchProgram without waiting; also the start of
-//   xdg-open itself), by posix_spawn's error:
+//   xdg-open itself), by posix_spawn's error (LaunchProgram on a file that
+//   is no program opens it with xdg-open instead, as above):
 //     ENOENT                                       2  File not found
 //     ENOTDIR                                      3  Path not found
 //     EACCES, EPERM (not executable)               5  File not found

@@ -365,7 +365,8 @@ void tst_CShell::launchWithoutWaiting_data()
 
     // The other errors of a start are those of the opener's start, above.
     QTest::newRow("starts") << true << QString() << 0;
-    QTest::newRow("not executable") << false << QString() << FileNotFound;
+    // A document, not a program: its own program opens it.
+    QTest::newRow("a document") << false << QString() << 0;
     QTest::newRow("arguments too long") << true << QString(200000, u'p') << OutOfMemory;
 }
 
@@ -377,7 +378,9 @@ void tst_CShell::launchWithoutWaiting()
 
     const QString path = m_dir.filePath(u"docs/program"_s);
     WriteFile(path, "#!/bin/sh\nexit 0\n", executable);
+    SetOpener("exit 0");
     QCOMPARE(RaisedBy([&] { CShell().LaunchProgram(path, parameters); }), raises);
+    QCOMPARE(ReadFile(m_openedLog), executable ? QByteArray() : path.toLocal8Bit() + '\n');
 }
 
 void tst_CShell::launchStartsInTheProgramsFolder()
