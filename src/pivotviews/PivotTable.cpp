@@ -179,7 +179,39 @@ PivotTable::PivotTable(QWidget *parent)
     root->setSpacing(2);
     buildToolbar();
     root->addWidget(m_toolbar);
+    root->addWidget(buildLoadPanel());
+    m_message = new QLabel(this);
+    m_message->setObjectName(u"messageLabel"_s);
+    m_message->setWordWrap(true);
+    m_message->setContentsMargins(6, 2, 6, 2);
+    m_message->hide();
+    root->addWidget(m_message);
+    root->addWidget(buildSplitter(), 1);
 
+    for (PivotDropZone *zone : {m_filterZone, m_rowZone, m_columnZone, m_dataZone})
+        connect(zone, &PivotDropZone::layoutChanged, this, &PivotTable::viewChanged);
+    connect(m_fieldList, &PivotFieldList::layoutChanged, this, &PivotTable::viewChanged);
+    connect(m_grid, &PivotGrid::layoutChanged, this, &PivotTable::viewChanged);
+    connect(m_grid->gridModel(), &QAbstractItemModel::modelReset, this, [this] {
+        fitRowZone();
+        updatePropertyToolbox();
+    });
+    connect(m_grid->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            &PivotTable::updatePropertyToolbox);
+    connect(m_poll, &QTimer::timeout, this, &PivotTable::pollLayout);
+    m_poll->setInterval(kPollMs);
+    updateSidePanel();
+    resize(800, 500);
+}
+
+PivotTable::~PivotTable()
+{
+    // The widgets let go of the view before it goes.
+    m_grid->setView(nullptr);
+}
+
+QWidget *PivotTable::buildLoadPanel()
+{
     m_loadPanel = new QFrame(this);
     m_loadPanel->setObjectName(u"loadPanel"_s);
     auto *loadLayout = new QHBoxLayout(m_loadPanel);
@@ -197,15 +229,13 @@ PivotTable::PivotTable(QWidget *parent)
     loadLayout->addWidget(m_progress, 1);
     loadLayout->addWidget(cancel);
     m_loadPanel->hide();
-    root->addWidget(m_loadPanel);
+    return m_loadPanel;
+}
 
-    m_message = new QLabel(this);
-    m_message->setObjectName(u"messageLabel"_s);
-    m_message->setWordWrap(true);
-    m_message->setContentsMargins(6, 2, 6, 2);
-    m_message->hide();
-    root->addWidget(m_message);
-
+// The drop zones around the grid on the left, the field list and the
+// property tool box on the right.
+QWidget *PivotTable::buildSplitter()
+{
     m_splitter = new QSplitter(Qt::Horizontal, this);
     m_splitter->setObjectName(u"splitter"_s);
     m_splitter->setChildrenCollapsible(false);
@@ -233,28 +263,7 @@ PivotTable::PivotTable(QWidget *parent)
     m_splitter->addWidget(m_side);
     m_splitter->setStretchFactor(0, 1);
     m_splitter->setStretchFactor(1, 0);
-    root->addWidget(m_splitter, 1);
-
-    for (PivotDropZone *zone : {m_filterZone, m_rowZone, m_columnZone, m_dataZone})
-        connect(zone, &PivotDropZone::layoutChanged, this, &PivotTable::viewChanged);
-    connect(m_fieldList, &PivotFieldList::layoutChanged, this, &PivotTable::viewChanged);
-    connect(m_grid, &PivotGrid::layoutChanged, this, &PivotTable::viewChanged);
-    connect(m_grid->gridModel(), &QAbstractItemModel::modelReset, this, [this] {
-        fitRowZone();
-        updatePropertyToolbox();
-    });
-    connect(m_grid->selectionModel(), &QItemSelectionModel::currentChanged, this,
-            &PivotTable::updatePropertyToolbox);
-    connect(m_poll, &QTimer::timeout, this, &PivotTable::pollLayout);
-    m_poll->setInterval(kPollMs);
-    updateSidePanel();
-    resize(800, 500);
-}
-
-PivotTable::~PivotTable()
-{
-    // The widgets let go of the view before it goes.
-    m_grid->setView(nullptr);
+    return m_splitter;
 }
 
 void PivotTable::fitRowZone()

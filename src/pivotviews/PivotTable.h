@@ -120,6 +120,8 @@ protected:
 
 private:
     void buildToolbar();
+    QWidget *buildLoadPanel();
+    QWidget *buildSplitter();
     void fitRowZone();
     QWidget *buildPropertyToolbox();
     void startLoad();
