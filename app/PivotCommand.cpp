@@ -9,6 +9,7 @@
 #include "pivotviews/PivotPageRun.h"
 #include "pivotviews/PivotResult.h"
 #include "pivotviews/PivotResultWriter.h"
+#include "pivotviews/PivotStatement.h"
 #include "pivotviews/PivotView.h"
 #include "settings/CAppSettings.h"
 
@@ -21,13 +22,6 @@ using namespace Qt::StringLiterals;
 using namespace qrt::pivot;
 
 namespace {
-
-// The statement both pivot views run.
-const QString kPivotStatement =
-    u"SELECT Providers.Provider, Channels.Channel, News.Title AS News, News.pubDate as NewsDate, "
-    u"Categories.Name AS Category FROM Categories INNER JOIN (Providers INNER JOIN (Channels INNER "
-    u"JOIN News ON "
-    u"Channels.ID = News.Channel) ON Providers.ID = Channels.Provider) ON Categories.ID = Channels.Category; "_s;
 
 const QString kLayoutHelp = uR"help(
 LAYOUT: field sets separated by ';', each NAME[FIELD,...](FIELD=MEMBER|MEMBER)...
@@ -113,7 +107,7 @@ int run(const QStringList &arguments)
     }
     const std::shared_ptr<const PivotData> data =
         load(parser.positionalArguments().at(1),
-             parser.isSet(u"command"_s) ? parser.value(u"command"_s) : kPivotStatement);
+             parser.isSet(u"command"_s) ? parser.value(u"command"_s) : pivotStatement());
     if (!data)
         return 1;
     PivotView view(data);

@@ -4,6 +4,7 @@
 // In CI the PostgreSQL cases must run; elsewhere they skip without a server.
 
 #include "db/Connection.h"
+#include "pivotviews/PivotStatement.h"
 
 #include <QCoreApplication>
 #include <QSqlError>
@@ -58,11 +59,7 @@ inline QStringList newsTables(bool postgres)
 // The statement both pivot views run.
 inline QString pivotStatement()
 {
-    return QStringLiteral(
-        "SELECT Providers.Provider, Channels.Channel, News.Title AS News, News.pubDate as "
-        "NewsDate, Categories.Name AS Category FROM Categories INNER JOIN (Providers INNER JOIN "
-        "(Channels INNER JOIN News ON Channels.ID = News.Channel) ON Providers.ID = "
-        "Channels.Provider) ON Categories.ID = Channels.Category; ");
+    return pivot::pivotStatement();
 }
 
 // Runs statements on a writable connection; fails the test on the first error.

@@ -11,6 +11,7 @@
 #include "pivotviews/PivotData.h"
 #include "pivotviews/PivotLoader.h"
 #include "pivotviews/PivotResult.h"
+#include "pivotviews/PivotStatement.h"
 #include "pivotviews/PivotView.h"
 
 #include <QCoreApplication>
@@ -35,11 +36,6 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-const QString kStatement =
-    u"SELECT Providers.Provider, Channels.Channel, News.Title AS News, News.pubDate as NewsDate, "
-    u"Categories.Name AS Category FROM Categories INNER JOIN (Providers INNER JOIN (Channels INNER "
-    u"JOIN News ON "
-    u"Channels.ID = News.Channel) ON Providers.ID = Channels.Provider) ON Categories.ID = Channels.Category; "_s;
 const QStringList kCategories = {u"World"_s, u"Sports"_s};
 constexpr double kMiB = 1024.0 * 1024.0;
 
@@ -73,7 +69,7 @@ bool writeCsv(const QString &database, const QString &csv, qint64 *rawBytes)
                         nullptr) != SQLITE_OK)
         return false;
     sqlite3_stmt *stmt = nullptr;
-    const QByteArray sql = kStatement.toUtf8();
+    const QByteArray sql = pivotStatement().toUtf8();
     sqlite3_prepare_v2(db, sql.constData(), -1, &stmt, nullptr);
     std::ofstream out(QFile::encodeName(csv + u".part"_s).constData(), std::ios::binary);
     out << "Provider,Channel,News,NewsDate,Category\n";
@@ -161,7 +157,8 @@ int measureLoad(const QString &database)
 {
     const qint64 before = procStatus("VmRSS:");
     QString error;
-    const std::shared_ptr<PivotData> data = PivotLoader::load(database, kStatement, {}, &error);
+    const std::shared_ptr<PivotData> data =
+        PivotLoader::load(database, pivotStatement(), {}, &error);
     if (!data)
         return 1;
     const QJsonObject figures{{u"before"_s, double(before)},
@@ -192,7 +189,7 @@ void BM_PivotLoad(benchmark::State &state)
         QString error;
         const auto start = Clock::now();
         std::shared_ptr<const PivotData> data =
-            PivotLoader::load(set.database, kStatement, {}, &error);
+            PivotLoader::load(set.database, pivotStatement(), {}, &error);
         const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
         if (!data)
             return state.SkipWithError(qPrintable(error));

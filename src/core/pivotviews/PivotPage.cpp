@@ -1,6 +1,7 @@
 #include "pivotviews/PivotPage.h"
 
 #include "base/ResumeNext.h"
+#include "pivotviews/PivotStatement.h"
 #include "settings/CAppSettings.h"
 
 #include <QDir>
@@ -102,6 +103,9 @@ QString BuildPivotPage(const CAppSettings &settings, const QString &connectionSt
 QString BuildPivotPage(const CAppSettings &settings, const QString &connectionString,
                        const QString &additionalScriptFunctions)
 {
+    // The page's script gives the statement in two pieces: up to FROM, and the rest.
+    const QString statement = pivotStatement();
+    const qsizetype from = statement.indexOf(u"FROM "_s);
     QString page = linesOf({
         u"<html><body bgcolor='beige' topmargin=0 leftmargin=0 rightmargin=0 bottommargin=0 "
         u"marginwidth=0 marginheight=0><object id=PT "
@@ -112,11 +116,8 @@ QString BuildPivotPage(const CAppSettings &settings, const QString &connectionSt
         u"Dim pFieldSet, pField , aFields, aFieldsFilters, aFilters, I, J "_s,
         u"With PT"_s,
         u".ConnectionString = \""_s + connectionString + u"\" "_s,
-        u".CommandText = \"SELECT Providers.Provider, Channels.Channel, News.Title AS News, "
-        u"News.pubDate as NewsDate, Categories.Name AS Category \" & _"_s,
-        u"\"FROM Categories INNER JOIN (Providers INNER JOIN (Channels INNER JOIN News ON "
-        u"Channels.ID = News.Channel) ON Providers.ID = Channels.Provider) ON Categories.ID = "
-        u"Channels.Category; \""_s,
+        u".CommandText = \""_s + statement.left(from) + u"\" & _"_s,
+        u"\""_s + statement.mid(from) + u"\""_s,
         u".AllowFiltering = True"_s,
         u".AllowGrouping = True"_s,
         u".AllowPropertyToolbox = True"_s,
