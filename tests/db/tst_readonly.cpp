@@ -147,8 +147,7 @@ void tst_ReadOnly::hostileTexts()
         if (route == Route::Command) {
             QString error;
             QVERIFY(!pivot::PivotLoader::load(connection, text, {}, &error));
-            QVERIFY2(error.startsWith(u"statement refused"_s) || !error.isEmpty(),
-                     qPrintable(error));
+            QVERIFY(!error.isEmpty());
         } else {
             ChartControl chart;
             chart::NewsChartBuilder builder(chart);
