@@ -2,11 +2,10 @@
 
 #include "component/ThemeColors.h"
 #include "controls/DayAxisTicker.h"
+#include "controls/PlotExport.h"
 #include "newschart/ChartControl.h"
 
-#include <QFileInfo>
 #include <QHelpEvent>
-#include <QSvgGenerator>
 #include <QToolTip>
 
 #include <cmath>
@@ -510,40 +509,11 @@ bool ChartView::event(QEvent *event)
 
 bool ChartView::exportTo(const QString &path, QSize size, QString *error)
 {
-    const QString suffix = QFileInfo(path).suffix().toLower();
     m_exportSize = size;
     redraw();
-    const bool ok = write(path, suffix, size, error);
+    const QString title = m_control->LabelCount() ? m_control->Label(0)->Text : u"News Count"_s;
+    const bool ok = PlotExport::write(*this, path, size, title, error);
     m_exportSize = QSize();
     redraw();
-    return ok;
-}
-
-bool ChartView::write(const QString &path, const QString &suffix, QSize size, QString *error)
-{
-    bool ok = false;
-    if (suffix == u"png"_s) {
-        ok = savePng(path, size.width(), size.height());
-    } else if (suffix == u"pdf"_s) {
-        ok = savePdf(path, size.width(), size.height());
-    } else if (suffix == u"svg"_s) {
-        QSvgGenerator svg;
-        svg.setFileName(path);
-        svg.setSize(size);
-        svg.setViewBox(QRect(QPoint(0, 0), size));
-        svg.setTitle(m_control->LabelCount() ? m_control->Label(0)->Text : u"News Count"_s);
-        QCPPainter painter;
-        ok = painter.begin(&svg);
-        if (ok) {
-            toPainter(&painter, size.width(), size.height());
-            ok = painter.end();
-        }
-    } else {
-        if (error)
-            *error = u"unknown image format \"%1\": use .png, .svg or .pdf"_s.arg(suffix);
-        return false;
-    }
-    if (!ok && error)
-        *error = u"cannot write %1"_s.arg(path);
     return ok;
 }

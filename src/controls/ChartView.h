@@ -44,7 +44,6 @@ protected:
 private:
     // The size the chart is laid out for: the widget's, or an export's.
     QSize layoutSize() const;
-    bool write(const QString &path, const QString &suffix, QSize size, QString *error);
     void drawAxes();
     void drawSeries();
     void drawLines(bool filled, const std::vector<std::vector<double>> &values);
