@@ -1,5 +1,6 @@
 #include "ChartCommand.h"
 
+#include "OptionScan.h"
 #include "SizeOption.h"
 #include "base/Dates.h"
 #include "controls/ChartView.h"
@@ -142,10 +143,7 @@ namespace ChartCommand {
 
 bool needsWidgets(const QStringList &arguments)
 {
-    for (const QString &argument : arguments)
-        if (argument == u"--out"_s || argument.startsWith(u"--out="_s))
-            return true;
-    return false;
+    return optionGiven(arguments, u"out"_s);
 }
 
 int run(const QStringList &arguments)

@@ -1,10 +1,16 @@
 #include "PivotCommand.h"
 
+#include "OptionScan.h"
 #include "ProgressLine.h"
+#include "SizeOption.h"
+#include "controls/PivotChartView.h"
 #include "pivotviews/PivotAggregator.h"
+#include "pivotviews/PivotChartData.h"
+#include "pivotviews/PivotChartLayout.h"
 #include "pivotviews/PivotData.h"
 #include "pivotviews/PivotLayoutText.h"
 #include "pivotviews/PivotLoad.h"
+#include "pivotviews/PivotMemberParser.h"
 #include "pivotviews/PivotPage.h"
 #include "pivotviews/PivotPageRun.h"
 #include "pivotviews/PivotResult.h"
@@ -15,8 +21,10 @@
 
 #include <QCommandLineParser>
 #include <QEventLoop>
+#include <QFileInfo>
 
 #include <cstdio>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 using namespace qrt::pivot;
@@ -76,9 +84,94 @@ void applyStoredLayout(PivotView &view, const QString &connection)
                      qPrintable(outcome.text()));
 }
 
+struct ChartOptions
+{
+    QString path;
+    QSize size{592, 338}; // the chart tab at the window's design size
+    qrt::pivot::PivotChartLayout::Options options;
+    int plotAggregates = PivotChartData::FirstTotal;
+};
+
+// The layout and the chart keys the window's pivot chart restores, members
+// that no longer exist passed over.
+void applyStoredChartLayout(PivotView &view, ChartOptions &chart, bool typeGiven)
+{
+    namespace Layout = qrt::pivot::PivotChartLayout;
+    CAppSettings settings;
+    settings.Init(u"Koltrin"_s, u"Zorvane"_s);
+    const int type = chart.options.type;
+    chart.options = Layout::readOptions(settings);
+    if (typeGiven)
+        chart.options.type = type;
+    chart.plotAggregates = PivotChartData::AllTotals; // as the window's chart space
+    Layout::RestoreChartAxes(
+        settings, view, [](const PivotMembers &root, const QString &path, const QString &members) {
+            return PivotMemberParser().ParseMembers(root, path, members);
+        });
+}
+
+int writeChart(const PivotView &view, const ChartOptions &chart)
+{
+    PivotChartView plot;
+    plot.resize(chart.size);
+    plot.setChartType(chart.options.type);
+    plot.setLegendShown(chart.options.legend);
+    plot.setChartData(PivotChartData::from(PivotAggregator::run(view), chart.options.seriesByRows,
+                                           chart.plotAggregates));
+    QString why;
+    if (plot.exportTo(chart.path, chart.size, &why))
+        return 0;
+    std::fprintf(stderr, "zorvane-stats: %s\n", qPrintable(why));
+    return 1;
+}
+
+// The chart options of the command line, or nothing (with the reason
+// written) when one of them is malformed.
+std::optional<ChartOptions> chartOptions(const QCommandLineParser &parser)
+{
+    ChartOptions chart;
+    chart.path = parser.value(u"chart"_s);
+    const QString suffix = QFileInfo(chart.path).suffix().toLower();
+    if (suffix != u"png"_s && suffix != u"svg"_s && suffix != u"pdf"_s) {
+        std::fputs("zorvane-stats: --chart writes .png, .svg or .pdf\n", stderr);
+        return std::nullopt;
+    }
+    bool ok = true;
+    if (parser.isSet(u"type"_s))
+        chart.options.type = parser.value(u"type"_s).toInt(&ok);
+    if (!ok) {
+        std::fputs("zorvane-stats: --type takes a chart type number\n", stderr);
+        return std::nullopt;
+    }
+    if (parser.isSet(u"size"_s)) {
+        const auto size = parseSizeOption(parser.value(u"size"_s));
+        if (!size) {
+            std::fputs("zorvane-stats: --size takes WIDTHxHEIGHT in pixels, e.g. 592x338\n",
+                       stderr);
+            return std::nullopt;
+        }
+        chart.size = *size;
+    }
+    chart.options.seriesByRows = parser.isSet(u"series-by-rows"_s);
+    chart.options.legend = !parser.isSet(u"no-legend"_s);
+    if (parser.isSet(u"all-totals"_s))
+        chart.plotAggregates = PivotChartData::AllTotals;
+    return chart;
+}
+
+int printOrDraw(const PivotView &view, const QString &format, const ChartOptions *chart)
+{
+    return chart ? writeChart(view, *chart) : printGrid(view, format);
+}
+
 } // namespace
 
 namespace PivotCommand {
+
+bool needsWidgets(const QStringList &arguments)
+{
+    return optionGiven(arguments, u"chart"_s);
+}
 
 int run(const QStringList &arguments)
 {
@@ -97,13 +190,29 @@ int run(const QStringList &arguments)
         {u"command"_s, u"Another statement to pivot."_s, u"SQL"_s},
         {u"layout-from-settings"_s,
          u"The layout the window's pivot table restores (the stored STATMSTABLE values) "
-         "instead of --rows, --columns, --filter and --total."_s},
+         "instead of --rows, --columns, --filter and --total; with --chart, the layout and "
+         "chart keys of the window's pivot chart (STATMSCHART)."_s},
+        {u"chart"_s, u"Draw the chart of the layout to an image: .png, .svg or .pdf."_s, u"FILE"_s},
+        {u"type"_s,
+         u"Chart type by number (default 7, line with markers; 0 columns, 3 bars, "
+         "6 lines, 18 pie, 29 area, 32 doughnut, ...)."_s,
+         u"N"_s},
+        {u"size"_s, u"Chart size in pixels (default 592x338)."_s, u"WxH"_s},
+        {u"series-by-rows"_s, u"Series from the row members, categories from the columns."_s},
+        {u"all-totals"_s, u"Plot every total, not only the first."_s},
+        {u"no-legend"_s, u"Leave out the legend."_s},
     });
     parser.process(arguments);
     const QString format = parser.value(u"format"_s);
     if (parser.positionalArguments().size() != 2 || (format != u"csv"_s && format != u"json"_s)) {
         std::fputs(qPrintable(parser.helpText()), stderr);
         return 2;
+    }
+    std::optional<ChartOptions> chart;
+    if (parser.isSet(u"chart"_s)) {
+        chart = chartOptions(parser);
+        if (!chart)
+            return 2;
     }
     const std::shared_ptr<const PivotData> data =
         load(parser.positionalArguments().at(1),
@@ -113,14 +222,17 @@ int run(const QStringList &arguments)
     PivotView view(data);
     try {
         if (parser.isSet(u"layout-from-settings"_s)) {
-            applyStoredLayout(view, parser.positionalArguments().at(1));
-            return printGrid(view, format);
+            if (chart)
+                applyStoredChartLayout(view, *chart, parser.isSet(u"type"_s));
+            else
+                applyStoredLayout(view, parser.positionalArguments().at(1));
+            return printOrDraw(view, format, chart ? &*chart : nullptr);
         }
         PivotLayoutText::applyFieldSets(view, view.FilterAxis(), parser.value(u"filter"_s));
         PivotLayoutText::applyFieldSets(view, view.RowAxis(), parser.value(u"rows"_s));
         PivotLayoutText::applyFieldSets(view, view.ColumnAxis(), parser.value(u"columns"_s));
         PivotLayoutText::applyTotals(view, parser.value(u"total"_s));
-        return printGrid(view, format);
+        return printOrDraw(view, format, chart ? &*chart : nullptr);
     } catch (const PivotError &error) {
         std::fprintf(stderr, "zorvane-stats: %s\n", qPrintable(error.description));
         return 2;

@@ -37,45 +37,50 @@ void chooseOffscreenWithoutDisplay()
         qputenv("QT_QPA_PLATFORM", "offscreen");
 }
 
-// The commands that need no window run without a GUI application.
+// The commands that need no window run without a GUI application, unless
+// their arguments ask for a picture.
 struct Command
 {
     const char *name;
     int (*run)(const QStringList &arguments);
+    bool (*needsWidgets)(const QStringList &arguments);
 };
 
-constexpr Command kWindowlessCommands[] = {
-    {"demo-db", &DemoDbCommand::run},
-    {"pivot", &PivotCommand::run},
-    {"settings", &SettingsCommand::run},
+constexpr Command kCommands[] = {
+    {"chart", &ChartCommand::run, &ChartCommand::needsWidgets},
+    {"demo-db", &DemoDbCommand::run, nullptr},
+    {"pivot", &PivotCommand::run, &PivotCommand::needsWidgets},
+    {"settings", &SettingsCommand::run, nullptr},
 };
+
+const Command *commandOf(int argc, char *argv[])
+{
+    for (const Command &command : kCommands)
+        if (argc > 1 && std::strcmp(argv[1], command.name) == 0)
+            return &command;
+    return nullptr;
+}
+
+QStringList argumentsOf(int argc, char *argv[])
+{
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    return arguments;
+}
 
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    for (const Command &command : kWindowlessCommands) {
-        if (argc > 1 && std::strcmp(argv[1], command.name) == 0) {
-            QCoreApplication app(argc, argv);
-            nameApplication();
-            return command.run(QCoreApplication::arguments());
-        }
+    const Command *command = commandOf(argc, argv);
+    if (command && (!command->needsWidgets || !command->needsWidgets(argumentsOf(argc, argv)))) {
+        QCoreApplication app(argc, argv);
+        nameApplication();
+        return command->run(QCoreApplication::arguments());
     }
     chooseOffscreenWithoutDisplay();
-    if (argc > 1 && std::strcmp(argv[1], "chart") == 0) {
-        QStringList arguments;
-        for (int i = 0; i < argc; ++i)
-            arguments << QString::fromLocal8Bit(argv[i]);
-        if (!ChartCommand::needsWidgets(arguments)) {
-            QCoreApplication app(argc, argv);
-            nameApplication();
-            return ChartCommand::run(QCoreApplication::arguments());
-        }
-        QApplication app(argc, argv);
-        nameApplication();
-        return ChartCommand::run(QCoreApplication::arguments());
-    }
     QApplication app(argc, argv);
     nameApplication();
-    return OpenCommand::run(QCoreApplication::arguments());
+    return (command ? command->run : &OpenCommand::run)(QCoreApplication::arguments());
 }

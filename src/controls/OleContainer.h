@@ -15,6 +15,8 @@ public:
     // False, and the container unchanged, when no class has the name.
     bool CreateEmbed(const QString &sourceDoc, const QString &className);
     void Delete();
+    // The embedded object; null when there is none.
+    QWidget *object() const { return m_object; }
 
 private:
     QPointer<QWidget> m_object;

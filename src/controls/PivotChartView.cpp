@@ -555,6 +555,8 @@ QString PivotChartView::toolTipAt(const QPointF &pos) const
 void PivotChartView::mouseMoveEvent(QMouseEvent *event)
 {
     QCustomPlot::mouseMoveEvent(event);
+    if (!m_screenTips)
+        return;
     const QString tip = toolTipAt(event->position());
     if (tip.isEmpty())
         QToolTip::hideText();

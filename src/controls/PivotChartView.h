@@ -48,6 +48,8 @@ public:
 
     // The screen tip at a point of the widget; empty where no value is.
     QString toolTipAt(const QPointF &pos) const;
+    // Whether the mouse brings the screen tips up (it does by default).
+    void setScreenTipsShown(bool shown) { m_screenTips = shown; }
 
     // The colour of a series, or of a category's slice in a pie.
     static QColor paletteColor(int index);
@@ -84,6 +86,7 @@ private:
     qrt::pivot::PivotChartData m_data;
     int m_type = PivotChartTypes::DefaultType;
     bool m_legendShown = true;
+    bool m_screenTips = true;
     PivotChartAxes *m_axes;
     QCPBarsGroup *m_barsGroup;
     QCPLayoutGrid *m_legendColumn;

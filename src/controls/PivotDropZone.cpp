@@ -69,6 +69,8 @@ void PivotDropZone::setDropTarget(bool target)
 
 QString PivotDropZone::hintText() const
 {
+    if (!m_hintText.isEmpty())
+        return m_hintText;
     switch (m_kind) {
     case Kind::Filter:
         return tr("Drop Filter Fields Here");
@@ -80,6 +82,13 @@ QString PivotDropZone::hintText() const
         break;
     }
     return tr("Drop Totals Here");
+}
+
+void PivotDropZone::setHintText(const QString &text)
+{
+    m_hintText = text;
+    m_hint->setText(hintText());
+    setToolTip(hintText());
 }
 
 void PivotDropZone::setView(PivotView *view)

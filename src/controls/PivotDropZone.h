@@ -38,6 +38,9 @@ public:
     // Marks the zone as where a drag in progress would drop.
     void setDropTarget(bool target);
     QString hintText() const;
+    // What the empty zone says instead of the axis's own hint, as a chart
+    // names its row and column areas by what they give it.
+    void setHintText(const QString &text);
     // The width that shows every caption in full.
     int preferredWidth() const;
     QSize sizeHint() const override;
@@ -76,6 +79,7 @@ private:
     void elideCaptions();
 
     Kind m_kind;
+    QString m_hintText; // before m_hint, which is made with the hint
     qrt::pivot::PivotView *m_view = nullptr;
     bool m_filtering = true;
     QHBoxLayout *m_layout;

@@ -5,9 +5,10 @@
 #include "controls/PivotFieldList.h"
 #include "controls/PivotGrid.h"
 #include "controls/PivotHeaderView.h"
+#include "controls/PivotIcons.h"
+#include "controls/PivotLoadPanel.h"
 #include "controls/PivotMemberFilter.h"
 #include "pivotviews/PivotGridModel.h"
-#include "pivotviews/PivotLoad.h"
 #include "pivotviews/PivotTableScriptObject.h"
 #include "pivotviews/PivotView.h"
 #include "pivotviews/ScriptValue.h"
@@ -22,8 +23,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPainter>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QSaveFile>
 #include <QSplitter>
@@ -41,91 +40,6 @@ namespace {
 constexpr int kPollMs = 150;
 
 const QColor kPage(u"beige"_s);
-
-// Small drawn images, so the tool bar needs no image files.
-QIcon drawnIcon(const std::function<void(QPainter &)> &draw)
-{
-    QPixmap pixmap(32, 32);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.scale(2, 2);
-    painter.setPen(QPen(QColor(0x30, 0x30, 0x30), 1.2));
-    draw(painter);
-    return QIcon(pixmap);
-}
-
-QIcon textIcon(const QString &text, int pixelSize = 10)
-{
-    return drawnIcon([&](QPainter &p) {
-        QFont font = p.font();
-        font.setPixelSize(pixelSize);
-        font.setBold(true);
-        p.setFont(font);
-        p.drawText(QRect(0, 0, 16, 16), Qt::AlignCenter, text);
-    });
-}
-
-QIcon sortIcon(bool ascending)
-{
-    return drawnIcon([&](QPainter &p) {
-        QFont font = p.font();
-        font.setPixelSize(7);
-        font.setBold(true);
-        p.setFont(font);
-        p.drawText(QRect(0, 0, 9, 8), Qt::AlignCenter, ascending ? u"A"_s : u"Z"_s);
-        p.drawText(QRect(0, 8, 9, 8), Qt::AlignCenter, ascending ? u"Z"_s : u"A"_s);
-        p.drawLine(QPointF(12.5, 2), QPointF(12.5, 14));
-        p.drawLine(QPointF(12.5, 14), QPointF(10, 11));
-        p.drawLine(QPointF(12.5, 14), QPointF(15, 11));
-    });
-}
-
-QIcon boxIcon(bool plus)
-{
-    return drawnIcon([&](QPainter &p) {
-        p.drawRect(QRectF(2.5, 2.5, 11, 11));
-        p.drawLine(QPointF(5, 8), QPointF(11, 8));
-        if (plus)
-            p.drawLine(QPointF(8, 5), QPointF(8, 11));
-    });
-}
-
-QIcon funnelIcon()
-{
-    return drawnIcon([](QPainter &p) {
-        const QPointF points[] = {{2, 3}, {14, 3}, {9.5, 8.5}, {9.5, 14}, {6.5, 12}, {6.5, 8.5}};
-        p.setBrush(QColor(0x6F, 0x8F, 0xCF));
-        p.drawPolygon(points, 6);
-    });
-}
-
-QIcon listIcon()
-{
-    return drawnIcon([](QPainter &p) {
-        p.drawRect(QRectF(2.5, 1.5, 11, 13));
-        for (double y : {5.0, 8.0, 11.0})
-            p.drawLine(QPointF(5, y), QPointF(11, y));
-    });
-}
-
-QIcon copyIcon()
-{
-    return drawnIcon([](QPainter &p) {
-        p.setBrush(Qt::white);
-        p.drawRect(QRectF(2.5, 2.5, 8, 9));
-        p.drawRect(QRectF(5.5, 5.5, 8, 9));
-    });
-}
-
-QIcon gearIcon()
-{
-    return drawnIcon([](QPainter &p) {
-        p.drawRect(QRectF(2.5, 2.5, 11, 11));
-        p.drawLine(QPointF(5, 6), QPointF(11, 6));
-        p.drawLine(QPointF(5, 10), QPointF(9, 10));
-    });
-}
 
 const bool registeredAtLoad = (PivotTable::registerClasses(), true);
 
@@ -179,7 +93,9 @@ PivotTable::PivotTable(QWidget *parent)
     root->setSpacing(2);
     buildToolbar();
     root->addWidget(m_toolbar);
-    root->addWidget(buildLoadPanel());
+    m_loadPanel = new PivotLoadPanel(this);
+    connect(m_loadPanel, &PivotLoadPanel::ended, this, &PivotTable::loadFinished);
+    root->addWidget(m_loadPanel);
     m_message = new QLabel(this);
     m_message->setObjectName(u"messageLabel"_s);
     m_message->setWordWrap(true);
@@ -208,28 +124,6 @@ PivotTable::~PivotTable()
 {
     // The widgets let go of the view before it goes.
     m_grid->setView(nullptr);
-}
-
-QWidget *PivotTable::buildLoadPanel()
-{
-    m_loadPanel = new QFrame(this);
-    m_loadPanel->setObjectName(u"loadPanel"_s);
-    auto *loadLayout = new QHBoxLayout(m_loadPanel);
-    loadLayout->setContentsMargins(6, 2, 6, 2);
-    m_loadLabel = new QLabel(tr("Loading..."), m_loadPanel);
-    m_progress = new QProgressBar(m_loadPanel);
-    m_progress->setObjectName(u"loadProgress"_s);
-    m_progress->setRange(0, 0);
-    m_progress->setTextVisible(false);
-    auto *cancel = new QPushButton(tr("&Cancel"), m_loadPanel);
-    cancel->setObjectName(u"cancelLoadButton"_s);
-    cancel->setToolTip(tr("Stop reading the data"));
-    connect(cancel, &QPushButton::clicked, this, &PivotTable::cancelLoad);
-    loadLayout->addWidget(m_loadLabel);
-    loadLayout->addWidget(m_progress, 1);
-    loadLayout->addWidget(cancel);
-    m_loadPanel->hide();
-    return m_loadPanel;
 }
 
 // The drop zones around the grid on the left, the field list and the
@@ -311,33 +205,33 @@ void PivotTable::buildToolbar()
         connect(action, &QAction::triggered, this, slot);
         return action;
     };
-    add(u"sortAscendingAction"_s, sortIcon(true), tr("Sort &Ascending"),
+    add(u"sortAscendingAction"_s, PivotIcons::sort(true), tr("Sort &Ascending"),
         QKeySequence(u"Ctrl+Shift+Up"_s), [this] { sort(Qt::AscendingOrder); });
-    add(u"sortDescendingAction"_s, sortIcon(false), tr("Sort &Descending"),
+    add(u"sortDescendingAction"_s, PivotIcons::sort(false), tr("Sort &Descending"),
         QKeySequence(u"Ctrl+Shift+Down"_s), [this] { sort(Qt::DescendingOrder); });
     m_toolbar->addSeparator();
     m_filterAction =
-        add(u"filterAction"_s, funnelIcon(), tr("&Filter"), QKeySequence(u"Ctrl+Shift+F"_s),
+        add(u"filterAction"_s, PivotIcons::filter(), tr("&Filter"), QKeySequence(u"Ctrl+Shift+F"_s),
             [this](bool on) { setAllowFiltering(on); });
     m_filterAction->setCheckable(true);
     m_filterAction->setChecked(m_allowFiltering);
     m_toolbar->addSeparator();
-    add(u"expandAllAction"_s, boxIcon(true), tr("&Expand All"), QKeySequence(u"Ctrl+Shift+E"_s),
-        [this] { m_grid->gridModel()->expandAll(true); });
-    add(u"collapseAllAction"_s, boxIcon(false), tr("C&ollapse All"),
+    add(u"expandAllAction"_s, PivotIcons::expand(true), tr("&Expand All"),
+        QKeySequence(u"Ctrl+Shift+E"_s), [this] { m_grid->gridModel()->expandAll(true); });
+    add(u"collapseAllAction"_s, PivotIcons::expand(false), tr("C&ollapse All"),
         QKeySequence(u"Ctrl+Shift+H"_s), [this] { m_grid->gridModel()->expandAll(false); });
-    m_subtotalsAction = add(u"subtotalsAction"_s, textIcon(u"\u03A3"_s, 13), tr("&Subtotals"),
+    m_subtotalsAction = add(u"subtotalsAction"_s, PivotIcons::subtotals(), tr("&Subtotals"),
                             QKeySequence(u"Ctrl+Shift+S"_s),
                             [this](bool on) { m_grid->gridModel()->setSubtotalsShown(on); });
     m_subtotalsAction->setCheckable(true);
     m_subtotalsAction->setChecked(true);
     m_toolbar->addSeparator();
     m_fieldListAction =
-        add(u"fieldListAction"_s, listIcon(), tr("Field &List"), QKeySequence(u"Ctrl+Shift+L"_s),
-            [this](bool on) { setDisplayFieldList(on); });
+        add(u"fieldListAction"_s, PivotIcons::fieldList(), tr("Field &List"),
+            QKeySequence(u"Ctrl+Shift+L"_s), [this](bool on) { setDisplayFieldList(on); });
     m_fieldListAction->setCheckable(true);
     m_fieldListAction->setChecked(m_displayFieldList);
-    m_toolboxAction = add(u"propertiesAction"_s, gearIcon(), tr("&Properties"),
+    m_toolboxAction = add(u"propertiesAction"_s, PivotIcons::properties(), tr("&Properties"),
                           QKeySequence(u"Ctrl+Shift+P"_s), [this] { updateSidePanel(); });
     m_toolboxAction->setCheckable(true);
     m_toolbar->addSeparator();
@@ -345,7 +239,7 @@ void PivotTable::buildToolbar()
         QKeySequence(Qt::Key_F5), [this] { Refresh(); });
     add(u"exportAction"_s, style()->standardIcon(QStyle::SP_DialogSaveButton),
         tr("E&xport to CSV..."), QKeySequence(u"Ctrl+Shift+X"_s), [this] { exportToFile(); });
-    add(u"copyAction"_s, copyIcon(), tr("&Copy"), QKeySequence(u"Ctrl+Shift+C"_s),
+    add(u"copyAction"_s, PivotIcons::copy(), tr("&Copy"), QKeySequence(u"Ctrl+Shift+C"_s),
         [this] { copyToClipboard(); });
 }
 
@@ -484,7 +378,7 @@ void PivotTable::setCommandText(const QString &commandText)
 
 bool PivotTable::isLoading() const
 {
-    return m_loadPanel->isVisibleTo(this);
+    return m_loadPanel->isLoading();
 }
 
 void PivotTable::Refresh()
@@ -496,7 +390,6 @@ void PivotTable::startLoad()
 {
     if (m_connectionString.isEmpty() || m_commandText.isEmpty())
         return;
-    delete m_load; // gives up the claim on a load still running
     // A member filter open on the old view would outlive it.
     for (PivotMemberFilter *filter : findChildren<PivotMemberFilter *>())
         filter->close();
@@ -508,25 +401,7 @@ void PivotTable::startLoad()
     m_view.reset();
     m_loadError.clear();
     m_message->hide();
-    m_load = new PivotLoad(m_connectionString, m_commandText, this);
-    m_loadLabel->setText(tr("Loading..."));
-    connect(m_load, &PivotLoad::progress, this,
-            [this](qint64 rows) { m_loadLabel->setText(tr("Loading... %L1 rows").arg(rows)); });
-    connect(m_load, &PivotLoad::finished, this, &PivotTable::loadFinished);
-    m_loadPanel->show();
-}
-
-void PivotTable::cancelLoad()
-{
-    // A cancelled load says nothing more: the table ends the wait itself.
-    if (!m_load)
-        return;
-    m_load->cancel();
-    m_load->deleteLater();
-    m_load = nullptr;
-    m_loadPanel->hide();
-    showLoadError(tr("Loading was cancelled."));
-    Q_EMIT loaded();
+    m_loadPanel->start(m_connectionString, m_commandText);
 }
 
 void PivotTable::showLoadError(const QString &error)
@@ -536,24 +411,17 @@ void PivotTable::showLoadError(const QString &error)
     m_message->show();
 }
 
+// A load that failed or was cancelled ends the wait too, without data.
 void PivotTable::loadFinished()
 {
-    m_loadPanel->hide();
-    PivotLoad *load = m_load;
-    if (!load)
-        return;
-    std::shared_ptr<const PivotData> data = load->data();
-    if (!data) {
-        showLoadError(load->error());
-        load->deleteLater();
-        Q_EMIT loaded(); // the wait is over, without data
-        return;
+    if (std::shared_ptr<const PivotData> data = m_loadPanel->data()) {
+        m_view = std::make_unique<PivotView>(std::move(data));
+        m_grid->setView(m_view.get());
+        showLayout();
+        m_poll->start();
+    } else {
+        showLoadError(m_loadPanel->error());
     }
-    m_view = std::make_unique<PivotView>(std::move(data));
-    load->deleteLater();
-    m_grid->setView(m_view.get());
-    showLayout();
-    m_poll->start();
     Q_EMIT loaded();
 }
 

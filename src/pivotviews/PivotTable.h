@@ -24,19 +24,17 @@
 
 class QAction;
 class QComboBox;
-class QFrame;
 class QLabel;
 class QLineEdit;
-class QProgressBar;
 class QSplitter;
 class QTimer;
 class QToolBar;
 class PivotDropZone;
 class PivotFieldList;
 class PivotGrid;
+class PivotLoadPanel;
 
 namespace qrt::pivot {
-class PivotLoad;
 class PivotTableScriptObject;
 class PivotTotal;
 class PivotView;
@@ -120,13 +118,11 @@ protected:
 
 private:
     void buildToolbar();
-    QWidget *buildLoadPanel();
     QWidget *buildSplitter();
     void fitRowZone();
     QWidget *buildPropertyToolbox();
     void startLoad();
     void loadFinished();
-    void cancelLoad();
     void showLoadError(const QString &error);
     void showLayout();
     void pollLayout();
@@ -150,16 +146,13 @@ private:
     QString m_loadError;
 
     std::unique_ptr<qrt::pivot::PivotView> m_view;
-    QPointer<qrt::pivot::PivotLoad> m_load;
     ActiveDataObject m_activeData;
     std::shared_ptr<qrt::pivot::PivotTableScriptObject> m_script;
     quint64 m_shownVersion = 0;
     bool m_sized = false;
 
     QToolBar *m_toolbar = nullptr;
-    QFrame *m_loadPanel = nullptr;
-    QLabel *m_loadLabel = nullptr;
-    QProgressBar *m_progress = nullptr;
+    PivotLoadPanel *m_loadPanel = nullptr;
     QLabel *m_message = nullptr;
     QSplitter *m_splitter = nullptr;
     PivotDropZone *m_filterZone = nullptr;

@@ -19,8 +19,12 @@
 #include "newschart/NamedPeriod.h"
 #include "newschart/StatisticsStatement.h"
 #include "newschart/frmChart.h"
+#include "pivotviews/PivotChartLayout.h"
+#include "pivotviews/PivotChartSpace.h"
 #include "pivotviews/PivotLayoutCapture.h"
+#include "pivotviews/PivotMemberParser.h"
 #include "pivotviews/PivotPage.h"
+#include "pivotviews/PivotStatement.h"
 #include "pivotviews/WebBrowser.h"
 #include "settings/CAppSettings.h"
 #include "workspace/frmCalendar.h"
@@ -242,7 +246,8 @@ void frmCharts::Form_Load()
     fChart->DrawChart();
     if (IsPivotTableAvailable())
         ShowPivotTable();
-    CreateChartSpace();
+    if (CreateChartSpace())
+        InitPivotChart();
 }
 
 void frmCharts::Form_Unload()
@@ -272,6 +277,7 @@ void frmCharts::Form_Unload()
         return;
     SaveSettings();
     SavePivotChartLayout();
+    ChartSpace = nullptr;
     resumeNext([&] {
         if (WebBrowser1)
             PivotTableObject = WebBrowser1->Document().getElementById(u"PT"_s).object();
@@ -507,7 +513,77 @@ QString frmCharts::GetAdditionalScriptFunctions()
     return functions;
 }
 
-void frmCharts::SavePivotChartLayout() {}
+void frmCharts::InitPivotChart()
+{
+    ChartSpace = qobject_cast<PivotChartSpace *>(OLE1 ? OLE1->object() : nullptr);
+    if (!ChartSpace)
+        return;
+    PivotChartSpace &chart = *ChartSpace;
+    for (const char *flag : {"AllowFiltering", "AllowGrouping", "AllowLayoutEvents",
+                             "AllowPropertyToolbox", "AllowRenderEvents", "AllowScreenTipEvents",
+                             "AllowUISelection", "DisplayToolbar", "DisplayFieldList"})
+        chart.setProperty(flag, true);
+    resumeNext([&] { chart.Interior().SetSolid(u"Beige"_s); });
+    chart.border().setColor(14480885);
+    chart.setConnectionString(gConnectionString);
+    chart.setCommandText(qrt::pivot::pivotStatement());
+    chart.setPlotAllAggregates(1);
+    // The layout goes on the internal pivot table's view, which is there
+    // once the data is in; the chart space says so before it first draws.
+    if (chart.isLoading())
+        connect(&chart, &PivotChartSpace::loaded, this, &frmCharts::RestorePivotChartLayout,
+                Qt::SingleShotConnection);
+    else
+        RestorePivotChartLayout();
+}
+
+void frmCharts::RestorePivotChartLayout()
+{
+    namespace Layout = qrt::pivot::PivotChartLayout;
+    if (!gSettings || !ChartSpace || m_unloaded)
+        return;
+    const Layout::Options options = Layout::readOptions(*gSettings);
+    ChartSpace->setHasChartSpaceLegend(options.legend);
+    ChartSpace->Charts(0).setType(options.type);
+    ChartSpace->setHasSeriesByRows(options.seriesByRows);
+    if (PivotView *view = ChartSpace->InternalPivotTable().ActiveView())
+        Layout::RestoreChartAxes(
+            *gSettings, *view,
+            [this](const qrt::pivot::PivotMembers &root, const QString &memberspath,
+                   const QString &Members) { return ParseMembers(root, memberspath, Members); });
+}
+
+// A member that no longer exists reaches the error dialog: Abort leaves
+// with no members, Retry looks again, Ignore goes on with the next caption.
+std::vector<qrt::pivot::PivotMember> frmCharts::ParseMembers(const qrt::pivot::PivotMembers &root,
+                                                             const QString &memberspath,
+                                                             const QString &Members)
+{
+    ReportingFrame frame(u"QRT_StatCharts.frmCharts.ParseMembers"_s, gErrorHandler.get());
+    qrt::pivot::PivotMemberParser parser(
+        [&frame](const qrt::pivot::PivotMemberParser::Statement &statement) {
+            return frame.Run(statement);
+        });
+    std::vector<qrt::pivot::PivotMember> members = parser.ParseMembers(root, memberspath, Members);
+    frame.Leave();
+    return members;
+}
+
+// A chart whose data never came in has no layout of the user's: the stored
+// one stays as it is, its chart keys too.
+void frmCharts::SavePivotChartLayout()
+{
+    namespace Capture = qrt::pivot::PivotLayoutCapture;
+    namespace Layout = qrt::pivot::PivotChartLayout;
+    if (!gSettings || !ChartSpace)
+        return;
+    const PivotView *view = ChartSpace->InternalPivotTable().ActiveView();
+    if (!view)
+        return;
+    Layout::saveOptions(*gSettings, {ChartSpace->HasChartSpaceLegend(),
+                                     ChartSpace->Charts(0).Type(), ChartSpace->HasSeriesByRows()});
+    Capture::SaveViewLayout(*gSettings, Layout::Section, *view);
+}
 
 // A table whose page never loaded has no layout: the stored one stays.
 void frmCharts::SavePivotTableLayout()

@@ -10,14 +10,22 @@
 // series, filter), which shows at the next "Redraw Chart".
 
 #include "component/ChartWorkspace.h"
+#include "pivotviews/PivotMember.h"
 
 #include <QPointer>
+
+#include <vector>
+
+namespace qrt::pivot {
+class PivotMembers;
+}
 
 class QTabWidget;
 class ChartControl;
 class DockStudio;
 class OleContainer;
 class PageObject;
+class PivotChartSpace;
 class PopupWindow;
 class Tool;
 class WebBrowser;
@@ -41,6 +49,8 @@ public:
     QPointer<OleContainer> OLE1;
     // Page 2: the generated pivot page with the pivot table `PT`.
     QPointer<WebBrowser> WebBrowser1;
+    // The chart space of page 1, from its setup until the window unloads.
+    QPointer<PivotChartSpace> ChartSpace;
 
     bool isLoaded() const { return m_loaded; }
     frmProvChannels *filterPanel() const { return fProvChannels; }
@@ -78,6 +88,11 @@ private:
     void SavePivotChartLayout();
     void SavePivotTableLayout();
     bool CreateChartSpace();
+    void InitPivotChart();
+    void RestorePivotChartLayout();
+    std::vector<qrt::pivot::PivotMember> ParseMembers(const qrt::pivot::PivotMembers &root,
+                                                      const QString &memberspath,
+                                                      const QString &Members);
     ChartControl *chrtNews() const;
 
     frmProvChannels *fProvChannels = nullptr;

@@ -51,6 +51,8 @@ private Q_SLOTS:
     void demoDbKeepsExistingFile();
     void unreadableDatabaseSaidOnce_data();
     void unreadableDatabaseSaidOnce();
+    void pivotChartHeadless_data();
+    void pivotChartHeadless();
 
 private:
     QTemporaryDir m_home;
@@ -163,13 +165,48 @@ void tst_Host::unreadableDatabaseSaidOnce()
     file.write("not a database, just notes\n");
     file.close();
     const bool windowless = arguments.first() == u"chart"_s || arguments.first() == u"pivot"_s;
-    const Run result = run(windowless ? QStringList{arguments.first(), text}
-                                      : arguments + QStringList{text},
-                           m_env);
+    const Run result = run(
+        windowless ? QStringList{arguments.first(), text} : arguments + QStringList{text}, m_env);
     QCOMPARE(result.exitCode, exitCode);
     QStringList lines = result.err.split(u'\n', Qt::SkipEmptyParts);
     lines.removeIf([](const QString &l) { return l.startsWith(u"QStandardPaths:"_s); });
     QCOMPARE(lines, QStringList{line});
+}
+
+void tst_Host::pivotChartHeadless_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("file");
+    QTest::newRow("pie, sized") << QStringList{u"--type"_s, u"18"_s, u"--size"_s, u"800x500"_s} << 0
+                                << u"chart.png"_s;
+    QTest::newRow("stored layout, svg")
+        << QStringList{u"--layout-from-settings"_s} << 0 << u"chart.svg"_s;
+    QTest::newRow("by rows, pdf") << QStringList{u"--series-by-rows"_s, u"--rows"_s, u"Provider"_s}
+                                  << 0 << u"chart.pdf"_s;
+    QTest::newRow("unknown format") << QStringList() << 2 << u"chart.bmp"_s;
+    QTest::newRow("type no number") << QStringList{u"--type"_s, u"pie"_s} << 2 << u"chart.png"_s;
+}
+
+// The pivot chart drawn without a window: the file in the format asked
+// for, at the size asked for; bad options refused before anything loads.
+void tst_Host::pivotChartHeadless()
+{
+    QFETCH(QStringList, options);
+    QFETCH(int, exitCode);
+    QFETCH(QString, file);
+    const QString db = m_home.filePath(u"pivot.db"_s);
+    if (!QFile::exists(db))
+        QCOMPARE(run({u"demo-db"_s, db, u"--items"_s, u"500"_s}, m_env).exitCode, 0);
+    const QString out = m_home.filePath(file);
+    QFile::remove(out);
+    const Run r = run(QStringList{u"pivot"_s, db, u"--chart"_s, out} + options, m_env);
+    QVERIFY2(r.exitCode == exitCode, qPrintable(r.err));
+    QCOMPARE(QFile::exists(out), exitCode == 0);
+    if (file.endsWith(u".png"_s) && exitCode == 0)
+        QCOMPARE(QImage(out).size(), QSize(800, 500));
+    else if (exitCode == 0)
+        QVERIFY(QFileInfo(out).size() > 1000);
 }
 
 QTEST_GUILESS_MAIN(tst_Host)

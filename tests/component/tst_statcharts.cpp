@@ -6,6 +6,7 @@
 #include "component/ThemeColors.h"
 #include "component/modUtils.h"
 #include "db/Connection.h"
+#include "pivotviews/PivotChartSpace.h"
 #include "pivotviews/PivotTable.h"
 #include "settings/CAppSettings.h"
 #include "settings/SettingsStore.h"
@@ -163,10 +164,14 @@ void tst_statCharts::accessKeysAndProbes()
 {
     QFETCH(QStringList, registered);
     QFETCH(QStringList, pagesLeft);
-    // The real pivot table registers itself when the library loads; each row
-    // offers only the classes it names.
+    // The real pivot views register themselves when the library loads; each
+    // row offers only the classes it names.
     PivotTable::unregisterClasses();
-    auto reregister = qScopeGuard([] { PivotTable::registerClasses(); });
+    PivotChartSpace::unregisterClasses();
+    auto reregister = qScopeGuard([] {
+        PivotTable::registerClasses();
+        PivotChartSpace::registerClasses();
+    });
     for (const QString &name : registered)
         EmbeddableClasses::registerClass(name, [](QWidget *parent) { return new QWidget(parent); });
     auto unregister = qScopeGuard([&] {

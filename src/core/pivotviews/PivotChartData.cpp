@@ -72,8 +72,8 @@ PivotChartData PivotChartData::from(const PivotResult &result, bool seriesByRows
     const Nodes &seriesNodes = seriesByRows ? result.rowNodes() : result.columnNodes();
     const std::vector<int> categories = leaves(categoryNodes);
     const std::vector<int> series = leaves(seriesNodes);
-    const int totals = plotAggregates == FirstTotal ? std::min(result.totalCount(), 1)
-                                                    : result.totalCount();
+    const int totals =
+        plotAggregates == FirstTotal ? std::min(result.totalCount(), 1) : result.totalCount();
     for (int node : categories)
         chart.categories.push_back(result.path(categoryNodes, node));
     chart.categoryTitle = levelTitle(categoryNodes, categories);

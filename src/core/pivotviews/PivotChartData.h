@@ -28,7 +28,7 @@ struct PivotChartData
     {
         QStringList path; // the member's captions, outermost first; empty for the grand total
         int total = 0;
-        QString name;     // as the legend shows it
+        QString name;                              // as the legend shows it
         std::vector<std::optional<double>> values; // one per category; empty: nothing there
     };
 

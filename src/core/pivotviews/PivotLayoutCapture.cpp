@@ -105,14 +105,18 @@ QString GetMemberPath(const PivotMember &member)
     return GetMemberPath(member.ParentMember()) + kPathSeparator + caption;
 }
 
-void SavePivotTableLayout(const CAppSettings &settings, const PivotView &view)
+void SaveViewLayout(const CAppSettings &settings, const QString &section, const PivotView &view)
 {
-    const QString section = u"STATMSTABLE"_s;
     SaveAxisLayout(settings, section, view.FilterAxis(), u"FILTER"_s);
     SaveAxisLayout(settings, section, view.RowAxis(), u"ROW"_s);
     SaveAxisLayout(settings, section, view.ColumnAxis(), u"COLUMN"_s);
     SaveAxisLayout(settings, section, view.DataAxis(), u"DATA"_s);
     SaveTotalsLayout(settings, section, view);
+}
+
+void SavePivotTableLayout(const CAppSettings &settings, const PivotView &view)
+{
+    SaveViewLayout(settings, u"STATMSTABLE"_s, view);
 }
 
 } // namespace qrt::pivot::PivotLayoutCapture

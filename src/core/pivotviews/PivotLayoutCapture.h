@@ -47,6 +47,9 @@ void SaveTotalsLayout(const CAppSettings &settings, const QString &section, cons
 // for a null member, which no walk up from a real member reaches.
 QString GetMemberPath(const PivotMember &member);
 
+// The filter, row, column and data axes, then the totals.
+void SaveViewLayout(const CAppSettings &settings, const QString &section, const PivotView &view);
+
 // The pivot table's whole layout into "STATMSTABLE": the filter, row,
 // column and data axes, then the totals.
 void SavePivotTableLayout(const CAppSettings &settings, const PivotView &view);
