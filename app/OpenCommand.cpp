@@ -5,12 +5,15 @@
 #include "SizeOption.h"
 #include "db/Connection.h"
 #include "db/Recordset.h"
+#include "errors/frmErrorMessage.h"
 
 #include <qrt/statCharts.h>
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDeadlineTimer>
+#include <QAbstractButton>
+#include <QDialog>
 #include <QEventLoop>
 #include <QFileInfo>
 #include <QHash>
@@ -79,26 +82,54 @@ void settle()
     loop.exec();
 }
 
-// The pivot page of a window runs its script once the table's data is in,
-// after the window has shown: the picture waits for it, within reason. The
-// page host "WebBrowser1" says so by its property "busy" and its signal
-// scriptFinished().
+// The pivot views load their data after the window has shown, and the
+// pivot page runs its script then: the picture waits for them, within
+// reason. The page host "WebBrowser1" says so by its property "busy", the
+// chart space "PivotChartSpace" by "loading".
 void waitForPages(const QList<QPointer<QWidget>> &windows)
 {
     const QDeadlineTimer deadline(kPageWaitMs);
-    for (const auto &window : windows) {
-        if (!window)
-            continue;
-        for (QWidget *page : window->findChildren<QWidget *>(u"WebBrowser1"_s)) {
-            QPointer<QWidget> guard(page);
-            while (guard && guard->property("busy").toBool() && !deadline.hasExpired()) {
-                QEventLoop loop;
-                QObject::connect(page, SIGNAL(scriptFinished()), &loop, SLOT(quit()));
-                QTimer::singleShot(deadline.remainingTime(), &loop, &QEventLoop::quit);
-                loop.exec();
-            }
+    const auto busy = [&windows] {
+        for (const auto &window : windows) {
+            if (!window)
+                continue;
+            for (QWidget *page : window->findChildren<QWidget *>(u"WebBrowser1"_s))
+                if (page->property("busy").toBool())
+                    return true;
+            for (QWidget *chart : window->findChildren<QWidget *>(u"PivotChartSpace"_s))
+                if (chart->property("loading").toBool())
+                    return true;
         }
+        return false;
+    };
+    while (busy() && !deadline.hasExpired()) {
+        QEventLoop loop;
+        QTimer::singleShot(20, &loop, &QEventLoop::quit);
+        loop.exec();
     }
+}
+
+// Without a display nobody can answer a dialog: an error dialog (a stored
+// pivot member that no longer exists, say) is answered with Ignore, as a
+// user who wants the rest of the window would, and any other is closed.
+// Standard error says what it was.
+void answerDialogsHeadless(QObject *owner)
+{
+    auto *watch = new QTimer(owner);
+    QObject::connect(watch, &QTimer::timeout, [] {
+        auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+        if (!dialog || !dialog->isVisible())
+            return;
+        const auto *form = qobject_cast<frmErrorMessage *>(dialog);
+        std::fprintf(stderr, "zorvane-stats: no display to answer \"%s\"%s%s\n",
+                     qPrintable(dialog->windowTitle()), form ? ", ignored: " : "",
+                     form ? qPrintable(form->ErrorMessage().simplified()) : "");
+        if (auto *ignore = dialog->findChild<QAbstractButton *>(u"btnIgnore"_s))
+            ignore->click();
+        else
+            dialog->reject();
+    });
+    watch->start(50);
 }
 
 // The pages of the window's tabs, by the names --tab takes, and the
@@ -187,6 +218,8 @@ int run(const QStringList &arguments)
         std::fputs("zorvane-stats: --tab takes chart, pivot-chart or pivot-table\n", stderr);
         return 2;
     }
+    if (headless())
+        answerDialogsHeadless(QCoreApplication::instance());
     statCharts charts;
     charts.ConnectionString(connection);
     QList<QPointer<QWidget>> windows;

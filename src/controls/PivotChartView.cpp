@@ -34,6 +34,35 @@ constexpr std::array<QCPScatterStyle::ScatterShape, 6> kMarkers{
 // A legend of up to this many entries sits in the chart's top right corner;
 // a longer one stands beside the chart.
 constexpr int kInsideLegendMax = 4;
+constexpr double kLegendShare = 0.4; // of the width, for a legend beside the chart
+
+// The last line of a legend without room for every series: how many more
+// there are, in the place of their keys.
+class CountLegendItem : public QCPAbstractLegendItem
+{
+public:
+    CountLegendItem(QCPLegend *parent, QString text)
+        : QCPAbstractLegendItem(parent)
+        , m_text(std::move(text))
+    {}
+
+protected:
+    void draw(QCPPainter *painter) override
+    {
+        painter->setFont(mParentLegend->font());
+        painter->setPen(mParentLegend->textColor());
+        painter->drawText(mRect, Qt::AlignLeft | Qt::AlignVCenter, m_text);
+    }
+    QSize minimumOuterSizeHint() const override
+    {
+        const QFontMetrics metrics(mParentLegend->font());
+        return QSize(metrics.horizontalAdvance(m_text), metrics.height()) +
+               QSize(mMargins.left() + mMargins.right(), mMargins.top() + mMargins.bottom());
+    }
+
+private:
+    QString m_text;
+};
 // Markers only where they leave room between them.
 constexpr double kMarkerRoom = 9.0;
 // Pixels between the legend in the corner and the values under it.
@@ -428,6 +457,22 @@ bool PivotChartView::legendBeside() const
     return entries > kInsideLegendMax || (entries > 0 && (full || m_pie));
 }
 
+// How many entries a legend beside the chart shows: the columns that fit
+// in its share of the width, each as full as the height allows.
+int PivotChartView::legendCapacity() const
+{
+    if (!legendBeside() || legend->wrap() <= 0)
+        return int(m_legendEntries.size());
+    const QFontMetrics metrics(legend->font());
+    int widest = 0;
+    for (const QCPAbstractPlottable *p : m_legendEntries)
+        widest = std::max(widest, metrics.horizontalAdvance(p->name()));
+    const int column = legend->iconSize().width() + legend->iconTextPadding() + widest +
+                       legend->columnSpacing() + 10;
+    const int columns = std::max(1, int(viewport().width() * kLegendShare) / column);
+    return std::max(2, columns * legend->wrap());
+}
+
 void PivotChartView::fillLegend()
 {
     legend->clearItems();
@@ -442,11 +487,19 @@ void PivotChartView::fillLegend()
     legend->setFillOrder(QCPLayoutGrid::foRowsFirst, false);
     if (legendEntryCount() == 0)
         return;
-    if (m_pie)
+    if (m_pie) {
         m_pie->addLegendItems(legend);
-    else
-        for (QCPAbstractPlottable *p : m_legendEntries)
-            legend->addItem(new QCPPlottableLegendItem(legend, p));
+    } else {
+        // Beside the chart the legend takes at most its share of the width;
+        // the series past that are counted on its last line.
+        const int shown = std::min(int(m_legendEntries.size()), legendCapacity());
+        const bool cut = shown < int(m_legendEntries.size());
+        for (int i = 0; i < (cut ? shown - 1 : shown); ++i)
+            legend->addItem(new QCPPlottableLegendItem(legend, m_legendEntries[size_t(i)]));
+        if (cut)
+            legend->addItem(new CountLegendItem(
+                legend, tr("+ %n more", nullptr, int(m_legendEntries.size()) - shown + 1)));
+    }
     // The layer clips a pixel above an item's bottom, where descenders reach.
     for (int i = 0; i < legend->itemCount(); ++i)
         if (QCPAbstractLegendItem *item = legend->item(i)) // wrapped columns leave cells empty

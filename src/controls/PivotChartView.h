@@ -76,6 +76,7 @@ private:
     bool leaveRoomForLegend();
     int legendEntryCount() const;
     bool legendBeside() const;
+    int legendCapacity() const;
     void fillLegend();
     void placeLegend();
     QCPAxis *categoryAxis(const PivotChartTypes::Form &form) const;

@@ -58,6 +58,8 @@ class PivotChartSpace : public QFrame
     Q_PROPERTY(int PlotAllAggregates READ PlotAllAggregates WRITE setPlotAllAggregates)
     Q_PROPERTY(bool HasChartSpaceLegend READ HasChartSpaceLegend WRITE setHasChartSpaceLegend)
     Q_PROPERTY(bool HasSeriesByRows READ HasSeriesByRows WRITE setHasSeriesByRows)
+    // Until loaded(): hosts that picture the window wait for it by name.
+    Q_PROPERTY(bool loading READ isLoading NOTIFY loaded)
 
 public:
     // The fill behind the chart, by colour name.
