@@ -158,6 +158,8 @@ void tst_statCharts::accessKeysAndProbes_data()
         << QStringList{u"elsBorder"_s, u"elstMSchart"_s, u"WebBrowser1"_s};
     QTest::newRow("chart only") << QStringList{u"OWC11.Chartspace"_s}
                                 << QStringList{u"elsBorder"_s, u"elstMSchart"_s};
+    QTest::newRow("table only") << QStringList{u"OWC11.PivotTable"_s}
+                                << QStringList{u"elsBorder"_s, u"WebBrowser1"_s};
 }
 
 void tst_statCharts::accessKeysAndProbes()
