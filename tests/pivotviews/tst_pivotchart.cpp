@@ -11,6 +11,7 @@
 #include "pivotviews/PivotAggregator.h"
 #include "pivotviews/PivotChartSpace.h"
 #include "pivotviews/PivotResult.h"
+#include "pivotviews/PivotTable.h"
 #include "pivotviews/PivotView.h"
 #include "settings/CAppSettings.h"
 #include "workspace/frmCharts.h"
@@ -218,6 +219,10 @@ void tst_PivotChart::missingFieldSetIsPassedOver()
     QCOMPARE(names(view->ColumnAxis()), QStringList{u"Provider"_s});
     QCOMPARE(names(view->FilterAxis()), QStringList{u"Channel"_s});
     QCOMPARE(view->DataAxis().Totals().Count(), 1);
+    // One load for both pivot views: the table's view stands on the same rows.
+    auto *table = w->findChild<PivotTable *>();
+    QTRY_VERIFY(table && table->ActiveView());
+    QCOMPARE(table->ActiveView()->data().get(), view->data().get());
     w->close();
 }
 
