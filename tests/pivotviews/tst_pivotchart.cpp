@@ -129,6 +129,7 @@ private Q_SLOTS:
     void layoutRoundTrip_data();
     void layoutRoundTrip();
     void missingFieldSetIsPassedOver();
+    void noChartSpaceStoresNothing();
     void missingMemberAsksTheUser_data();
     void missingMemberAsksTheUser();
     void drawnValuesMatchTheGrid();
@@ -224,6 +225,25 @@ void tst_PivotChart::missingFieldSetIsPassedOver()
     QTRY_VERIFY(table && table->ActiveView());
     QCOMPARE(table->ActiveView()->data().get(), view->data().get());
     w->close();
+}
+
+// Without the chart space's classes the window has no chart to capture:
+// the stored layout stays as it was, keys the capture would not write too.
+void tst_PivotChart::noChartSpaceStoresNothing()
+{
+    store(kStoredKeys);
+    PivotChartSpace::unregisterClasses();
+    auto reregister = qScopeGuard([] { PivotChartSpace::registerClasses(); });
+    QPointer<frmCharts> w = qobject_cast<frmCharts *>(m_charts->ShowChartForm());
+    QVERIFY(w);
+    w->setAttribute(Qt::WA_DeleteOnClose);
+    w->show();
+    QVERIFY(QTest::qWaitForWindowExposed(w));
+    QVERIFY(!w->findChild<PivotChartSpace *>());
+    w->close();
+    QTRY_VERIFY(!w);
+    for (const auto &[key, expected] : kStoredKeys)
+        QCOMPARE(stored(key), expected);
 }
 
 void tst_PivotChart::missingMemberAsksTheUser_data()
