@@ -7,6 +7,8 @@
 #include "base/ComponentError.h"
 #include "settings/CAppSettings.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -93,7 +95,7 @@ void tst_SettingsProcesses::init()
 
 void tst_SettingsProcesses::concurrentWritersLoseNothing()
 {
-    constexpr int writers = 4, keys = 100;
+    constexpr int writers = 10, keys = 100;
     std::vector<std::unique_ptr<QProcess>> processes;
     for (int w = 0; w < writers; ++w) {
         auto process = std::make_unique<QProcess>();
@@ -114,6 +116,9 @@ void tst_SettingsProcesses::concurrentWritersLoseNothing()
         for (int i = 0; i < keys; ++i)
             QCOMPARE(settings.GetSetting(u"RACE"_s, u"W%1_%2"_s.arg(w).arg(i)), QVariant(i));
     }
+    // No reader ever took the file for damaged while the writers were busy.
+    const QFileInfo file(m_home.userFile());
+    QCOMPARE(file.dir().entryList({file.fileName() + u".damaged-*"_s}), QStringList());
 }
 
 void tst_SettingsProcesses::killedWriterLeavesAWholeFile()
