@@ -9,10 +9,10 @@
 
 #include <qrt/statCharts.h>
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDeadlineTimer>
-#include <QAbstractButton>
 #include <QDialog>
 #include <QEventLoop>
 #include <QFileInfo>

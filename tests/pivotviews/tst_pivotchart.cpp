@@ -18,9 +18,14 @@
 
 #include <qrt/statCharts.h>
 
+#include <QAction>
+#include <QListWidget>
 #include <QPointer>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
+#include <QToolBar>
+#include <QToolButton>
 
 using namespace Qt::StringLiterals;
 using namespace qrt::pivot;
@@ -133,6 +138,7 @@ private Q_SLOTS:
     void missingMemberAsksTheUser_data();
     void missingMemberAsksTheUser();
     void drawnValuesMatchTheGrid();
+    void toolBarClicks();
 
 private:
     frmCharts *open();
@@ -328,6 +334,52 @@ void tst_PivotChart::drawnValuesMatchTheGrid()
             count.next());
     QCOMPARE(grid.value(0, 0, 0), std::optional<double>(count.value(0).toDouble()));
     w->close();
+}
+
+// The type picked in the gallery, the legend and the direction switched on
+// the tool bar: the chart shows them and the window stores them.
+void tst_PivotChart::toolBarClicks()
+{
+    store(kDefaultKeys);
+    QPointer<frmCharts> w = open();
+    QVERIFY(w);
+    auto *chart = w->findChild<PivotChartSpace *>();
+    auto *toolbar = chart->findChild<QToolBar *>(u"toolbar"_s);
+    const auto click = [toolbar, chart](const QString &action) {
+        QTest::mouseClick(toolbar->widgetForAction(chart->findChild<QAction *>(action)),
+                          Qt::LeftButton);
+    };
+    // The gallery's menu runs its own loop: the pick happens inside it.
+    auto *gallery = chart->findChild<QListWidget *>(u"chartTypeGallery"_s);
+    int pies = 0;
+    QTimer::singleShot(200, gallery, [gallery, &pies] {
+        const QList<QListWidgetItem *> items =
+            gallery->findItems(u"Exploded Pie"_s, Qt::MatchExactly);
+        pies = int(items.size());
+        if (gallery->isVisible() && pies == 1)
+            QTest::mouseClick(gallery->viewport(), Qt::LeftButton, {},
+                              gallery->visualItemRect(items[0]).center());
+    });
+    QTest::mouseClick(chart->findChild<QToolButton *>(u"chartTypeButton"_s), Qt::LeftButton);
+    QCOMPARE(pies, 1);
+    QTRY_VERIFY(!gallery->isVisible());
+    QCOMPARE(chart->Charts(0).Type(), 19);
+    QCOMPARE(chart->chartView()->chartType(), 19);
+    click(u"legendAction"_s);
+    QVERIFY(!chart->HasChartSpaceLegend());
+    QVERIFY(!chart->chartView()->legendShown());
+    click(u"seriesByRowsAction"_s);
+    QVERIFY(chart->HasSeriesByRows());
+    // By rows the months are the series: the pie's slices are the providers.
+    QCOMPARE(
+        chart->chartView()->chartData().categories.size(),
+        std::size_t(
+            chart->InternalPivotTable().ActiveView()->FieldSets(u"Provider"_s).Members().Count()));
+    w->close();
+    QTRY_VERIFY(!w);
+    QCOMPARE(stored(u"TYPE"_s), u"19"_s);
+    QCOMPARE(stored(u"LEGEND"_s), u"0"_s);
+    QCOMPARE(stored(u"SERIESBYROWS"_s), u"1"_s);
 }
 
 QTEST_MAIN(tst_PivotChart)
