@@ -17,7 +17,6 @@
 #include "pivotviews/ScriptPage.h"
 #include "pivotviews/ScriptPending.h"
 
-#include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -429,13 +428,12 @@ void tst_PageScript::hostileTexts()
 {
     QFETCH(QString, script);
     QFETCH(QString, expected);
-    QElapsedTimer timer;
-    timer.start();
+    // Each row ends by a limit of the interpreter (steps, depth, length),
+    // which its message names: a script cannot hang the page.
     ScriptInterpreter interpreter;
     const ScriptOutcome loaded = interpreter.load(script);
     const ScriptOutcome outcome = loaded.isFailed() ? loaded : interpreter.run(u"Main"_s);
     QCOMPARE(expected.startsWith(u"Line"_s) ? outcome.text() : outcome.message(), expected);
-    QVERIFY2(timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
 }
 
 QTEST_GUILESS_MAIN(tst_PageScript)
