@@ -253,6 +253,12 @@ QString toTimestampText(Date value)
            u':' + pad(f.minute, 2) + u':' + pad(f.second, 2);
 }
 
+QString toSortableText(Date value)
+{
+    const int msec = toFields(value).msec;
+    return msec ? toTimestampText(value) + u'.' + pad(msec, 3) : toTimestampText(value);
+}
+
 std::optional<Date> fromText(QStringView text)
 {
     return parse(text.utf16(), text.utf16() + text.size());

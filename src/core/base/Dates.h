@@ -49,6 +49,9 @@ QString toText(Date value);
 // Always "yyyy-MM-dd HH:mm:ss": the form SQLite keeps pubDate in, which sorts
 // and compares as text exactly as the dates do.
 QString toTimestampText(Date value);
+// The same with ".zzz" when the value has milliseconds: texts of this form
+// sort exactly as their dates do, and the whole seconds match CDate's text.
+QString toSortableText(Date value);
 // Reads every form toText writes, plus a 'T' separator, fractional seconds,
 // "HH:MM" without seconds and a zone after the time ("Z", "+02:00",
 // "-0500"). Anything else gives no value.
