@@ -14,6 +14,8 @@ private Q_SLOTS:
     void textForms();
     void invalidText_data();
     void invalidText();
+    void zoneIsNotApplied_data();
+    void zoneIsNotApplied();
     void everyDayReadsBack();
     void qtConversions_data();
     void qtConversions();
@@ -63,6 +65,33 @@ void tst_Dates::invalidText()
 {
     QFETCH(QString, text);
     QVERIFY(!dates::fromText(text).has_value());
+}
+
+void tst_Dates::zoneIsNotApplied_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("wallClock");
+    QTest::newRow("Z") << u"2025-01-01T10:00:00Z"_s << u"2025-01-01 10:00:00"_s;
+    QTest::newRow("+02:00 just after midnight")
+        << u"2025-01-02T00:30:00+02:00"_s << u"2025-01-02 00:30:00"_s;
+    QTest::newRow("-0500 late in the day")
+        << u"2025-01-01 23:30:00-0500"_s << u"2025-01-01 23:30:00"_s;
+    QTest::newRow("fraction and Z")
+        << u"2025-01-01T10:00:00.250Z"_s << u"2025-01-01 10:00:00.250"_s;
+    QTest::newRow("hours of an offset, no seconds")
+        << u"2025-01-01T10:00+02"_s << u"2025-01-01 10:00"_s;
+}
+
+// A zone only names the writer's clock: the value is the time as written.
+void tst_Dates::zoneIsNotApplied()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, wallClock);
+    const auto expected = dates::fromText(wallClock);
+    QVERIFY(expected.has_value());
+    QCOMPARE(dates::fromText(text), expected);
+    const QByteArray utf8 = text.toUtf8();
+    QCOMPARE(dates::fromText(std::string_view(utf8.constData(), utf8.size())), expected);
 }
 
 // Every caption of a period must read back to its own day, whatever the day.

@@ -133,6 +133,19 @@ const QList<Filter> &filters()
     return list;
 }
 
+// Items at the edges of the period 2005-01-01 to 2005-01-03, written with
+// the given separator and suffix: the first day's start, two times a zone
+// would move to another day, midnight after the last day (counted) and a
+// second later (not counted).
+QStringList edgeItems(const QString &separator, const QString &suffix)
+{
+    QStringList items;
+    for (const char *time : {"2005-01-01 00:00:00", "2005-01-02 23:30:00", "2005-01-03 00:30:00",
+                             "2005-01-04 00:00:00", "2005-01-04 00:00:01"})
+        items << QString::fromLatin1(time).replace(u' ', separator) + suffix + u"|1"_s;
+    return items;
+}
+
 } // namespace
 
 class tst_StatisticsEquality : public QObject
@@ -143,12 +156,17 @@ private Q_SLOTS:
     void initTestCase();
     void fastEqualsLiteral_data();
     void fastEqualsLiteral();
+    void isoForms_data();
+    void isoForms();
 
 private:
+    QString edgeDatabase(bool postgres, const QString &separator, const QString &suffix);
+
     QTemporaryDir m_dir;
     QMap<quint32, QString> m_sqlite;
     QMap<quint32, QString> m_postgres;
     QString m_postgresWhy;
+    int m_edgeFiles = 0;
     qrt::db::Connection m_connection;
 };
 
@@ -227,6 +245,70 @@ void tst_StatisticsEquality::fastEqualsLiteral()
     // The comparison covered drawn charts and empty ones alike.
     QVERIFY(drawn > 0);
     QVERIFY(empty > 0 || !filters()[filter].periodApplies);
+}
+
+// A database of edgeItems on one engine, or an empty string.
+QString tst_StatisticsEquality::edgeDatabase(bool postgres, const QString &separator,
+                                             const QString &suffix)
+{
+    const QStringList sql =
+        qrt::test::newsSchema(postgres) + qrt::test::newsInserts(edgeItems(separator, suffix));
+    const QString name = u"edges%1"_s.arg(++m_edgeFiles);
+    const QString connection =
+        postgres ? qrt::test::createPostgresDatabase(u"tst_chartequality_"_s + name, &m_postgresWhy)
+                 : m_dir.filePath(name + u".db"_s);
+    return !connection.isEmpty() && qrt::test::execAll(connection, sql) ? connection : QString();
+}
+
+void tst_StatisticsEquality::isoForms_data()
+{
+    QTest::addColumn<QString>("separator");
+    QTest::addColumn<QString>("suffix");
+    QTest::newRow("fraction") << u" "_s << u".000"_s;
+    QTest::newRow("T") << u"T"_s << QString();
+    QTest::newRow("Z") << u"T"_s << u"Z"_s;
+    QTest::newRow("+00:00") << u"T"_s << u"+00:00"_s;
+    QTest::newRow("-05:00") << u"T"_s << u"-05:00"_s;
+    QTest::newRow("fraction and +0200") << u" "_s << u".000+0200"_s;
+}
+
+// Every way of reading gives the chart of the same items written as CDate
+// writes them: each form counts on the day as written, within the bounds.
+void tst_StatisticsEquality::isoForms()
+{
+    QFETCH(QString, separator);
+    QFETCH(QString, suffix);
+    // The news scan, the joined scan and the literal statement on SQLite.
+    const std::pair<const Filter *, StatisticsMode> readings[] = {
+        {&filters()[0], StatisticsMode::Fastest},
+        {&filters()[3], StatisticsMode::Fastest},
+        {&filters()[0], StatisticsMode::Literal},
+    };
+    for (const bool postgres : {false, true}) {
+        const QString plain = edgeDatabase(postgres, u" "_s, QString());
+        const QString written = edgeDatabase(postgres, separator, suffix);
+        if (postgres && (plain.isEmpty() || written.isEmpty()))
+            QRT_SKIP_WITHOUT_POSTGRES(m_postgresWhy);
+        QVERIFY(!plain.isEmpty() && !written.isEmpty());
+        for (const auto &[filter, mode] : readings) {
+            const NewsChartQuery query{kFirstDay,
+                                       kFirstDay + 2,
+                                       filter->text,
+                                       qrt::chart::StatisticsStatement::ColumnsFor(2)->order,
+                                       2,
+                                       mode};
+            Drawing expected, actual;
+            expected.builder.ClearChart(query);
+            expected.builder.Build(m_connection, plain, query);
+            actual.builder.ClearChart(query);
+            actual.builder.Build(m_connection, written, query);
+            QCOMPARE(actual.builder.lastPath(), mode == StatisticsMode::Literal
+                                                    ? StatisticsPath::Literal
+                                                : postgres ? StatisticsPath::PostgresDaily
+                                                           : filter->sqlitePath);
+            QCOMPARE(fingerprint(actual), fingerprint(expected));
+        }
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_StatisticsEquality)

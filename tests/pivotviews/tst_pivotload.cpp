@@ -39,6 +39,18 @@ std::map<QString, double> countsByProvider(const std::shared_ptr<const PivotData
     return counts;
 }
 
+// A news database on either engine holding one item at each given time.
+QStringList newsAt(bool postgres, const QStringList &times)
+{
+    QStringList sql = qrt::test::newsTables(postgres);
+    sql << u"INSERT INTO Categories VALUES (1, 'World')"_s
+        << u"INSERT INTO Providers VALUES (1, 'Alpha')"_s
+        << u"INSERT INTO Channels VALUES (1, 'Alpha World', 1, 1)"_s;
+    for (int i = 0; i < times.size(); ++i)
+        sql << u"INSERT INTO News VALUES (%1, '%2', 1, 'item')"_s.arg(i + 1).arg(times[i]);
+    return sql;
+}
+
 } // namespace
 
 class tst_PivotLoad : public QObject
@@ -56,10 +68,13 @@ private Q_SLOTS:
     void oneViewCancellingLeavesTheOther();
     void allViewsCancelling();
     void postgresReadsTheSameRows();
+    void isoFormsKeepTheirDay_data();
+    void isoFormsKeepTheirDay();
 
 private:
     QTemporaryDir m_dir;
     QString m_demo;
+    int m_files = 0;
     qrt::db::DemoDatabase::Options m_options;
 };
 
@@ -276,6 +291,46 @@ void tst_PivotLoad::postgresReadsTheSameRows()
     QCOMPARE(fromPg->column(fromPg->columnIndex(u"NewsDate"_s)).presentDays(),
              fromSqlite->column(fromSqlite->columnIndex(u"NewsDate"_s)).presentDays());
     QCOMPARE(countsByProvider(fromPg), countsByProvider(fromSqlite));
+}
+
+void tst_PivotLoad::isoFormsKeepTheirDay_data()
+{
+    QTest::addColumn<QString>("suffix");
+    QTest::newRow("Z") << u"Z"_s;
+    QTest::newRow("+00:00") << u"+00:00"_s;
+    QTest::newRow("-05:00") << u"-05:00"_s;
+    QTest::newRow("fraction and +0200") << u".000+0200"_s;
+    QTest::newRow("fraction up to the next second") << u".600"_s;
+}
+
+// The NewsDate column of items written with a suffix is the column of the
+// same times written plainly: the day and the second as written, on both
+// engines, at the turn of a month where a zone or a rounding would move them.
+void tst_PivotLoad::isoFormsKeepTheirDay()
+{
+    QFETCH(QString, suffix);
+    const QStringList plain = {u"2005-01-31 23:30:00"_s, u"2005-01-31 23:59:59"_s,
+                               u"2005-02-01 00:30:00"_s};
+    QStringList written;
+    for (const QString &time : plain)
+        written << QString(time).replace(u' ', u'T') + suffix;
+    for (const bool postgres : {false, true}) {
+        std::shared_ptr<const PivotData> loaded[2];
+        for (int i = 0; i < 2; ++i) {
+            QString url = m_dir.filePath(u"forms%1.db"_s.arg(++m_files));
+            if (postgres) // the same items again on the server
+                QRT_REQUIRE_POSTGRES(url, u"tst_pivotload_forms%1"_s.arg(m_files));
+            QVERIFY(qrt::test::execAll(url, newsAt(postgres, i ? written : plain)));
+            QString error;
+            loaded[i] = PivotLoader::load(url, qrt::test::pivotStatement(), {}, &error);
+            QVERIFY2(loaded[i], qPrintable(error));
+        }
+        const PivotColumn &expected = loaded[0]->column(loaded[0]->columnIndex(u"NewsDate"_s));
+        const PivotColumn &actual = loaded[1]->column(loaded[1]->columnIndex(u"NewsDate"_s));
+        QCOMPARE(actual.kind(), PivotColumn::Kind::Date);
+        QCOMPARE(actual.presentDays(), expected.presentDays());
+        QCOMPARE(actual.presentTimes(), expected.presentTimes());
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_PivotLoad)

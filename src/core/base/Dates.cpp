@@ -110,6 +110,24 @@ bool scanTime(Scanner<Char> &s, Fields &f)
     return f.hour < 24 && f.minute < 60 && f.second < 60;
 }
 
+// "Z", "+02", "+02:00" or "-0500" after a time. The zone only names the
+// writer's clock: it is checked, not applied (see Dates.h).
+template<typename Char>
+bool skipZone(Scanner<Char> &s)
+{
+    if (s.take(Char('Z')))
+        return true;
+    if (!s.take(Char('+')) && !s.take(Char('-')))
+        return true;
+    int hours = 0, minutes = 0;
+    if (!s.digits(2, hours))
+        return false;
+    if (s.atEnd())
+        return hours < 24;
+    s.take(Char(':'));
+    return s.digits(2, minutes) && hours < 24 && minutes < 60;
+}
+
 template<typename Char>
 std::optional<Date> parse(const Char *begin, const Char *end)
 {
@@ -120,7 +138,7 @@ std::optional<Date> parse(const Char *begin, const Char *end)
     Fields f;
     Scanner<Char> s(begin, end);
     if (end - begin >= 3 && begin[2] == Char(':')) { // time alone: day 0
-        if (!scanTime(s, f) || !s.atEnd())
+        if (!scanTime(s, f) || !skipZone(s) || !s.atEnd())
             return std::nullopt;
         return fromFields(f);
     }
@@ -130,7 +148,7 @@ std::optional<Date> parse(const Char *begin, const Char *end)
     if (!s.atEnd()) {
         if (!s.take(Char(' ')) && !s.take(Char('T')))
             return std::nullopt;
-        if (!scanTime(s, f) || !s.atEnd())
+        if (!scanTime(s, f) || !skipZone(s) || !s.atEnd())
             return std::nullopt;
     }
     return fromFields(f);
@@ -233,6 +251,12 @@ QString toTimestampText(Date value)
     const Fields f = toFields(value);
     return pad(f.year, 4) + u'-' + pad(f.month, 2) + u'-' + pad(f.day, 2) + u' ' + pad(f.hour, 2) +
            u':' + pad(f.minute, 2) + u':' + pad(f.second, 2);
+}
+
+QString toSortableText(Date value)
+{
+    const int msec = toFields(value).msec;
+    return msec ? toTimestampText(value) + u'.' + pad(msec, 3) : toTimestampText(value);
 }
 
 std::optional<Date> fromText(QStringView text)

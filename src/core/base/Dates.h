@@ -49,8 +49,18 @@ QString toText(Date value);
 // Always "yyyy-MM-dd HH:mm:ss": the form SQLite keeps pubDate in, which sorts
 // and compares as text exactly as the dates do.
 QString toTimestampText(Date value);
-// Reads every form toText writes, plus a 'T' separator, fractional seconds
-// and "HH:MM" without seconds. Anything else gives no value.
+// The same with ".zzz" when the value has milliseconds: texts of this form
+// sort exactly as their dates do, and the whole seconds match CDate's text.
+QString toSortableText(Date value);
+// Reads every form toText writes, plus a 'T' separator, fractional seconds,
+// "HH:MM" without seconds and a zone after the time ("Z", "+02:00",
+// "-0500"). Anything else gives no value.
+//
+// A zone is checked but not applied: the value is the wall-clock time as
+// written. The bounds of a period are texts without a zone and a stored
+// pubDate is compared with them as written, so converting would count an
+// item on one day and filter it by another; and the day a news item
+// belongs to is the day its source printed on it.
 std::optional<Date> fromText(QStringView text);
 std::optional<Date> fromText(std::string_view text);
 

@@ -8,6 +8,18 @@ namespace qrt::db {
 
 namespace {
 
+std::optional<double> dateOfText(sqlite3_value *value)
+{
+    const auto *text = reinterpret_cast<const char *>(sqlite3_value_text(value));
+    return dates::fromText(std::string_view(text, size_t(sqlite3_value_bytes(value))));
+}
+
+void resultText(sqlite3_context *context, const QString &text)
+{
+    const QByteArray latin1 = text.toLatin1();
+    sqlite3_result_text(context, latin1.constData(), int(latin1.size()), SQLITE_TRANSIENT);
+}
+
 void cdate(sqlite3_context *context, int, sqlite3_value **argv)
 {
     std::optional<double> value;
@@ -16,11 +28,9 @@ void cdate(sqlite3_context *context, int, sqlite3_value **argv)
     case SQLITE_FLOAT:
         value = sqlite3_value_double(argv[0]);
         break;
-    case SQLITE_TEXT: {
-        const auto *text = reinterpret_cast<const char *>(sqlite3_value_text(argv[0]));
-        value = dates::fromText(std::string_view(text, sqlite3_value_bytes(argv[0])));
+    case SQLITE_TEXT:
+        value = dateOfText(argv[0]);
         break;
-    }
     case SQLITE_NULL:
         sqlite3_result_null(context);
         return;
@@ -31,8 +41,15 @@ void cdate(sqlite3_context *context, int, sqlite3_value **argv)
         sqlite3_result_error(context, "CDate: not a date", -1);
         return;
     }
-    const QByteArray text = dates::toTimestampText(*value).toLatin1();
-    sqlite3_result_text(context, text.constData(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
+    resultText(context, dates::toTimestampText(*value));
+}
+
+void sortableDate(sqlite3_context *context, int, sqlite3_value **argv)
+{
+    if (sqlite3_value_type(argv[0]) == SQLITE_TEXT)
+        if (const auto value = dateOfText(argv[0]))
+            return resultText(context, dates::toSortableText(*value));
+    sqlite3_result_value(context, argv[0]);
 }
 
 int authorize(void *, int action, const char *, const char *name, const char *, const char *)
@@ -55,8 +72,11 @@ namespace SqliteFunctions {
 
 bool install(sqlite3 *db)
 {
-    return sqlite3_create_function_v2(db, "CDate", 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr,
-                                      &cdate, nullptr, nullptr, nullptr) == SQLITE_OK;
+    const int flags = SQLITE_UTF8 | SQLITE_DETERMINISTIC;
+    return sqlite3_create_function_v2(db, "CDate", 1, flags, nullptr, &cdate, nullptr, nullptr,
+                                      nullptr) == SQLITE_OK &&
+           sqlite3_create_function_v2(db, "SortableDate", 1, flags, nullptr, &sortableDate, nullptr,
+                                      nullptr, nullptr) == SQLITE_OK;
 }
 
 void denyOutsideReach(sqlite3 *db)

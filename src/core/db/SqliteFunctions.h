@@ -11,7 +11,9 @@ namespace qrt::db::SqliteFunctions {
 // CDate(x): a date text in any of our forms, or a number of days, as the
 // "yyyy-MM-dd HH:mm:ss" text that pubDate is stored in; an error for
 // anything else, so a bad date stops the statement instead of matching
-// nothing silently.
+// nothing silently. SortableDate(x): a date text in any of our forms as
+// dates::toSortableText writes it, so it compares with CDate's text as the
+// dates do; x itself when it is no date text, so it compares as before.
 bool install(sqlite3 *db);
 
 // Refuses from now on what reaches beyond the open file or changes the

@@ -48,18 +48,21 @@ PivotColumn::Codes narrow(std::vector<From> &&wide, quint32 maxCode,
     return convert(quint32{});
 }
 
+// The day and the second a clock shows: rounded to the millisecond, which
+// mends the fraction's binary error, then cut to the second, so that
+// 23:59:59.600 stays on its day.
 void splitDate(double value, qint32 &day, quint32 &second)
 {
     const double whole = std::trunc(value);
-    auto s = static_cast<qint64>(std::llround(std::fabs(value - whole) * 86400.0));
+    auto ms = static_cast<qint64>(std::llround(std::fabs(value - whole) * 86400000.0));
     auto d = static_cast<qint64>(whole);
-    if (s >= 86400) {
-        s -= 86400;
+    if (ms >= 86400000) {
+        ms -= 86400000;
         d += value < 0 ? -1 : 1;
     }
     day =
         static_cast<qint32>(std::clamp<qint64>(d, kNoDay + 1, std::numeric_limits<qint32>::max()));
-    second = static_cast<quint32>(s);
+    second = static_cast<quint32>(ms / 1000);
 }
 
 } // namespace
