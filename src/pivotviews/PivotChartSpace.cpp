@@ -7,6 +7,7 @@
 #include "controls/PivotIcons.h"
 #include "controls/PivotLoadPanel.h"
 #include "controls/PivotMemberFilter.h"
+#include "controls/PivotToolAction.h"
 #include "controls/ToolIcons.h"
 #include "pivotviews/PivotAggregator.h"
 #include "pivotviews/PivotChartData.h"
@@ -202,15 +203,8 @@ void PivotChartSpace::buildToolbar()
     m_toolbar->setIconSize(QSize(16, 16));
     auto add = [this](const QString &name, const QIcon &icon, const QString &text,
                       const QKeySequence &keys, bool checkable, auto slot) {
-        auto *action = new QAction(icon, text, this);
-        action->setObjectName(name);
-        action->setShortcut(keys);
-        action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+        QAction *action = PivotToolAction::add(this, m_toolbar, name, icon, text, keys);
         action->setCheckable(checkable);
-        action->setToolTip(
-            u"%1 (%2)"_s.arg(QString(text).remove(u'&'), keys.toString(QKeySequence::NativeText)));
-        addAction(action);
-        m_toolbar->addAction(action);
         connect(action, &QAction::triggered, this, slot);
         return action;
     };
@@ -434,6 +428,11 @@ void PivotChartSpace::setCommandText(const QString &commandText)
     startLoad();
 }
 
+QString PivotChartSpace::loadError() const
+{
+    return m_loadPanel->error();
+}
+
 bool PivotChartSpace::isLoading() const
 {
     return m_loadPanel->isLoading();
@@ -457,7 +456,6 @@ void PivotChartSpace::startLoad()
     m_fieldList->setView(nullptr);
     m_view.reset();
     m_result.reset();
-    m_loadError.clear();
     m_message->hide();
     redraw();
     m_loadPanel->start(m_connectionString, m_commandText);
@@ -470,8 +468,7 @@ void PivotChartSpace::loadFinished()
     if (std::shared_ptr<const PivotData> data = m_loadPanel->data()) {
         m_view = std::make_unique<PivotView>(std::move(data));
     } else {
-        m_loadError = m_loadPanel->error();
-        m_message->setText(tr("No data: %1 Refresh (F5) loads again.").arg(m_loadError));
+        m_message->setText(tr("No data: %1 Refresh (F5) loads again.").arg(loadError()));
         m_message->show();
     }
     Q_EMIT loaded();

@@ -171,7 +171,7 @@ public:
 
     bool isLoading() const;
     // Why the last load gave no data; empty while loading or once loaded.
-    const QString &loadError() const { return m_loadError; }
+    QString loadError() const;
     // Loads again from the database, keeping nothing of the old layout.
     void Refresh();
 
@@ -219,7 +219,6 @@ private:
     bool m_displayFieldList = true;
     QString m_connectionString;
     QString m_commandText;
-    QString m_loadError;
     int m_plotAllAggregates = 0;
     bool m_hasLegend = true;
     bool m_seriesByRows = false;

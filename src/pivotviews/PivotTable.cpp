@@ -8,6 +8,7 @@
 #include "controls/PivotIcons.h"
 #include "controls/PivotLoadPanel.h"
 #include "controls/PivotMemberFilter.h"
+#include "controls/PivotToolAction.h"
 #include "pivotviews/PivotGridModel.h"
 #include "pivotviews/PivotTableScriptObject.h"
 #include "pivotviews/PivotView.h"
@@ -194,14 +195,7 @@ void PivotTable::buildToolbar()
     m_toolbar->setIconSize(QSize(16, 16));
     auto add = [this](const QString &name, const QIcon &icon, const QString &text,
                       const QKeySequence &keys, auto slot) {
-        auto *action = new QAction(icon, text, this);
-        action->setObjectName(name);
-        action->setShortcut(keys);
-        action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-        action->setToolTip(
-            u"%1 (%2)"_s.arg(QString(text).remove(u'&'), keys.toString(QKeySequence::NativeText)));
-        addAction(action);
-        m_toolbar->addAction(action);
+        QAction *action = PivotToolAction::add(this, m_toolbar, name, icon, text, keys);
         connect(action, &QAction::triggered, this, slot);
         return action;
     };
@@ -376,6 +370,11 @@ void PivotTable::setCommandText(const QString &commandText)
     startLoad();
 }
 
+QString PivotTable::loadError() const
+{
+    return m_loadPanel->error();
+}
+
 bool PivotTable::isLoading() const
 {
     return m_loadPanel->isLoading();
@@ -399,14 +398,12 @@ void PivotTable::startLoad()
     m_fieldList->setView(nullptr);
     m_grid->setView(nullptr);
     m_view.reset();
-    m_loadError.clear();
     m_message->hide();
     m_loadPanel->start(m_connectionString, m_commandText);
 }
 
 void PivotTable::showLoadError(const QString &error)
 {
-    m_loadError = error;
     m_message->setText(tr("No data: %1 Refresh (F5) loads again.").arg(error));
     m_message->show();
 }

@@ -99,7 +99,7 @@ public:
 
     bool isLoading() const;
     // The reason the last load gave no data; empty when it gave data.
-    QString loadError() const override { return m_loadError; }
+    QString loadError() const override;
     // Loads again from the database, keeping nothing of the old layout.
     void Refresh();
 
@@ -143,7 +143,6 @@ private:
     bool m_displayFieldList = true;
     QString m_connectionString;
     QString m_commandText;
-    QString m_loadError;
 
     std::unique_ptr<qrt::pivot::PivotView> m_view;
     ActiveDataObject m_activeData;
