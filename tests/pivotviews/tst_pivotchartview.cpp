@@ -7,9 +7,7 @@
 
 #include "controls/PivotChartView.h"
 
-#include <QImage>
 #include <QRandomGenerator>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <cmath>
@@ -84,7 +82,6 @@ private Q_SLOTS:
     void screenTips_data();
     void screenTips();
     void typeNumbers();
-    void exports();
     void emptyData();
 };
 
@@ -99,7 +96,6 @@ void tst_PivotChartView::drawnValues_data()
     QTest::newRow("stacked column") << 1 << false << false << -1;
     QTest::newRow("100% column") << 2 << false << true << -1;
     QTest::newRow("clustered bar") << 3 << false << false << -1;
-    QTest::newRow("line") << 6 << false << false << -1;
     QTest::newRow("line with markers") << 7 << false << false << -1;
     QTest::newRow("stacked line with markers") << 9 << true << false << -1;
     QTest::newRow("100% line") << 10 << true << true << -1;
@@ -207,23 +203,6 @@ void tst_PivotChartView::typeNumbers()
         QCOMPARE(view.chartType(), type);
         QVERIFY(view.drawnValue(0, 1) || !view.chartData().series[0].values[1]);
     }
-}
-
-void tst_PivotChartView::exports()
-{
-    QTemporaryDir dir;
-    PivotChartView view;
-    view.setChartData(randomData(2));
-    for (const QString &suffix : {u"png"_s, u"svg"_s, u"pdf"_s}) {
-        const QString path = dir.filePath(u"chart."_s + suffix);
-        QString error;
-        QVERIFY2(view.exportTo(path, QSize(592, 338), &error), qPrintable(error));
-        QVERIFY(QFileInfo(path).size() > 0);
-    }
-    QCOMPARE(QImage(dir.filePath(u"chart.png"_s)).size(), QSize(592, 338));
-    QString error;
-    QVERIFY(!view.exportTo(dir.filePath(u"chart.gif"_s), QSize(100, 100), &error));
-    QVERIFY(error.contains(u".png, .svg or .pdf"_s));
 }
 
 void tst_PivotChartView::emptyData()
