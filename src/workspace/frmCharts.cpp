@@ -2,6 +2,7 @@
 
 #include "base/Dates.h"
 #include "base/ResumeNext.h"
+#include "base/RoundedNumber.h"
 #include "component/FormFont.h"
 #include "component/PageObject.h"
 #include "component/ThemeColors.h"
@@ -37,8 +38,6 @@
 #include <QToolBar>
 #include <QVBoxLayout>
 
-#include <cmath>
-#include <limits>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -399,13 +398,7 @@ std::optional<int> storedNumber(const QString &key, int fallback)
     const auto value = storedSetting(key, fallback);
     if (!value)
         return std::nullopt;
-    bool ok = false;
-    const double number = value->toString().trimmed().toDouble(&ok);
-    const double rounded = std::nearbyint(number); // the default rounding: halves to even
-    if (!ok || rounded < std::numeric_limits<qint32>::min() ||
-        rounded > std::numeric_limits<qint32>::max())
-        return std::nullopt;
-    return int(rounded);
+    return roundedNumber<qint32>(*value);
 }
 
 // A stored "1" or "0" flag.

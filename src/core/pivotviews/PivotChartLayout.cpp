@@ -1,12 +1,10 @@
 #include "pivotviews/PivotChartLayout.h"
 
 #include "base/ResumeNext.h"
+#include "base/RoundedNumber.h"
 #include "pivotviews/PivotError.h"
 #include "pivotviews/PivotView.h"
 #include "settings/CAppSettings.h"
-
-#include <cmath>
-#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -21,26 +19,14 @@ QVariant stored(const CAppSettings &settings, const QString &key, const QVariant
     return settings.GetSetting(Section, key, fallback);
 }
 
-// A stored number as a 16-bit signed integer, halves to even; a text that
-// is no number or does not fit raises, as an overflow would.
-qint16 toInt16(const QVariant &value)
+// A stored number that is no number or does not fit raises, as an overflow
+// would.
+template<typename T>
+T toInteger(const QVariant &value)
 {
-    bool ok = false;
-    const double number = std::nearbyint(value.toString().trimmed().toDouble(&ok));
-    if (!ok || number < std::numeric_limits<qint16>::min() ||
-        number > std::numeric_limits<qint16>::max())
-        throw PivotError::invalidValue(u"count"_s, value.toString());
-    return static_cast<qint16>(number);
-}
-
-int toInt32(const QVariant &value)
-{
-    bool ok = false;
-    const double number = std::nearbyint(value.toString().trimmed().toDouble(&ok));
-    if (!ok || number < std::numeric_limits<qint32>::min() ||
-        number > std::numeric_limits<qint32>::max())
-        throw PivotError::invalidValue(u"number"_s, value.toString());
-    return static_cast<int>(number);
+    if (const std::optional<T> number = roundedNumber<T>(value))
+        return *number;
+    throw PivotError::invalidValue(u"number"_s, value.toString());
 }
 
 PivotAxis &axisNamed(PivotView &view, const QString &axis)
@@ -62,7 +48,7 @@ void applyFilterRecord(PivotFieldSet &fieldSet, const QString &record,
                        const MemberParser &parseMembers)
 {
     const QStringList parts = record.split(u"||"_s);
-    const int code = toInt32(parts.value(1));
+    const int code = toInteger<qint32>(parts.value(1));
     if (code != PivotFieldSet::ExcludeAllButIncluded &&
         code != PivotFieldSet::IncludeAllButExcluded)
         return;
@@ -115,7 +101,7 @@ Options readOptions(const CAppSettings &settings)
     Options options;
     resumeNext(
         [&] { options.legend = stored(settings, u"LEGEND"_s, u"1"_s).toString() == u"1"_s; });
-    resumeNext([&] { options.type = toInt32(stored(settings, u"TYPE"_s, 7)); });
+    resumeNext([&] { options.type = toInteger<qint32>(stored(settings, u"TYPE"_s, 7)); });
     resumeNext([&] {
         options.seriesByRows = stored(settings, u"SERIESBYROWS"_s, u"0"_s).toString() == u"1"_s;
     });
@@ -148,7 +134,7 @@ void RestoreChartAxis(const CAppSettings &settings, PivotView &view, const QStri
                       const MemberParser &parseMembers)
 {
     qint16 count = 0; // a count that can't be read puts nothing on the axis
-    resumeNext([&] { count = toInt16(stored(settings, axis + u"FIELDSETSCOUNT"_s, 1)); });
+    resumeNext([&] { count = toInteger<qint16>(stored(settings, axis + u"FIELDSETSCOUNT"_s, 1)); });
     PivotAxis *target = nullptr;
     resumeNext([&] { target = &axisNamed(view, axis); });
     if (!target)
@@ -161,7 +147,7 @@ void RestoreChartAxis(const CAppSettings &settings, PivotView &view, const QStri
 void RestoreChartTotals(const CAppSettings &settings, PivotView &view)
 {
     qint16 count = 0;
-    resumeNext([&] { count = toInt16(stored(settings, u"TOTALSCOUNT"_s, 1)); });
+    resumeNext([&] { count = toInteger<qint16>(stored(settings, u"TOTALSCOUNT"_s, 1)); });
     for (int i = 1; i <= count; ++i) {
         const QString n = QString::number(i);
         resumeNext([&] {
@@ -169,7 +155,7 @@ void RestoreChartTotals(const CAppSettings &settings, PivotView &view)
                 view.FieldSets(stored(settings, u"TOTALFIELD"_s + n, u"News"_s).toString());
             PivotTotal &total = view.AddTotal(
                 stored(settings, u"TOTALNAME"_s + n, u"Count of News"_s).toString(),
-                fieldSet.Fields(0), toInt32(stored(settings, u"TOTALFUNCTION"_s + n, 2)));
+                fieldSet.Fields(0), toInteger<qint32>(stored(settings, u"TOTALFUNCTION"_s + n, 2)));
             view.DataAxis().InsertTotal(total);
         });
     }

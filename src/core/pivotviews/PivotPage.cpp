@@ -1,6 +1,7 @@
 #include "pivotviews/PivotPage.h"
 
 #include "base/ResumeNext.h"
+#include "base/RoundedNumber.h"
 #include "pivotviews/PivotStatement.h"
 #include "settings/CAppSettings.h"
 
@@ -11,8 +12,6 @@
 #include <QStringEncoder>
 #include <QStringList>
 
-#include <cmath>
-#include <limits>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -40,23 +39,12 @@ QString storedText(const CAppSettings &settings, const QString &key, const QVari
     return value.toString();
 }
 
-// A stored number or numeric text as a 16-bit signed integer, rounded with
-// halves to even; nothing for a value that is no number or does not fit.
-std::optional<qint16> asInt16(const QVariant &value)
-{
-    bool ok = false;
-    const double number = std::nearbyint(value.toString().trimmed().toDouble(&ok));
-    if (!ok || !std::isfinite(number) || number < std::numeric_limits<qint16>::min() ||
-        number > std::numeric_limits<qint16>::max())
-        return std::nullopt;
-    return static_cast<qint16>(number);
-}
-
 // A count that can't be read or converted keeps the default.
 qint16 storedCount(const CAppSettings &settings, const QString &key, qint16 fallback)
 {
     std::optional<qint16> count;
-    resumeNext([&] { count = asInt16(settings.GetSetting(kSection, key, fallback)); });
+    resumeNext(
+        [&] { count = roundedNumber<qint16>(settings.GetSetting(kSection, key, fallback)); });
     return count.value_or(fallback);
 }
 
