@@ -99,8 +99,14 @@ ConnectionString fromUrl(const QString &text)
     const QUrlQuery query(url);
     if (cs.host.isEmpty())
         cs.host = query.queryItemValue(u"host"_s, QUrl::FullyDecoded);
-    if (cs.port < 0 && query.hasQueryItem(u"port"_s))
-        cs.port = query.queryItemValue(u"port"_s).toInt();
+    if (cs.port < 0 && query.hasQueryItem(u"port"_s)) {
+        bool ok = false;
+        cs.port = query.queryItemValue(u"port"_s).toInt(&ok);
+        if (!ok || cs.port < 0)
+            cs.port = 0;
+    }
+    if (cs.port == 0 || cs.port > 65535)
+        return fail(u"bad port in the PostgreSQL URL"_s);
     return cs;
 }
 
@@ -179,6 +185,9 @@ ConnectionString ConnectionString::parse(const QString &text)
         ConnectionString cs;
         cs.engine = Engine::SQLite;
         cs.database = QUrl(trimmed).toLocalFile();
+        // An empty name would give SQLite a scratch database of its own.
+        if (cs.database.isEmpty())
+            return fail(u"the file: URL names no file"_s);
         return cs;
     }
     if (!trimmed.contains(u'=') || trimmed.startsWith(u'/') || trimmed.startsWith(u'.') ||
