@@ -78,9 +78,12 @@ struct ProgramRun
     QString out, err;
 };
 
-inline ProgramRun runProgram(const QString &program, const QStringList &arguments)
+inline ProgramRun
+runProgram(const QString &program, const QStringList &arguments,
+           const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
 {
     QProcess process;
+    process.setProcessEnvironment(environment);
     process.start(program, arguments);
     if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit)
         return {};

@@ -1,7 +1,8 @@
 // The settings file shared by real processes: writers running at once lose
 // nothing, a writer killed mid-write leaves a whole file, a damaged file is
 // set aside by whichever program meets it, and a folder that can't be
-// written refuses a save without touching the file in it.
+// written, or a disk that fills up during the write, refuses a save without
+// touching the file in it.
 
 #include "SettingsTestHome.h"
 #include "base/ComponentError.h"
@@ -57,26 +58,48 @@ private Q_SLOTS:
     void concurrentWritersLoseNothing();
     void killedWriterLeavesAWholeFile();
     void damagedFileIsSetAsideByTheNextProgram();
-    void unwritableFolderRefusesSave();
+    void refusedSaveLeavesTheFile_data();
+    void refusedSaveLeavesTheFile();
     void damagedFileInUnwritableFolderIsNeverOverwritten();
 
 private:
-    // Makes the store's folder read-only until the guard ends.
-    auto readOnlyFolder()
+    // Makes the store's folder read-only (when on) until the guard ends.
+    auto readOnlyFolder(bool on = true)
     {
         const QString folder = QFileInfo(m_home.userFile()).absolutePath();
-        QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner | QFile::ReadGroup |
-                                          QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther);
-        return qScopeGuard([folder] {
-            QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
-                                              QFile::ReadGroup | QFile::ExeGroup);
+        if (on)
+            QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner | QFile::ReadGroup |
+                                              QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther);
+        return qScopeGuard([folder, on] {
+            if (on)
+                QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner |
+                                                  QFile::ExeOwner | QFile::ReadGroup |
+                                                  QFile::ExeGroup);
         });
     }
+    // Root writes into any folder: the helper drops that power before it
+    // starts the program, which is then held to the folder's mode bits.
     ProgramRun unprivileged(const QStringList &arguments)
     {
         return runProgram(QStringLiteral(SETTINGS_HELPER),
                           QStringList{u"unprivileged"_s, zorvaneStats(), u"settings"_s} +
                               arguments);
+    }
+    // The program with the store's folder on a disk that has room for
+    // spaceLeft more bytes (see fulldisk_shim.c).
+    ProgramRun onFullDisk(const QStringList &arguments, qint64 spaceLeft)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"LD_PRELOAD"_s, QStringLiteral(FULL_DISK_SHIM));
+        environment.insert(
+            u"QRT_FULL_DISK_DIR"_s,
+            QFileInfo(QFileInfo(m_home.userFile()).absolutePath()).canonicalFilePath());
+        environment.insert(u"QRT_FULL_DISK_AFTER"_s, QString::number(spaceLeft));
+        // AddressSanitizer wants its own library first; the shim comes before it.
+        const QString asan = environment.value(u"ASAN_OPTIONS"_s);
+        environment.insert(u"ASAN_OPTIONS"_s,
+                           (asan.isEmpty() ? asan : asan + u':') + u"verify_asan_link_order=0"_s);
+        return runProgram(zorvaneStats(), QStringList{u"settings"_s} + arguments, environment);
     }
 
     SettingsTestHome m_home;
@@ -180,22 +203,37 @@ void tst_SettingsProcesses::damagedFileIsSetAsideByTheNextProgram()
     QCOMPARE(keys, QStringList{u"LEGEND"_s});
 }
 
-void tst_SettingsProcesses::unwritableFolderRefusesSave()
+void tst_SettingsProcesses::refusedSaveLeavesTheFile_data()
 {
+    // The share of the old file's size the disk still takes; -1: a read-only folder.
+    QTest::addColumn<double>("fullAfter");
+    QTest::newRow("read-only folder") << -1.0;
+    QTest::newRow("disk full") << 0.0;
+    QTest::newRow("disk full midway") << 0.5;
+}
+
+void tst_SettingsProcesses::refusedSaveLeavesTheFile()
+{
+    QFETCH(double, fullAfter);
     const QString file = m_home.userFile();
+    QVERIFY(SettingsTestHome::write(file, fileWithBulk(200)));
     zorvaneSettings().SaveSetting(u"STATCHART"_s, u"LEGEND"_s, u"1"_s);
     const QByteArray before = SettingsTestHome::contents(file);
     const QDateTime modified = QFileInfo(file).lastModified();
+    const auto run = [&](const QStringList &arguments) {
+        return fullAfter < 0 ? unprivileged(arguments)
+                             : onFullDisk(arguments, qint64(fullAfter * double(before.size())));
+    };
     {
-        const auto restore = readOnlyFolder();
-        const ProgramRun set = unprivileged({u"set"_s, u"STATCHART"_s, u"LEGEND"_s, u"0"_s});
+        const auto restore = readOnlyFolder(fullAfter < 0);
+        const ProgramRun set = run({u"set"_s, u"STATCHART"_s, u"LEGEND"_s, u"0"_s});
         QCOMPARE(set.exitCode, 1);
         QVERIFY2(set.err.contains(u"zorvane-stats: error 0x80044281 (-2147204479) "
                                   "QRT_StatCharts.CAppSetting: Failed saving the application "
                                   "setting"_s),
                  qPrintable(set.err));
-        // Reading needs no write right.
-        const ProgramRun get = unprivileged({u"get"_s, u"STATCHART"_s, u"LEGEND"_s});
+        // Reading needs no write right and no room.
+        const ProgramRun get = run({u"get"_s, u"STATCHART"_s, u"LEGEND"_s});
         QCOMPARE(get.exitCode, 0);
         QCOMPARE(get.out, u"1\n"_s);
     }

@@ -25,9 +25,21 @@ QString uniqueName()
     return u"qrt-connection-%1"_s.arg(++counter);
 }
 
-// Seconds a PostgreSQL login may take before the reader gives up: an
-// unreachable server must not hang the window.
+// A PostgreSQL read ends, with an error that draws the empty chart or gives
+// the pivot view its reason, within these bounds whatever the server does:
+// - a login to an unreachable server gives up after kConnectTimeoutSeconds;
+// - the server cancels a statement after the reader's statement limit (see
+//   Connection.h), also one that waits for another session's lock;
+// - a server that is shut down or dies closes its sockets, which ends the
+//   read at once; the next read logs in anew;
+// - a server or network that goes silent mid-read is found by TCP keepalives
+//   after kKeepaliveIdleSeconds + kKeepaliveCount * kKeepaliveIntervalSeconds.
+// Only a server process that is frozen while its machine still answers on
+// the network is not found out.
 constexpr int kConnectTimeoutSeconds = 5;
+constexpr int kKeepaliveIdleSeconds = 10;
+constexpr int kKeepaliveIntervalSeconds = 5;
+constexpr int kKeepaliveCount = 3;
 
 } // namespace
 
@@ -56,7 +68,7 @@ bool Connection::IsOpen() const
     return m_engine != Engine::None && database().isOpen();
 }
 
-bool Connection::Open(const QString &connectionString, Access access)
+bool Connection::Open(const QString &connectionString, Access access, int statementTimeoutSeconds)
 {
     Close();
     m_lastError.clear();
@@ -68,7 +80,7 @@ bool Connection::Open(const QString &connectionString, Access access)
         ok = openSqlite(cs, access);
         break;
     case Engine::PostgreSQL:
-        ok = openPostgres(cs, access);
+        ok = openPostgres(cs, access, statementTimeoutSeconds);
         break;
     case Engine::ODBC:
         ok = openOdbc(cs, access);
@@ -113,7 +125,8 @@ bool Connection::openSqlite(const ConnectionString &cs, Access access)
     return true;
 }
 
-bool Connection::openPostgres(const ConnectionString &cs, Access access)
+bool Connection::openPostgres(const ConnectionString &cs, Access access,
+                              int statementTimeoutSeconds)
 {
     QSqlDatabase db = QSqlDatabase::addDatabase(u"QPSQL"_s, m_name);
     db.setHostName(cs.host);
@@ -122,9 +135,14 @@ bool Connection::openPostgres(const ConnectionString &cs, Access access)
     db.setDatabaseName(cs.database);
     db.setUserName(cs.user);
     db.setPassword(cs.password);
-    QString options = u"connect_timeout=%1"_s.arg(kConnectTimeoutSeconds);
+    QString options = u"connect_timeout=%1;keepalives=1;keepalives_idle=%2;keepalives_interval=%3;"
+                      "keepalives_count=%4"_s.arg(kConnectTimeoutSeconds)
+                          .arg(kKeepaliveIdleSeconds)
+                          .arg(kKeepaliveIntervalSeconds)
+                          .arg(kKeepaliveCount);
     if (access == Access::ReadOnly)
-        options += u";options='-c default_transaction_read_only=on'"_s;
+        options += u";options='-c default_transaction_read_only=on -c statement_timeout=%1s'"_s.arg(
+            statementTimeoutSeconds);
     db.setConnectOptions(options);
     if (!finishOpen(db))
         return false;

@@ -22,6 +22,14 @@ class Connection
 public:
     enum class Access { ReadOnly, ReadWrite };
 
+    // How long the server lets one statement of a PostgreSQL reader run,
+    // counting the time its rows take to come in: the chart reads on the
+    // window's thread, so its statements get the short limit; a pivot load
+    // runs off it and the user can leave it, so it gets the long one. The
+    // other bounds of a read are in Connection.cpp.
+    static constexpr int StatementTimeoutSeconds = 60;
+    static constexpr int LongStatementTimeoutSeconds = 300;
+
     Connection();
     ~Connection();
     Connection(const Connection &) = delete;
@@ -29,8 +37,10 @@ public:
 
     // Opens the database the string names. False, with the reason in
     // lastError(), for a bad string, a missing file or a refused login.
-    // ReadWrite is for the demo-data generator and tests, never the component.
-    bool Open(const QString &connectionString, Access access = Access::ReadOnly);
+    // ReadWrite is for the demo-data generator and tests, never the component;
+    // its statements have no time limit.
+    bool Open(const QString &connectionString, Access access = Access::ReadOnly,
+              int statementTimeoutSeconds = StatementTimeoutSeconds);
     void Close();
     bool IsOpen() const;
 
@@ -49,7 +59,7 @@ private:
     void detach(Recordset *recordset);
 
     bool openSqlite(const ConnectionString &cs, Access access);
-    bool openPostgres(const ConnectionString &cs, Access access);
+    bool openPostgres(const ConnectionString &cs, Access access, int statementTimeoutSeconds);
     bool openOdbc(const ConnectionString &cs, Access access);
     bool finishOpen(QSqlDatabase &db);
 

@@ -278,7 +278,8 @@ std::shared_ptr<PivotData> PivotLoader::load(const QString &connectionString,
     QString reason;
     db::Connection connection;
     Builders builders;
-    bool ok = connection.Open(connectionString);
+    bool ok = connection.Open(connectionString, db::Connection::Access::ReadOnly,
+                              db::Connection::LongStatementTimeoutSeconds);
     if (!ok)
         reason = connection.lastError();
     else if (connection.engine() == db::Engine::SQLite)
