@@ -5,6 +5,7 @@
 
 #include "TestDatabases.h"
 #include "db/Connection.h"
+#include "pivotviews/PivotLoader.h"
 
 #include <QRandomGenerator>
 #include <QSqlError>
@@ -113,6 +114,18 @@ inline bool makeSmallNewsDb(const QString &path)
                     "(2, '2005-03-31 23:59:59', 2, 'b'), (3, '2005-04-01 00:00:00', 3, NULL), "
                     "(4, '2006-12-31 12:00:00', 1, ''), (5, '2004-12-31 08:00:00', 2, 'e'), "
                     "(6, NULL, 3, 'f')")});
+}
+
+// The rows of a news database as the pivot views load them: null, with the
+// reason in the test's log, when they cannot be read.
+inline std::shared_ptr<pivot::PivotData> loadNews(const QString &path,
+                                                  const QString &statement = pivotStatement())
+{
+    QString error;
+    std::shared_ptr<pivot::PivotData> data = pivot::PivotLoader::load(path, statement, {}, &error);
+    if (!data)
+        qWarning() << error;
+    return data;
 }
 
 } // namespace qrt::test
