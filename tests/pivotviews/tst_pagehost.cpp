@@ -3,6 +3,7 @@
 // that asked for the page, waits once for the data, stops at a failing line
 // with a notice; and the window, which stores no table layout it never had.
 
+#include "PivotTestData.h"
 #include "base/ResumeNext.h"
 #include "component/modUtils.h"
 #include "demodata/DemoDatabase.h"
@@ -34,15 +35,9 @@ PivotTable *tableOf(const WebBrowser *host)
     return qobject_cast<PivotTable *>(host->Document().getElementById(u"PT"_s).object());
 }
 
-QStringList fieldSetNames(const PivotAxis &axis)
-{
-    QStringList names;
-    for (const PivotFieldSet *set : axis.FieldSets())
-        names << set->Name();
-    return names;
-}
-
 } // namespace
+
+using qrt::test::fieldSetNames;
 
 class tst_PageHost : public QObject
 {
@@ -107,11 +102,12 @@ void tst_PageHost::scriptRunsAfterTheCallAndWaitsForData()
     QVERIFY(host.property("busy").toBool());
     QVERIFY(finished.wait(20000));
     QVERIFY(!host.property("busy").toBool());
-    // Pending at the first ActiveView, then run once more to the end: a
-    // second time would add its total again, which fails.
+    // Pending at the first ActiveView, then run once more to the end (the
+    // page sets ExpandMembers near it); a second time would add its total
+    // again, which fails.
     QCOMPARE(host.statusText(), QString());
     QCOMPARE(table->ConnectionString(), m_database);
-    QCOMPARE(table->ActiveView()->ExpandMembers(), int(PivotView::ExpandNever)); // a last line
+    QCOMPARE(table->ActiveView()->ExpandMembers(), int(PivotView::ExpandNever));
     QCOMPARE(fieldSetNames(table->ActiveView()->RowAxis()),
              QStringList({u"NewsDate By Month"_s, u"Provider"_s}));
     QCOMPARE(table->ActiveView()->DataAxis().Totals().Count(), 1);

@@ -50,22 +50,6 @@ QString stored(const QString &entry)
     return key + u'=' + gSettings->GetSetting(kSection, key, u"<none>"_s).toString();
 }
 
-QStringList names(const PivotAxis &axis)
-{
-    QStringList out;
-    for (const PivotFieldSet *set : axis.FieldSets())
-        out << set->Name();
-    return out;
-}
-
-QStringList captions(const std::vector<PivotMember> &members)
-{
-    QStringList out;
-    for (const PivotMember &member : members)
-        out << member.Caption();
-    return out;
-}
-
 // The default layout as it is stored back.
 const Keys kDefaultKeys =
     QStringLiteral(
@@ -96,6 +80,9 @@ const Keys kStoredKeys =
         .split(u';');
 
 } // namespace
+
+using qrt::test::captions;
+using qrt::test::fieldSetNames;
 
 class tst_PivotChart : public QObject
 {
@@ -186,9 +173,9 @@ void tst_PivotChart::missingFieldSetIsPassedOver()
     QPointer<frmCharts> w = open();
     QVERIFY(w);
     const PivotView *view = w->findChild<PivotChartSpace *>()->InternalPivotTable().ActiveView();
-    QCOMPARE(names(view->RowAxis()), QStringList{u"Category"_s});
-    QCOMPARE(names(view->ColumnAxis()), QStringList{u"Provider"_s});
-    QCOMPARE(names(view->FilterAxis()), QStringList{u"Channel"_s});
+    QCOMPARE(fieldSetNames(view->RowAxis()), QStringList{u"Category"_s});
+    QCOMPARE(fieldSetNames(view->ColumnAxis()), QStringList{u"Provider"_s});
+    QCOMPARE(fieldSetNames(view->FilterAxis()), QStringList{u"Channel"_s});
     QCOMPARE(view->DataAxis().Totals().Count(), 1);
     // One load for both pivot views: the table's view stands on the same rows.
     auto *table = w->findChild<PivotTable *>();

@@ -42,14 +42,6 @@ PivotMember memberAt(const PivotFieldSet &set, const QString &path)
     return member;
 }
 
-QStringList names(const PivotList<PivotFieldSet> &sets)
-{
-    QStringList list;
-    for (const PivotFieldSet *set : sets)
-        list << set->Name();
-    return list;
-}
-
 } // namespace
 
 class tst_PivotObjectModel : public QObject
@@ -248,15 +240,17 @@ void tst_PivotObjectModel::axesHoldAFieldSetOnce()
     PivotFieldSet &channel = v.FieldSets(u"Channel"_s);
     v.RowAxis().InsertFieldSet(provider);
     v.RowAxis().InsertFieldSet(month, 0);
-    QCOMPARE(names(v.RowAxis().FieldSets()), QStringList({u"NewsDate By Month"_s, u"Provider"_s}));
+    QCOMPARE(qrt::test::fieldSetNames(v.RowAxis()),
+             QStringList({u"NewsDate By Month"_s, u"Provider"_s}));
     v.RowAxis().InsertFieldSet(channel, 1);
-    QCOMPARE(names(v.RowAxis().FieldSets()),
+    QCOMPARE(qrt::test::fieldSetNames(v.RowAxis()),
              QStringList({u"NewsDate By Month"_s, u"Channel"_s, u"Provider"_s}));
     v.RowAxis().InsertFieldSet(month); // to the end of its own axis
-    QCOMPARE(names(v.RowAxis().FieldSets()),
+    QCOMPARE(qrt::test::fieldSetNames(v.RowAxis()),
              QStringList({u"Channel"_s, u"Provider"_s, u"NewsDate By Month"_s}));
     v.ColumnAxis().InsertFieldSet(provider);
-    QCOMPARE(names(v.RowAxis().FieldSets()), QStringList({u"Channel"_s, u"NewsDate By Month"_s}));
+    QCOMPARE(qrt::test::fieldSetNames(v.RowAxis()),
+             QStringList({u"Channel"_s, u"NewsDate By Month"_s}));
     QCOMPARE(provider.Axis(), &v.ColumnAxis());
     v.ColumnAxis().RemoveFieldSet(provider);
     QCOMPARE(provider.Axis(), nullptr);

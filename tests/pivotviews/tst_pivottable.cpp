@@ -33,14 +33,6 @@ using namespace qrt::pivot;
 
 namespace {
 
-QStringList captions(const std::vector<PivotMember> &members)
-{
-    QStringList list;
-    for (const PivotMember &m : members)
-        list << m.Caption();
-    return list;
-}
-
 void clickTick(QTreeWidget *tree, QTreeWidgetItem *item)
 {
     const Qt::CheckState before = item->checkState(0);
@@ -49,6 +41,8 @@ void clickTick(QTreeWidget *tree, QTreeWidgetItem *item)
 }
 
 } // namespace
+
+using qrt::test::captions;
 
 class tst_PivotTable : public QObject
 {
