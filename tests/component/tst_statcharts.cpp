@@ -156,10 +156,9 @@ void tst_statCharts::accessKeysAndProbes_data()
     QTest::newRow("older classes answer")
         << QStringList{u"OWC10.PivotTable"_s, u"OWC10.Chartspace"_s}
         << QStringList{u"elsBorder"_s, u"elstMSchart"_s, u"WebBrowser1"_s};
+    // The middle page goes while the last one stays.
     QTest::newRow("chart only") << QStringList{u"OWC11.Chartspace"_s}
                                 << QStringList{u"elsBorder"_s, u"elstMSchart"_s};
-    QTest::newRow("table only") << QStringList{u"OWC11.PivotTable"_s}
-                                << QStringList{u"elsBorder"_s, u"WebBrowser1"_s};
 }
 
 void tst_statCharts::accessKeysAndProbes()

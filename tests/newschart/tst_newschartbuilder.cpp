@@ -58,14 +58,6 @@ NewsChartQuery query(const QString &from, const QString &till, int series,
             mode};
 }
 
-QStringList repeat(const QString &item, int times)
-{
-    QStringList out;
-    for (int i = 0; i < times; ++i)
-        out << item;
-    return out;
-}
-
 } // namespace
 
 class tst_NewsChartBuilder : public QObject
@@ -121,8 +113,8 @@ void tst_NewsChartBuilder::cells_data()
         << QStringList{u"_,_,_,1"_s, u"1,_,_,_"_s} << u"2005-01-01 08:00:00"_s
         << u"2005-01-04 07:00:00"_s;
     QTest::newRow("two rows of one day add up, past what 16 bits hold")
-        << repeat(u"2005-01-03 08:00:00|1"_s, 40000) + repeat(u"2005-01-03 15:30:00|1"_s, 7) +
-               QStringList{u"2005-01-04 08:00:00|1"_s}
+        << QStringList(40000, u"2005-01-03 08:00:00|1"_s) +
+               QStringList(7, u"2005-01-03 15:30:00|1"_s) + QStringList{u"2005-01-04 08:00:00|1"_s}
         << jan1 << kByChannel << kAllTicked << alpha << QStringList{u"40007,1"_s}
         << u"2005-01-03 08:00:00"_s << u"2005-01-04 08:00:00"_s;
     QTest::newRow("two channels of one provider on one date")

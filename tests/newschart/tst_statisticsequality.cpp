@@ -74,11 +74,17 @@ QList<Period> periods(quint32 seed)
     return out;
 }
 
-// One drawing: a chart and the builder that filled it.
+// One drawing: a chart and the builder that filled it, as frmChart draws.
 struct Drawing
 {
     ChartControl chart;
     NewsChartBuilder builder{chart};
+
+    void draw(qrt::db::Connection &connection, const QString &where, const NewsChartQuery &query)
+    {
+        builder.ClearChart(query);
+        builder.Build(connection, where, query);
+    }
 };
 
 QString fingerprint(const Drawing &drawing)
@@ -208,12 +214,8 @@ void tst_StatisticsEquality::fastEqualsLiteral()
     QFETCH(quint32, seed);
     QFETCH(int, filter);
     const QString connection = postgres ? m_postgres.value(seed) : m_sqlite.value(seed);
-    if (connection.isEmpty()) {
-        // Only where no server was started and this is no CI run.
-        if (qEnvironmentVariableIsSet("CI") || qEnvironmentVariableIsSet("QRT_TEST_PG"))
-            QFAIL(qPrintable(m_postgresWhy));
-        QSKIP(qPrintable(m_postgresWhy));
-    }
+    if (connection.isEmpty())
+        QRT_SKIP_WITHOUT_POSTGRES(m_postgresWhy);
     const StatisticsPath fastPath =
         postgres ? StatisticsPath::PostgresDaily : filters()[filter].sqlitePath;
     int drawn = 0, empty = 0;
@@ -226,11 +228,9 @@ void tst_StatisticsEquality::fastEqualsLiteral()
                                  qrt::chart::StatisticsStatement::ColumnsFor(series)->order,
                                  series,
                                  StatisticsMode::Fastest};
-            fast.builder.ClearChart(query);
-            fast.builder.Build(m_connection, connection, query);
+            fast.draw(m_connection, connection, query);
             query.mode = StatisticsMode::Literal;
-            literal.builder.ClearChart(query);
-            literal.builder.Build(m_connection, connection, query);
+            literal.draw(m_connection, connection, query);
             QCOMPARE(literal.builder.lastPath(), StatisticsPath::Literal);
             QCOMPARE(fast.builder.lastPath(), fastPath);
             const QString expected = fingerprint(literal);
@@ -264,10 +264,9 @@ void tst_StatisticsEquality::isoForms_data()
 {
     QTest::addColumn<QString>("separator");
     QTest::addColumn<QString>("suffix");
-    QTest::newRow("fraction") << u" "_s << u".000"_s;
-    QTest::newRow("T") << u"T"_s << QString();
-    QTest::newRow("Z") << u"T"_s << u"Z"_s;
-    QTest::newRow("+00:00") << u"T"_s << u"+00:00"_s;
+    // The separator T, each form of a zone (-05:00 would move a day if it
+    // were applied) and a fraction of a second.
+    QTest::newRow("T and Z") << u"T"_s << u"Z"_s;
     QTest::newRow("-05:00") << u"T"_s << u"-05:00"_s;
     QTest::newRow("fraction and +0200") << u" "_s << u".000+0200"_s;
 }
@@ -298,10 +297,8 @@ void tst_StatisticsEquality::isoForms()
                                        2,
                                        mode};
             Drawing expected, actual;
-            expected.builder.ClearChart(query);
-            expected.builder.Build(m_connection, plain, query);
-            actual.builder.ClearChart(query);
-            actual.builder.Build(m_connection, written, query);
+            expected.draw(m_connection, plain, query);
+            actual.draw(m_connection, written, query);
             QCOMPARE(actual.builder.lastPath(), mode == StatisticsMode::Literal
                                                     ? StatisticsPath::Literal
                                                 : postgres ? StatisticsPath::PostgresDaily

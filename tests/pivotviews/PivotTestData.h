@@ -5,6 +5,10 @@
 
 #include "TestDatabases.h"
 #include "db/Connection.h"
+#include "pivotviews/PivotAxis.h"
+#include "pivotviews/PivotFieldSet.h"
+#include "pivotviews/PivotLoader.h"
+#include "pivotviews/PivotMember.h"
 
 #include <QRandomGenerator>
 #include <QSqlError>
@@ -113,6 +117,35 @@ inline bool makeSmallNewsDb(const QString &path)
                     "(2, '2005-03-31 23:59:59', 2, 'b'), (3, '2005-04-01 00:00:00', 3, NULL), "
                     "(4, '2006-12-31 12:00:00', 1, ''), (5, '2004-12-31 08:00:00', 2, 'e'), "
                     "(6, NULL, 3, 'f')")});
+}
+
+// The names of an axis's field sets, in order.
+inline QStringList fieldSetNames(const pivot::PivotAxis &axis)
+{
+    QStringList names;
+    for (const pivot::PivotFieldSet *set : axis.FieldSets())
+        names << set->Name();
+    return names;
+}
+
+inline QStringList captions(const std::vector<pivot::PivotMember> &members)
+{
+    QStringList out;
+    for (const pivot::PivotMember &member : members)
+        out << member.Caption();
+    return out;
+}
+
+// The rows of a news database as the pivot views load them: null, with the
+// reason in the test's log, when they cannot be read.
+inline std::shared_ptr<pivot::PivotData> loadNews(const QString &path,
+                                                  const QString &statement = pivotStatement())
+{
+    QString error;
+    std::shared_ptr<pivot::PivotData> data = pivot::PivotLoader::load(path, statement, {}, &error);
+    if (!data)
+        qWarning() << error;
+    return data;
 }
 
 } // namespace qrt::test

@@ -21,6 +21,7 @@
 #include <QAction>
 #include <QListWidget>
 #include <QPointer>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -33,97 +34,55 @@ using namespace qrt::pivot;
 namespace {
 
 const QString kSection = u"STATMSCHART"_s;
-using Keys = QList<std::pair<QString, QString>>;
+using Keys = QStringList; // each "KEY=value"
 
 void store(const Keys &keys)
 {
     resumeNext([] { gSettings->DeleteSetting(kSection); });
-    for (const auto &[key, value] : keys)
-        gSettings->SaveSetting(kSection, key, value);
+    for (const QString &key : keys)
+        gSettings->SaveSetting(kSection, key.section(u'=', 0, 0), key.section(u'=', 1));
 }
 
-QString stored(const QString &key)
+// An entry as the store holds it now: "KEY=value".
+QString stored(const QString &entry)
 {
-    return gSettings->GetSetting(kSection, key, u"<none>"_s).toString();
-}
-
-QStringList names(const PivotAxis &axis)
-{
-    QStringList out;
-    for (const PivotFieldSet *set : axis.FieldSets())
-        out << set->Name();
-    return out;
-}
-
-QStringList captions(const std::vector<PivotMember> &members)
-{
-    QStringList out;
-    for (const PivotMember &member : members)
-        out << member.Caption();
-    return out;
+    const QString key = entry.section(u'=', 0, 0);
+    return key + u'=' + gSettings->GetSetting(kSection, key, u"<none>"_s).toString();
 }
 
 // The default layout as it is stored back.
-const Keys kDefaultKeys = {
-    {u"LEGEND"_s, u"1"_s},
-    {u"TYPE"_s, u"7"_s},
-    {u"SERIESBYROWS"_s, u"0"_s},
-    {u"FILTERFIELDSETSCOUNT"_s, u"1"_s},
-    {u"FILTERFIELDSETNAME1"_s, u"Channel"_s},
-    {u"FILTERFIELDSETFIELDS1"_s, u"Channel"_s},
-    {u"FILTERFIELDSFILTERS1"_s, u""_s},
-    {u"ROWFIELDSETSCOUNT"_s, u"1"_s},
-    {u"ROWFIELDSETNAME1"_s, u"NewsDate By Month"_s},
-    {u"ROWFIELDSETFIELDS1"_s, u"Months"_s},
-    {u"ROWFIELDSFILTERS1"_s, u""_s},
-    {u"COLUMNFIELDSETSCOUNT"_s, u"1"_s},
-    {u"COLUMNFIELDSETNAME1"_s, u"Provider"_s},
-    {u"COLUMNFIELDSETFIELDS1"_s, u"Provider"_s},
-    {u"COLUMNFIELDSFILTERS1"_s, u""_s},
-    {u"DATAFIELDSETSCOUNT"_s, u"1"_s},
-    {u"DATAFIELDSETNAME1"_s, u"News"_s},
-    {u"DATAFIELDSETFIELDS1"_s, u"News"_s},
-    {u"DATAFIELDSFILTERS1"_s, u""_s},
-    {u"TOTALSCOUNT"_s, u"1"_s},
-    {u"TOTALNAME1"_s, u"Count of News"_s},
-    {u"TOTALFIELD1"_s, u"News"_s},
-    {u"TOTALFUNCTION1"_s, u"2"_s},
-};
+const Keys kDefaultKeys =
+    QStringLiteral(
+        "LEGEND=1;TYPE=7;SERIESBYROWS=0;FILTERFIELDSETSCOUNT=1;FILTERFIELDSETNAME1=Channel;"
+        "FILTERFIELDSETFIELDS1=Channel;FILTERFIELDSFILTERS1=;ROWFIELDSETSCOUNT=1;"
+        "ROWFIELDSETNAME1=NewsDate By Month;ROWFIELDSETFIELDS1=Months;ROWFIELDSFILTERS1=;"
+        "COLUMNFIELDSETSCOUNT=1;COLUMNFIELDSETNAME1=Provider;COLUMNFIELDSETFIELDS1=Provider;"
+        "COLUMNFIELDSFILTERS1=;DATAFIELDSETSCOUNT=1;DATAFIELDSETNAME1=News;"
+        "DATAFIELDSETFIELDS1=News;DATAFIELDSFILTERS1=;TOTALSCOUNT=1;TOTALNAME1=Count of News;"
+        "TOTALFIELD1=News;TOTALFUNCTION1=2")
+        .split(u';');
 
 // A layout of every kind of stored choice: a type without a drawing of its
 // own, legend off, series by rows, an empty axis, member paths of zero, one
 // and two steps, and two totals.
-const Keys kStoredKeys = {
-    {u"LEGEND"_s, u"0"_s},
-    {u"TYPE"_s, u"24"_s},
-    {u"SERIESBYROWS"_s, u"1"_s},
-    {u"FILTERFIELDSETSCOUNT"_s, u"1"_s},
-    {u"FILTERFIELDSETNAME1"_s, u"Category"_s},
-    {u"FILTERFIELDSETFIELDS1"_s, u"Category"_s},
-    {u"FILTERFIELDSFILTERS1"_s, u"Category||1||||(Sports,World)"_s},
-    {u"ROWFIELDSETSCOUNT"_s, u"2"_s},
-    {u"ROWFIELDSETNAME1"_s, u"NewsDate By Month"_s},
-    {u"ROWFIELDSETFIELDS1"_s, u"Years%%|%%Quarters%%|%%Months"_s},
-    {u"ROWFIELDSFILTERS1"_s,
-     u"Quarters||2||2024||(Qtr1,Qtr2)%%|%%Months||2||2025**|**Qtr3||(Jul,Sep)"_s},
-    {u"ROWFIELDSETNAME2"_s, u"Provider"_s},
-    {u"ROWFIELDSETFIELDS2"_s, u"Provider"_s},
-    {u"ROWFIELDSFILTERS2"_s, u""_s},
-    {u"COLUMNFIELDSETSCOUNT"_s, u"0"_s},
-    {u"DATAFIELDSETSCOUNT"_s, u"1"_s},
-    {u"DATAFIELDSETNAME1"_s, u"News"_s},
-    {u"DATAFIELDSETFIELDS1"_s, u"News"_s},
-    {u"DATAFIELDSFILTERS1"_s, u""_s},
-    {u"TOTALSCOUNT"_s, u"2"_s},
-    {u"TOTALNAME1"_s, u"Count of News"_s},
-    {u"TOTALFIELD1"_s, u"News"_s},
-    {u"TOTALFUNCTION1"_s, u"2"_s},
-    {u"TOTALNAME2"_s, u"Count of Channel"_s},
-    {u"TOTALFIELD2"_s, u"Channel"_s},
-    {u"TOTALFUNCTION2"_s, u"2"_s},
-};
+const Keys kStoredKeys =
+    QStringLiteral(
+        "LEGEND=0;TYPE=24;SERIESBYROWS=1;FILTERFIELDSETSCOUNT=1;FILTERFIELDSETNAME1=Category;"
+        "FILTERFIELDSETFIELDS1=Category;FILTERFIELDSFILTERS1=Category||1||||(Sports,World);"
+        "ROWFIELDSETSCOUNT=2;ROWFIELDSETNAME1=NewsDate By Month;"
+        "ROWFIELDSETFIELDS1=Years%%|%%Quarters%%|%%Months;"
+        "ROWFIELDSFILTERS1=Quarters||2||2024||(Qtr1,Qtr2)%%|%%Months||2||2025**|**Qtr3||(Jul,Sep);"
+        "ROWFIELDSETNAME2=Provider;ROWFIELDSETFIELDS2=Provider;ROWFIELDSFILTERS2=;"
+        "COLUMNFIELDSETSCOUNT=0;DATAFIELDSETSCOUNT=1;DATAFIELDSETNAME1=News;"
+        "DATAFIELDSETFIELDS1=News;DATAFIELDSFILTERS1=;TOTALSCOUNT=2;TOTALNAME1=Count of News;"
+        "TOTALFIELD1=News;TOTALFUNCTION1=2;TOTALNAME2=Count of Channel;TOTALFIELD2=Channel;"
+        "TOTALFUNCTION2=2")
+        .split(u';');
 
 } // namespace
+
+using qrt::test::captions;
+using qrt::test::fieldSetNames;
 
 class tst_PivotChart : public QObject
 {
@@ -195,36 +154,28 @@ void tst_PivotChart::layoutRoundTrip()
     QCOMPARE(chart->border().Color(), 14480885);
     QCOMPARE(chart->Interior().color(), QColor(u"beige"_s));
     // What the store says shows: the legend, the type and the direction.
-    const auto value = [&after](const QString &key) {
-        for (const auto &[k, v] : after)
-            if (k == key)
-                return v;
-        return QString();
-    };
-    QCOMPARE(chart->HasChartSpaceLegend(), value(u"LEGEND"_s) == u"1"_s);
-    QCOMPARE(chart->Charts(0).Type(), value(u"TYPE"_s).toInt());
-    QCOMPARE(chart->chartView()->chartType(), value(u"TYPE"_s).toInt());
-    QCOMPARE(chart->HasSeriesByRows(), value(u"SERIESBYROWS"_s) == u"1"_s);
+    const int type = after.filter(QRegularExpression(u"^TYPE="_s)).value(0).mid(5).toInt();
+    QCOMPARE(chart->HasChartSpaceLegend(), after.contains(u"LEGEND=1"_s));
+    QCOMPARE(chart->Charts(0).Type(), type);
+    QCOMPARE(chart->chartView()->chartType(), type);
+    QCOMPARE(chart->HasSeriesByRows(), after.contains(u"SERIESBYROWS=1"_s));
     QVERIFY(chart->chartView()->legendShown() == chart->HasChartSpaceLegend());
     w->close();
     QTRY_VERIFY(!w);
-    for (const auto &[key, expected] : after)
-        QVERIFY2(stored(key) == expected, qPrintable(key + u": "_s + stored(key)));
+    for (const QString &key : after)
+        QCOMPARE(stored(key), key);
 }
 
 void tst_PivotChart::missingFieldSetIsPassedOver()
 {
-    Keys keys = kDefaultKeys;
-    keys << std::pair{u"ROWFIELDSETSCOUNT"_s, u"2"_s} << std::pair{u"ROWFIELDSETNAME1"_s, u"Gone"_s}
-         << std::pair{u"ROWFIELDSETNAME2"_s, u"Category"_s}
-         << std::pair{u"ROWFIELDSETFIELDS2"_s, u"Category"_s};
-    store(keys);
+    store(kDefaultKeys + Keys{u"ROWFIELDSETSCOUNT=2"_s, u"ROWFIELDSETNAME1=Gone"_s,
+                              u"ROWFIELDSETNAME2=Category"_s, u"ROWFIELDSETFIELDS2=Category"_s});
     QPointer<frmCharts> w = open();
     QVERIFY(w);
     const PivotView *view = w->findChild<PivotChartSpace *>()->InternalPivotTable().ActiveView();
-    QCOMPARE(names(view->RowAxis()), QStringList{u"Category"_s});
-    QCOMPARE(names(view->ColumnAxis()), QStringList{u"Provider"_s});
-    QCOMPARE(names(view->FilterAxis()), QStringList{u"Channel"_s});
+    QCOMPARE(fieldSetNames(view->RowAxis()), QStringList{u"Category"_s});
+    QCOMPARE(fieldSetNames(view->ColumnAxis()), QStringList{u"Provider"_s});
+    QCOMPARE(fieldSetNames(view->FilterAxis()), QStringList{u"Channel"_s});
     QCOMPARE(view->DataAxis().Totals().Count(), 1);
     // One load for both pivot views: the table's view stands on the same rows.
     auto *table = w->findChild<PivotTable *>();
@@ -248,8 +199,8 @@ void tst_PivotChart::noChartSpaceStoresNothing()
     QVERIFY(!w->findChild<PivotChartSpace *>());
     w->close();
     QTRY_VERIFY(!w);
-    for (const auto &[key, expected] : kStoredKeys)
-        QCOMPARE(stored(key), expected);
+    for (const QString &key : kStoredKeys)
+        QCOMPARE(stored(key), key);
 }
 
 void tst_PivotChart::missingMemberAsksTheUser_data()
@@ -267,10 +218,8 @@ void tst_PivotChart::missingMemberAsksTheUser()
 {
     QFETCH(QStringList, answers);
     QFETCH(QStringList, included);
-    Keys keys = kDefaultKeys;
-    keys << std::pair{u"COLUMNFIELDSFILTERS1"_s,
-                      u"Provider||2||||(Provider A,Provider Gone,Provider B)"_s};
-    store(keys);
+    store(kDefaultKeys +
+          Keys{u"COLUMNFIELDSFILTERS1=Provider||2||||(Provider A,Provider Gone,Provider B)"_s});
     DialogAnswerer answerer(answers);
     QPointer<frmCharts> w = open();
     QVERIFY(w);
@@ -291,11 +240,8 @@ void tst_PivotChart::missingMemberAsksTheUser()
 // category and series, for both directions and with a filter choice.
 void tst_PivotChart::drawnValuesMatchTheGrid()
 {
-    const Keys keys = {{u"ROWFIELDSETNAME1"_s, u"Category"_s},
-                       {u"ROWFIELDSETFIELDS1"_s, u"Category"_s},
-                       {u"FILTERFIELDSFILTERS1"_s, u"Channel||1||||(Channel 1,Channel 3)"_s},
-                       {u"TYPE"_s, u"0"_s}};
-    store(keys);
+    store({u"ROWFIELDSETNAME1=Category"_s, u"ROWFIELDSETFIELDS1=Category"_s,
+           u"FILTERFIELDSFILTERS1=Channel||1||||(Channel 1,Channel 3)"_s, u"TYPE=0"_s});
     QPointer<frmCharts> w = open();
     QVERIFY(w);
     auto *chart = w->findChild<PivotChartSpace *>();
@@ -377,9 +323,8 @@ void tst_PivotChart::toolBarClicks()
             chart->InternalPivotTable().ActiveView()->FieldSets(u"Provider"_s).Members().Count()));
     w->close();
     QTRY_VERIFY(!w);
-    QCOMPARE(stored(u"TYPE"_s), u"19"_s);
-    QCOMPARE(stored(u"LEGEND"_s), u"0"_s);
-    QCOMPARE(stored(u"SERIESBYROWS"_s), u"1"_s);
+    for (const QString &entry : {u"TYPE=19"_s, u"LEGEND=0"_s, u"SERIESBYROWS=1"_s})
+        QCOMPARE(stored(entry), entry);
 }
 
 QTEST_MAIN(tst_PivotChart)

@@ -78,9 +78,8 @@ void tst_PivotGridModel::initTestCase()
 {
     m_path = m_dir.filePath(u"news.db"_s);
     QVERIFY(qrt::test::makeRandomNewsDb(m_path, 4000, qrt::test::testSeed()));
-    QString error;
-    m_data = PivotLoader::load(m_path, qrt::test::pivotStatement(), {}, &error);
-    QVERIFY2(m_data, qPrintable(error));
+    m_data = qrt::test::loadNews(m_path);
+    QVERIFY(m_data);
 }
 
 void tst_PivotGridModel::valuesEqualSql_data()

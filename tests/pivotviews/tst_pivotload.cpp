@@ -296,8 +296,6 @@ void tst_PivotLoad::postgresReadsTheSameRows()
 void tst_PivotLoad::isoFormsKeepTheirDay_data()
 {
     QTest::addColumn<QString>("suffix");
-    QTest::newRow("Z") << u"Z"_s;
-    QTest::newRow("+00:00") << u"+00:00"_s;
     QTest::newRow("-05:00") << u"-05:00"_s;
     QTest::newRow("fraction and +0200") << u".000+0200"_s;
     QTest::newRow("fraction up to the next second") << u".600"_s;
@@ -309,6 +307,7 @@ void tst_PivotLoad::isoFormsKeepTheirDay_data()
 void tst_PivotLoad::isoFormsKeepTheirDay()
 {
     QFETCH(QString, suffix);
+    // The forms themselves are tst_dates'; here each reader keeps the day.
     const QStringList plain = {u"2005-01-31 23:30:00"_s, u"2005-01-31 23:59:59"_s,
                                u"2005-02-01 00:30:00"_s};
     QStringList written;

@@ -1,7 +1,7 @@
 // The pivot table's page: whole pages for stored layouts, compared byte for
-// byte with the page written out here line by line, and the file it goes to.
+// byte with the page of PivotPageText.h, and the file it goes to.
 
-#include "FixedScriptFunctions.h"
+#include "PivotPageText.h"
 #include "pivotviews/PivotPage.h"
 #include "settings/SettingsTestHome.h"
 
@@ -13,67 +13,8 @@ using namespace qrt::pivot;
 
 namespace {
 
-struct Block
-{
-    QString axis, name, fields, filters;
-};
-struct Total
-{
-    QString field, name, function;
-};
-
-QString expectedPage(const QString &connection, const QList<Block> &blocks,
-                     const QList<Total> &totals)
-{
-    QStringList lines = {
-        u"<html><body bgcolor='beige' topmargin=0 leftmargin=0 rightmargin=0 bottommargin=0 "
-        u"marginwidth=0 marginheight=0><object id=PT "
-        u"classid=CLSID:0002E55A-0000-0000-C000-000000000046></object></body>"_s,
-        u"<script language=vbs>"_s,
-        u"Dim ParentMember,ParentFound"_s,
-        u"Sub Window_OnLoad()"_s,
-        u"Dim pFieldSet, pField , aFields, aFieldsFilters, aFilters, I, J "_s,
-        u"With PT"_s,
-        u".ConnectionString = \"%1\" "_s.arg(connection),
-        u".CommandText = \"SELECT Providers.Provider, Channels.Channel, News.Title AS News, "
-        u"News.pubDate as NewsDate, Categories.Name AS Category \" & _"_s,
-        u"\"FROM Categories INNER JOIN (Providers INNER JOIN (Channels INNER JOIN News ON "
-        u"Channels.ID = News.Channel) ON Providers.ID = Channels.Provider) ON Categories.ID = "
-        u"Channels.Category; \""_s,
-        u".AllowFiltering = True"_s,
-        u".AllowGrouping = True"_s,
-        u".AllowPropertyToolbox = True"_s,
-        u".DisplayToolbar = True"_s,
-        u".DisplayFieldList = True"_s,
-        u"End With"_s,
-    };
-    for (const Block &b : blocks)
-        lines << u"Set pFieldSet = PT.ActiveView.FieldSets(\"%1\")"_s.arg(b.name)
-              << u"PT.ActiveView.%1.InsertFieldSet pFieldSet"_s.arg(b.axis)
-              << u"For Each pField In pFieldSet.Fields"_s << u"pField.IsIncluded = False"_s
-              << u"Next"_s << u"aFields = Split(\"%1\" , \"%%|%%\" )"_s.arg(b.fields)
-              << u"aFieldsFilters = Split(\"%1\" , \"%%|%%\" )"_s.arg(b.filters)
-              << u"For J = 0 To UBound(aFields)"_s
-              << u"pFieldSet.Fields(aFields(J)).IsIncluded = True"_s << u"Next"_s
-              << u"For J = 0 To UBound(aFieldsFilters)"_s
-              << u"aFilters = Split(aFieldsFilters(J), \"||\")"_s << u"If aFilters(1) = 2 Then"_s
-              << u"pFieldSet.Fields(aFilters(0)).IncludedMembers = "
-                 u"ParseMembers(pFieldSet.Members, aFilters(2), aFilters(3))"_s
-              << u"pFieldSet.AllIncludeExclude = aFilters(1)"_s << u"ElseIf aFilters(1) = 1 Then"_s
-              << u"pFieldSet.Fields(aFilters(0)).ExcludedMembers = "
-                 u"ParseMembers(pFieldSet.Members, aFilters(2), aFilters(3))"_s
-              << u"pFieldSet.AllIncludeExclude = aFilters(1)"_s << u"End If"_s << u"Next"_s;
-    lines << u"Dim pTotal "_s;
-    for (const Total &t : totals)
-        lines << u"Set pFieldSet = PT.ActiveView.FieldSets(\"%1\")"_s.arg(t.field)
-              << u"Set pTotal = PT.ActiveView.AddTotal(\"%1\", pFieldSet.Fields(0), %2) "_s.arg(
-                     t.name, t.function)
-              << u"PT.ActiveView.DataAxis.InsertTotal pTotal "_s;
-    lines << u"PT.ActiveView.ExpandDetails = 2"_s << u"PT.ActiveView.ExpandMembers = 2"_s
-          << u"PT.ActiveData.HideDetails"_s << u"End Sub"_s << qrt::test::fixedScriptFunctions()
-          << QString() << u"</script></html>"_s;
-    return lines.join(u"\r\n"_s);
-}
+using Block = qrt::test::PageBlock;
+using Total = qrt::test::PageTotal;
 
 const Block kByMonth{u"RowAxis"_s, u"NewsDate By Month"_s, u"Months"_s, {}};
 const Block kProvider{u"RowAxis"_s, u"Provider"_s, u"Provider"_s, {}};
@@ -121,7 +62,6 @@ private Q_SLOTS:
     void init() { m_home.clear(); }
     void page_data();
     void page();
-    void fixedFunctions();
     void writeTextFile();
 
 private:
@@ -186,13 +126,7 @@ void tst_PivotPage::page()
     for (auto it = stored.cbegin(); it != stored.cend(); ++it)
         settings.SaveSetting(u"STATMSTABLE"_s, it.key(), it.value());
     QCOMPARE(PivotPage::BuildPivotPage(settings, connection),
-             expectedPage(connection, blocks, totals));
-}
-
-void tst_PivotPage::fixedFunctions()
-{
-    QCOMPARE(PivotPage::GetAdditionalScriptFunctions(),
-             qrt::test::fixedScriptFunctions().join(u"\r\n"_s) + u"\r\n"_s);
+             qrt::test::expectedPage(connection, blocks, totals));
 }
 
 void tst_PivotPage::writeTextFile()
