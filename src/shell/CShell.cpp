@@ -2,6 +2,7 @@
 
 #include "base/AppInfo.h"
 #include "shell/DesktopShell.h"
+#include "shell/DocumentVerb.h"
 
 #include <QDesktopServices>
 #include <QFileInfo>
@@ -220,7 +221,14 @@ void CShell::OpenDocument(const QString &PathFileName)
     Guarded([&] {
         if (!FileExists(PathFileName))
             Raise(ErrFileNotFound);
-        RaiseLong(Execute(PathFileName));
+        const qrt::shell::DocumentVerb verb = qrt::shell::VerbForDocument(PathFileName);
+        if (verb.verb.isEmpty() || verb.verb == u"open"_s) {
+            RaiseLong(Execute(PathFileName));
+            return;
+        }
+        // Another verb is an action of the type's application: its command
+        // runs in the document's folder.
+        RaiseLong(qrt::shell::StartCommand(verb.command, QFileInfo(PathFileName).absolutePath()));
     });
 }
 

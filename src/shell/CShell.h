@@ -11,7 +11,7 @@
 // table does not list raise nothing.
 //
 //   Opening with xdg-open (OpenUrl, CreateNewMailMessage, OpenFolder,
-//   ExploreFolder, OpenDocument):
+//   ExploreFolder, OpenDocument with the verb "open" or the empty one):
 //     exits 0                                   > 32  success
 //     exits 2, the item's folder exists            2  File not found
 //     exits 2, a folder on the way is missing      3  Path not found
@@ -23,9 +23,10 @@
 //     still running after OpenerTimeLimit (10 s) > 32  success (the handler runs)
 //     no xdg-open, and Qt's desktop services
 //     cannot open the item either                 32  DLL not found
-//   Starting a program (LaunchProgram without waiting; also the start of
-//   xdg-open itself), by posix_spawn's error (LaunchProgram on a file that
-//   is no program opens it with xdg-open instead, as above):
+//   Starting a program (LaunchProgram without waiting; OpenDocument with
+//   any other verb; also the start of xdg-open itself), by posix_spawn's
+//   error (LaunchProgram on a file that is no program opens it with
+//   xdg-open instead, as above):
 //     ENOENT                                       2  File not found
 //     ENOTDIR                                      3  Path not found
 //     EACCES, EPERM (not executable)               5  File not found
@@ -34,13 +35,19 @@
 //     ETXTBSY (the file is open for writing)      26  A sharing violation occurred
 //     EAGAIN (process limit)                      30  DDE busy
 //     any other error                              0  (nothing raised)
+//     (OpenDocument) the action gives no command  27  Incomplete or invalid file association
 //
-// The desktop keeps one action per file type, its default application's,
-// and xdg-open finds it from the same shared MIME database QMimeDatabase
-// reads; so every verb ("open", "explore", the verb of a document's type)
-// comes to xdg-open on the item. A program is started directly, never
-// through a shell, so its parameters are split into arguments here (blanks
-// separate, double quotes group) and nothing in them is expanded.
+// OpenDocument settles the verb of the document's type first
+// (qrt::shell::VerbForDocument): the type's verbs are the actions of its
+// default application's desktop entry. "open", and the empty verb that
+// leaves the choice to the desktop, go to xdg-open, which opens the item
+// with that application; so does "explore", whose application is the file
+// manager. Another verb starts its action's command line with the document
+// in, in the document's folder. A program is started directly, never
+// through a shell: LaunchProgram's parameters are split into arguments
+// here (blanks separate, double quotes group), an action's command line as
+// its entry quotes it with the entry's field codes filled in, and nothing
+// else is expanded.
 
 #include "base/ComponentError.h"
 

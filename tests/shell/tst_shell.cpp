@@ -1,10 +1,12 @@
 // CShell against a desktop made of stand-ins: an xdg-open on the search path
-// that answers as the test tells it, programs written for the test, and a
-// file manager on a private session bus. Every row of both failure tables is
-// produced by a real outcome.
+// that answers as the test tells it, programs written for the test,
+// applications of its own for the documents' types, and a file manager on a
+// private session bus. Every row of both failure tables is produced by a
+// real outcome.
 
 #include "shell/CShell.h"
 #include "shell/DesktopShell.h"
+#include "shell/DocumentVerb.h"
 
 #include <QDBusConnection>
 #include <QDBusContext>
@@ -91,6 +93,56 @@ QByteArray ReadFile(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+// The desktop's folders are the test's own from before main: GIO reads them
+// once a process, and no application of this machine may be found, let
+// alone started. Only the machine's MIME database is seen, so names keep
+// their types.
+struct OwnDesktop
+{
+    QTemporaryDir root;
+    QString applications;
+    QString config;
+
+    OwnDesktop()
+    {
+        const QString mime = QStandardPaths::locate(QStandardPaths::GenericDataLocation, u"mime"_s,
+                                                    QStandardPaths::LocateDirectory);
+        QDir dir(root.path());
+        dir.mkpath(u"data/applications"_s);
+        dir.mkpath(u"system"_s);
+        dir.mkpath(u"config"_s);
+        dir.mkpath(u"config-system"_s);
+        QFile::link(mime, dir.filePath(u"system/mime"_s));
+        applications = dir.filePath(u"data/applications"_s);
+        config = dir.filePath(u"config"_s);
+        qputenv("XDG_DATA_HOME", QFile::encodeName(dir.filePath(u"data"_s)));
+        qputenv("XDG_DATA_DIRS", QFile::encodeName(dir.filePath(u"system"_s)));
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(config));
+        qputenv("XDG_CONFIG_DIRS", QFile::encodeName(dir.filePath(u"config-system"_s)));
+    }
+};
+OwnDesktop ownDesktop;
+
+// An application whose program is the stand-in, with its actions' groups
+// (name and command line; no command line leaves the key out).
+void WriteApplication(const QString &id, const QString &program, const QByteArray &more,
+                      const QList<std::pair<QByteArray, QByteArray>> &actions)
+{
+    QByteArray entry = "[Desktop Entry]\nType=Application\nName=" + id.toUtf8() + "\nExec=\"" +
+                       program.toUtf8() + "\" %f\n" + more;
+    QByteArray names;
+    QByteArray groups;
+    for (const auto &[name, exec] : actions) {
+        names += name + ';';
+        groups += "\n[Desktop Action " + name + "]\nName=" + name + "\n";
+        if (!exec.isEmpty())
+            groups += "Exec=" + exec + "\n";
+    }
+    if (!names.isEmpty())
+        entry += "Actions=" + names + "\n";
+    WriteFile(ownDesktop.applications + u'/' + id + u".desktop"_s, entry + groups, false);
+}
+
 // A file manager on the bus: notes the items it was asked about, or refuses.
 class FakeFileManager : public QObject, protected QDBusContext
 {
@@ -140,14 +192,21 @@ private Q_SLOTS:
     void propertiesWithoutFileManager_data();
     void propertiesWithoutFileManager();
     void propertiesFromTheFileManager();
+    void verbOfTheType_data();
+    void verbOfTheType();
+    void documentVerbCarriedOut_data();
+    void documentVerbCarriedOut();
 
 private:
+    void WriteDesktop();
     void SetOpener(const QByteArray &body);
     qint32 Call(const QString &operation, const QString &item);
 
     QTemporaryDir m_dir;
     QString m_bin;
     QString m_openedLog;
+    QString m_standIn; // an application's program: notes its arguments and folder
+    QString m_ranLog;
 };
 
 void tst_CShell::initTestCase()
@@ -158,16 +217,58 @@ void tst_CShell::initTestCase()
     m_bin = root.filePath(u"bin"_s);
     m_openedLog = root.filePath(u"opened.txt"_s);
     WriteFile(root.filePath(u"docs/report.txt"_s), "news\n", false);
+    WriteDesktop();
     QDir::setCurrent(m_dir.path());
     qrt::shell::SetOpenerTimeLimit(400ms);
     // No session bus unless a test starts one.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + root.filePath(u"no-bus"_s).toLocal8Bit());
 }
 
+// The applications and their types, all in place before GIO first looks.
+// Each type has an application of its own, so no answer hides another.
+void tst_CShell::WriteDesktop()
+{
+    QDir root(m_dir.path());
+    QVERIFY(root.mkpath(u"docs/v1.2"_s));
+    for (const char *name : {"Makefile", "v1.2/Makefile", "table.csv", "notes.md", "page.html",
+                             "main.c", "pic.png", "data.json", "feed.xml"})
+        WriteFile(root.filePath(u"docs/"_s + QLatin1StringView(name)), "x\n", false);
+    m_standIn = root.filePath(u"bin/stand in"_s);
+    m_ranLog = root.filePath(u"ran.txt"_s);
+    WriteFile(m_standIn,
+              "#!/bin/sh\n{ printf '%s|' \"$@\"; pwd; } > '" + m_ranLog.toLocal8Bit() +
+                  ".part' && mv '" + m_ranLog.toLocal8Bit() + ".part' '" + m_ranLog.toLocal8Bit() +
+                  "'\n",
+              true);
+    const QByteArray standIn = '"' + m_standIn.toUtf8() + '"';
+    WriteApplication(u"print-edit"_s, m_standIn, {},
+                     {{"Print", standIn + " --first %U %i 100%%"}, {"Edit", standIn + " %f"}});
+    WriteApplication(u"print-open"_s, m_standIn, {}, {{"Print", standIn}, {"Open", standIn}});
+    WriteApplication(u"no-actions"_s, m_standIn, {}, {});
+    // Default of no list: the type's installed handler, in the cache that
+    // update-desktop-database keeps.
+    WriteApplication(u"c-editor"_s, m_standIn, "MimeType=text/x-csrc;\n",
+                     {{"Edit", standIn + " --edit"}, {"Print", standIn}});
+    WriteFile(ownDesktop.applications + u"/mimeinfo.cache"_s,
+              "[MIME Cache]\ntext/x-csrc=c-editor.desktop;\n", false);
+    WriteApplication(u"missing-printer"_s, m_standIn, {}, {{"Print", "/nowhere/printer %f"}});
+    WriteApplication(u"no-command"_s, m_standIn, {}, {{"Print", {}}});
+    WriteFile(ownDesktop.config + u"/mimeapps.list"_s,
+              "[Default Applications]\n"
+              "text/x-makefile=print-edit.desktop\n"
+              "text/html=print-edit.desktop\n"
+              "text/markdown=print-open.desktop\n"
+              "image/png=no-actions.desktop\n"
+              "application/json=missing-printer.desktop\n"
+              "application/xml=no-command.desktop\n",
+              false);
+}
+
 void tst_CShell::init()
 {
     qputenv("PATH", m_bin.toLocal8Bit() + ":/usr/bin:/bin");
     QFile::remove(m_openedLog);
+    QFile::remove(m_ranLog);
 }
 
 void tst_CShell::SetOpener(const QByteArray &body)
@@ -513,6 +614,75 @@ void tst_CShell::propertiesFromTheFileManager()
     QCOMPARE(RaisedBy([] { CShell().ShowProperties(u"docs/none"_s); }), FileNotFound);
     manager->refuse = true;
     QCOMPARE(RaisedBy([] { CShell().ShowProperties(u"docs"_s); }), CannotShowProperties);
+}
+
+void tst_CShell::verbOfTheType_data()
+{
+    QTest::addColumn<QString>("document");
+    QTest::addColumn<QString>("verb");
+    QTest::addColumn<QStringList>("command");
+
+    const QString doc = m_dir.filePath(u"docs/"_s);
+    // The makefile type's application would give "Print": these two are
+    // never looked up.
+    QTest::newRow("no dot") << u"docs/Makefile"_s << u"open"_s << QStringList();
+    QTest::newRow("the last dot in a folder name")
+        << u"docs/v1.2/Makefile"_s << u"open"_s << QStringList();
+    QTest::newRow("no application") << u"docs/table.csv"_s << u"open"_s << QStringList();
+    QTest::newRow("Print;Open") << u"docs/notes.md"_s << u"open"_s << QStringList();
+    QTest::newRow("Print;Edit, field codes")
+        << u"docs/page.html"_s << u"Print"_s
+        << QStringList({m_standIn, u"--first"_s, doc + u"page.html"_s, u"100%"_s});
+    QTest::newRow("installed handler, no file code")
+        << u"docs/main.c"_s << u"Edit"_s
+        << QStringList({m_standIn, u"--edit"_s, doc + u"main.c"_s});
+    QTest::newRow("no actions") << u"docs/pic.png"_s << QString() << QStringList();
+}
+
+void tst_CShell::verbOfTheType()
+{
+    QFETCH(QString, document);
+    QFETCH(QString, verb);
+    QFETCH(QStringList, command);
+
+    const qrt::shell::DocumentVerb settled = qrt::shell::VerbForDocument(document);
+    QCOMPARE(settled.verb, verb);
+    QCOMPARE(settled.command, command);
+}
+
+void tst_CShell::documentVerbCarriedOut_data()
+{
+    QTest::addColumn<QString>("document");
+    QTest::addColumn<qint32>("raises");
+    QTest::addColumn<QByteArray>("ran"); // what the stand-in noted, if it ran
+    QTest::addColumn<bool>("opened");    // whether xdg-open was asked
+
+    const QByteArray docs = m_dir.filePath(u"docs"_s).toLocal8Bit();
+    QTest::newRow("an action runs, in the document's folder")
+        << u"docs/page.html"_s << 0 << "--first|" + docs + "/page.html|100%|" + docs + '\n'
+        << false;
+    QTest::newRow("open") << u"docs/notes.md"_s << 0 << QByteArray() << true;
+    QTest::newRow("empty verb") << u"docs/pic.png"_s << 0 << QByteArray() << true;
+    QTest::newRow("the action's program is missing")
+        << u"docs/data.json"_s << FileNotFound << QByteArray() << false;
+    QTest::newRow("the action has no command")
+        << u"docs/feed.xml"_s << AssocIncomplete << QByteArray() << false;
+}
+
+void tst_CShell::documentVerbCarriedOut()
+{
+    QFETCH(QString, document);
+    QFETCH(qint32, raises);
+    QFETCH(QByteArray, ran);
+    QFETCH(bool, opened);
+
+    SetOpener("exit 0");
+    QCOMPARE(Call(u"OpenDocument"_s, document), raises);
+    QCOMPARE(QFile::exists(m_openedLog), opened);
+    if (!ran.isEmpty())
+        QTRY_COMPARE(ReadFile(m_ranLog), ran);
+    else
+        QVERIFY(!QFile::exists(m_ranLog));
 }
 
 // While the desktop answers, the window goes on: its timers fire during

@@ -146,6 +146,16 @@ Spawned SpawnProgram(const QString &program, const QString &parameters, const QS
                  directory, false);
 }
 
+// The shell value of a start we do not wait for; the child is collected
+// when it ends.
+int Started(const Spawned &child)
+{
+    if (child.error != 0)
+        return ShellValueOfSpawnError(child.error);
+    ReapLater(child.pid);
+    return ShellValue::Success;
+}
+
 } // namespace
 
 std::chrono::milliseconds OpenerTimeLimit()
@@ -233,11 +243,14 @@ int OpenWithDesktop(const QString &target)
 
 int StartProgram(const QString &program, const QString &parameters, const QString &directory)
 {
-    const Spawned child = SpawnProgram(program, parameters, directory);
-    if (child.error != 0)
-        return ShellValueOfSpawnError(child.error);
-    ReapLater(child.pid);
-    return ShellValue::Success;
+    return Started(SpawnProgram(program, parameters, directory));
+}
+
+int StartCommand(const QStringList &command, const QString &directory)
+{
+    if (command.isEmpty())
+        return ShellValue::AssocIncomplete;
+    return Started(Spawn(command.first(), command.mid(1), directory, true));
 }
 
 bool RunProgram(const QString &program, const QString &parameters, const QString &directory)

@@ -8,6 +8,7 @@
 // mapping.
 
 #include <QString>
+#include <QStringList>
 
 #include <chrono>
 
@@ -45,6 +46,13 @@ void SetOpenerTimeLimit(std::chrono::milliseconds limit);
 // (blanks separate, double quotes group; no shell sees it), in directory
 // when one is given, and does not wait for it. The shell value of the start.
 int StartProgram(const QString &program, const QString &parameters, const QString &directory);
+
+// Starts a command, program first, without a shell, in directory, and does
+// not wait for it. A program named without a slash is looked up on the
+// search path, as a desktop entry's command line names it. The shell value
+// of the start; an empty command is an association without one,
+// AssocIncomplete.
+int StartCommand(const QStringList &command, const QString &directory);
 
 // Starts a program as above and waits until it has ended, however long
 // that takes. False when it could not be started.
