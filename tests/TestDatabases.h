@@ -80,6 +80,19 @@ inline bool execAll(const QString &connection, const QStringList &statements)
     return true;
 }
 
+// True while another session on the server runs a statement that starts so.
+inline bool statementRuns(const QString &url, const QString &start)
+{
+    db::Connection db;
+    if (!db.Open(url, db::Connection::Access::ReadWrite))
+        return false;
+    QSqlQuery query(db.database());
+    query.prepare(QStringLiteral("SELECT count(*) FROM pg_stat_activity WHERE state = 'active' "
+                                 "AND pid <> pg_backend_pid() AND starts_with(query, ?)"));
+    query.addBindValue(start);
+    return query.exec() && query.next() && query.value(0).toInt() > 0;
+}
+
 } // namespace qrt::test
 
 // A case without its PostgreSQL database skips where no server was started,

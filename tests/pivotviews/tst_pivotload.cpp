@@ -67,6 +67,8 @@ private Q_SLOTS:
     void viewsShareOneLoad();
     void oneViewCancellingLeavesTheOther();
     void allViewsCancelling();
+    void cancelStopsAStatementWithoutRows_data();
+    void cancelStopsAStatementWithoutRows();
     void postgresReadsTheSameRows();
     void isoFormsKeepTheirDay_data();
     void isoFormsKeepTheirDay();
@@ -266,6 +268,39 @@ void tst_PivotLoad::allViewsCancelling()
     again.waitForFinished();
     QVERIFY2(again.data(), qPrintable(again.error()));
     QCOMPARE(PivotDataCache::instance().loadsStarted(), before + 2);
+}
+
+void tst_PivotLoad::cancelStopsAStatementWithoutRows_data()
+{
+    QTest::addColumn<bool>("postgres");
+    QTest::newRow("SQLite") << false;
+    QTest::newRow("PostgreSQL") << true;
+}
+
+// A statement that counts for ever and gives no row never reaches a
+// progress check: only the interrupt ends it before the statement limit.
+void tst_PivotLoad::cancelStopsAStatementWithoutRows()
+{
+    QFETCH(bool, postgres);
+    QString connection = m_demo;
+    if (postgres)
+        QRT_REQUIRE_POSTGRES(connection, u"tst_pivotload_cancel"_s);
+    const QString endless = u"WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c) "
+                            "SELECT x FROM c WHERE x < 0"_s;
+    QFuture<PivotDataCache::Result> future;
+    {
+        PivotLoad load(connection, endless);
+        const auto entry = PivotDataCache::instance().acquire(connection, endless);
+        future = entry->future();
+        PivotDataCache::instance().release(entry);
+        if (postgres)
+            QTRY_VERIFY(qrt::test::statementRuns(connection, u"WITH RECURSIVE c(x)"_s));
+        else
+            QTest::qWait(500);
+        QVERIFY(!future.isFinished());
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(future.isFinished(), 30000);
+    QVERIFY(future.isCanceled());
 }
 
 void tst_PivotLoad::postgresReadsTheSameRows()

@@ -9,7 +9,11 @@
 #include <QSqlError>
 #include <QSqlQuery>
 
+#include <libpq-fe.h>
+#include <sqlite3.h>
+
 #include <atomic>
+#include <memory>
 
 Q_LOGGING_CATEGORY(lcDb, "qrt.db", QtWarningMsg)
 
@@ -149,6 +153,26 @@ bool Connection::openPostgres(const ConnectionString &cs, Access access,
     if (access == Access::ReadOnly)
         QSqlQuery(u"SET SESSION CHARACTERISTICS AS TRANSACTION READ ONLY"_s, db);
     return true;
+}
+
+std::function<void()> Connection::interrupter() const
+{
+    if (sqlite3 *handle = m_sqlite)
+        return [handle] { sqlite3_interrupt(handle); };
+    if (m_engine != Engine::PostgreSQL || !IsOpen())
+        return {};
+    const QVariant handle = database().driver()->handle();
+    // The driver names the type by libpq's struct tag, "pg_conn*".
+    if (qstrcmp(handle.typeName(), "pg_conn*") != 0 && qstrcmp(handle.typeName(), "PGconn*") != 0)
+        return {};
+    PGconn *server = *static_cast<PGconn *const *>(handle.constData());
+    const std::shared_ptr<PGcancel> cancel(server ? PQgetCancel(server) : nullptr, PQfreeCancel);
+    if (!cancel)
+        return {};
+    return [cancel] {
+        char why[256];
+        PQcancel(cancel.get(), why, sizeof why);
+    };
 }
 
 bool Connection::openOdbc(const ConnectionString &cs, Access access)

@@ -9,6 +9,7 @@
 #include <QSqlDatabase>
 #include <QString>
 
+#include <functional>
 #include <vector>
 
 struct sqlite3;
@@ -52,6 +53,10 @@ public:
     QSqlDatabase database() const;
     // The engine's own handle on SQLite, for stepping statements natively.
     sqlite3 *sqliteHandle() const { return m_sqlite; }
+    // Stops the statement running on this connection, called from any
+    // thread while the connection is open: SQLite's interrupt, or a cancel
+    // request to the PostgreSQL server. Empty where the engine has none.
+    std::function<void()> interrupter() const;
 
 private:
     friend class Recordset;

@@ -1,5 +1,6 @@
 #include "pivotviews/PivotDataCache.h"
 
+#include "db/StatementInterrupt.h"
 #include "pivotviews/PivotData.h"
 #include "pivotviews/PivotLoader.h"
 
@@ -73,8 +74,10 @@ std::shared_ptr<PivotDataCache::Entry> PivotDataCache::start(const QString &conn
     entry->m_commandText = commandText;
     m_started.ref();
     const QString key = keyOf(connectionString, commandText);
+    auto interrupt = std::make_shared<db::StatementInterrupt>();
+    entry->m_interrupt = interrupt;
     entry->m_future = QtConcurrent::run(
-        &m_pool, [this, connectionString, commandText, key](QPromise<Result> &promise) {
+        &m_pool, [this, connectionString, commandText, key, interrupt](QPromise<Result> &promise) {
             promise.setProgressRange(0, 0); // the number of rows is not known ahead
             const auto progress = [&promise](qint64 rows) {
                 promise.setProgressValue(
@@ -82,7 +85,8 @@ std::shared_ptr<PivotDataCache::Entry> PivotDataCache::start(const QString &conn
                 return !promise.isCanceled();
             };
             Result result;
-            result.data = PivotLoader::load(connectionString, commandText, progress, &result.error);
+            result.data = PivotLoader::load(connectionString, commandText, progress, &result.error,
+                                            interrupt.get());
             if (result.data) {
                 QMutexLocker lock(&m_mutex);
                 m_loaded.insert(key, result.data);
@@ -102,8 +106,11 @@ void PivotDataCache::release(const std::shared_ptr<Entry> &entry)
     const QString key = keyOf(entry->m_connectionString, entry->m_commandText);
     if (m_running.value(key).lock() == entry)
         m_running.remove(key);
-    if (!entry->m_future.isFinished())
+    if (!entry->m_future.isFinished()) {
         entry->m_future.cancel();
+        if (entry->m_interrupt)
+            entry->m_interrupt->interrupt();
+    }
 }
 
 } // namespace qrt::pivot

@@ -14,6 +14,10 @@
 #include <atomic>
 #include <memory>
 
+namespace qrt::db {
+class StatementInterrupt;
+}
+
 namespace qrt::pivot {
 
 class PivotData;
@@ -40,6 +44,8 @@ public:
         QString m_connectionString;
         QString m_commandText;
         QFuture<Result> m_future;
+        // Shared with the load's thread, which may outlive the entry.
+        std::shared_ptr<db::StatementInterrupt> m_interrupt;
         std::atomic<int> m_holders{0};
     };
 
@@ -47,7 +53,7 @@ public:
 
     // The load for this pair, running, finished or new. Every acquire is
     // matched by one release; the last release of an unfinished load
-    // cancels it.
+    // cancels it, and stops the statement it may be waiting on.
     std::shared_ptr<Entry> acquire(const QString &connectionString, const QString &commandText);
     void release(const std::shared_ptr<Entry> &entry);
 

@@ -4,6 +4,7 @@
 #include "db/Dialect.h"
 #include "db/Recordset.h"
 #include "db/StatementGuard.h"
+#include "db/StatementInterrupt.h"
 #include "pivotviews/PivotColumnBuilder.h"
 #include "pivotviews/PivotData.h"
 
@@ -273,19 +274,25 @@ QString PivotLoader::cancelledText()
 
 std::shared_ptr<PivotData> PivotLoader::load(const QString &connectionString,
                                              const QString &commandText, const Progress &progress,
-                                             QString *error)
+                                             QString *error, db::StatementInterrupt *interrupt)
 {
     QString reason;
     db::Connection connection;
     Builders builders;
-    bool ok = connection.Open(connectionString, db::Connection::Access::ReadOnly,
-                              db::Connection::LongStatementTimeoutSeconds);
-    if (!ok)
+    const bool open = connection.Open(connectionString, db::Connection::Access::ReadOnly,
+                                      db::Connection::LongStatementTimeoutSeconds);
+    const bool armed = open && (!interrupt || interrupt->arm(connection.interrupter()));
+    bool ok = false;
+    if (!open)
         reason = connection.lastError();
+    else if (!armed)
+        reason = cancelledText();
     else if (connection.engine() == db::Engine::SQLite)
         ok = readSqlite(connection, commandText, builders, progress, &reason);
     else
         ok = readRecordset(connection, commandText, builders, progress, &reason);
+    if (interrupt)
+        interrupt->disarm();
     connection.Close();
     if (!ok) {
         if (error)

@@ -9,6 +9,10 @@
 #include <functional>
 #include <memory>
 
+namespace qrt::db {
+class StatementInterrupt;
+}
+
 namespace qrt::pivot {
 
 class PivotData;
@@ -23,10 +27,13 @@ public:
     static constexpr qint64 ProgressStep = 16384;
 
     // The data, or null with the reason in *error ("cancelled" when the
-    // progress callback stopped it).
+    // progress callback stopped it). The load arms `interrupt`, when given,
+    // while its connection is open, so another thread can stop a statement
+    // that has not yet given a row.
     static std::shared_ptr<PivotData> load(const QString &connectionString,
                                            const QString &commandText, const Progress &progress,
-                                           QString *error);
+                                           QString *error,
+                                           db::StatementInterrupt *interrupt = nullptr);
 
     static QString cancelledText();
 };
