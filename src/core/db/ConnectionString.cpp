@@ -163,6 +163,8 @@ ConnectionString fromPairs(const QString &text, const Pairs &pairs)
     if (colon > 0 && cs.port < 0) {
         bool ok = false;
         const int p = cs.host.mid(colon + 1).toInt(&ok);
+        if (ok && (p <= 0 || p > 65535))
+            return fail(u"bad port \"%1\""_s.arg(p));
         if (ok) {
             cs.port = p;
             cs.host.truncate(colon);
