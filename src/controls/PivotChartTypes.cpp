@@ -1,5 +1,6 @@
 #include "controls/PivotChartTypes.h"
 
+#include "controls/IconCache.h"
 #include "controls/SmoothGraph.h"
 
 #include <QCoreApplication>
@@ -230,9 +231,11 @@ QString PivotChartTypes::typeName(int type)
     return QCoreApplication::translate("PivotChartTypes", entry(type).name);
 }
 
-QIcon PivotChartTypes::typeIcon(int type)
+namespace {
+
+QIcon paintTypeIcon(int type)
 {
-    const Form f = form(type);
+    const Form f = PivotChartTypes::form(type);
     QPixmap pixmap(kIconSize);
     pixmap.fill(Qt::white);
     QPainter p(&pixmap);
@@ -253,4 +256,12 @@ QIcon PivotChartTypes::typeIcon(int type)
     }
     p.end();
     return QIcon(pixmap);
+}
+
+} // namespace
+
+QIcon PivotChartTypes::typeIcon(int type)
+{
+    // Drawn once for the process; see IconCache.
+    return IconCache::icon(u"chart-type/%1"_s.arg(type), [type] { return paintTypeIcon(type); });
 }

@@ -1,5 +1,7 @@
 #include "controls/PivotIcons.h"
 
+#include "controls/IconCache.h"
+
 #include <QPainter>
 #include <QPixmap>
 
@@ -9,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QIcon drawnIcon(const std::function<void(QPainter &)> &draw)
+QIcon paintIcon(const std::function<void(QPainter &)> &draw)
 {
     QPixmap pixmap(32, 32);
     pixmap.fill(Qt::transparent);
@@ -21,9 +23,15 @@ QIcon drawnIcon(const std::function<void(QPainter &)> &draw)
     return QIcon(pixmap);
 }
 
-QIcon textIcon(const QString &text, int pixelSize = 10)
+// Drawn once for the process; see IconCache.
+QIcon drawnIcon(const QString &name, const std::function<void(QPainter &)> &draw)
 {
-    return drawnIcon([&](QPainter &p) {
+    return IconCache::icon(u"pivot/"_s + name, [&draw] { return paintIcon(draw); });
+}
+
+QIcon textIcon(const QString &name, const QString &text, int pixelSize = 10)
+{
+    return drawnIcon(name, [&](QPainter &p) {
         QFont font = p.font();
         font.setPixelSize(pixelSize);
         font.setBold(true);
@@ -36,12 +44,12 @@ QIcon textIcon(const QString &text, int pixelSize = 10)
 
 QIcon PivotIcons::subtotals()
 {
-    return textIcon(u"\u03A3"_s, 13);
+    return textIcon(u"subtotals"_s, u"\u03A3"_s, 13);
 }
 
 QIcon PivotIcons::sort(bool ascending)
 {
-    return drawnIcon([&](QPainter &p) {
+    return drawnIcon(ascending ? u"sort-ascending"_s : u"sort-descending"_s, [&](QPainter &p) {
         QFont font = p.font();
         font.setPixelSize(7);
         font.setBold(true);
@@ -56,7 +64,7 @@ QIcon PivotIcons::sort(bool ascending)
 
 QIcon PivotIcons::expand(bool plus)
 {
-    return drawnIcon([&](QPainter &p) {
+    return drawnIcon(plus ? u"expand"_s : u"collapse"_s, [&](QPainter &p) {
         p.drawRect(QRectF(2.5, 2.5, 11, 11));
         p.drawLine(QPointF(5, 8), QPointF(11, 8));
         if (plus)
@@ -66,7 +74,7 @@ QIcon PivotIcons::expand(bool plus)
 
 QIcon PivotIcons::filter()
 {
-    return drawnIcon([](QPainter &p) {
+    return drawnIcon(u"filter"_s, [](QPainter &p) {
         const QPointF points[] = {{2, 3}, {14, 3}, {9.5, 8.5}, {9.5, 14}, {6.5, 12}, {6.5, 8.5}};
         p.setBrush(QColor(0x6F, 0x8F, 0xCF));
         p.drawPolygon(points, 6);
@@ -75,7 +83,7 @@ QIcon PivotIcons::filter()
 
 QIcon PivotIcons::fieldList()
 {
-    return drawnIcon([](QPainter &p) {
+    return drawnIcon(u"field-list"_s, [](QPainter &p) {
         p.drawRect(QRectF(2.5, 1.5, 11, 13));
         for (double y : {5.0, 8.0, 11.0})
             p.drawLine(QPointF(5, y), QPointF(11, y));
@@ -84,7 +92,7 @@ QIcon PivotIcons::fieldList()
 
 QIcon PivotIcons::copy()
 {
-    return drawnIcon([](QPainter &p) {
+    return drawnIcon(u"copy"_s, [](QPainter &p) {
         p.setBrush(Qt::white);
         p.drawRect(QRectF(2.5, 2.5, 8, 9));
         p.drawRect(QRectF(5.5, 5.5, 8, 9));
@@ -93,7 +101,7 @@ QIcon PivotIcons::copy()
 
 QIcon PivotIcons::properties()
 {
-    return drawnIcon([](QPainter &p) {
+    return drawnIcon(u"properties"_s, [](QPainter &p) {
         p.drawRect(QRectF(2.5, 2.5, 11, 11));
         p.drawLine(QPointF(5, 6), QPointF(11, 6));
         p.drawLine(QPointF(5, 10), QPointF(9, 10));
@@ -103,7 +111,7 @@ QIcon PivotIcons::properties()
 // A small table whose first row (or column) is marked as the series.
 QIcon PivotIcons::seriesBy(bool byRows)
 {
-    return drawnIcon([byRows](QPainter &p) {
+    return drawnIcon(byRows ? u"series-by-rows"_s : u"series-by-columns"_s, [byRows](QPainter &p) {
         p.setBrush(QColor(0x6F, 0x8F, 0xCF));
         p.drawRect(byRows ? QRectF(2.5, 2.5, 11, 3.5) : QRectF(2.5, 2.5, 3.5, 11));
         p.setBrush(Qt::NoBrush);

@@ -1,9 +1,13 @@
 #include "controls/ToolIcons.h"
 
+#include "controls/IconCache.h"
+
 #include <QPainter>
 #include <QPixmap>
 
 #include <functional>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -12,7 +16,7 @@ const QColor kOrange(0xe8, 0x8a, 0x1a);
 const QColor kGreen(0x3a, 0x9a, 0x4a);
 const QColor kInk(0x40, 0x40, 0x40);
 
-QIcon draw(const std::function<void(QPainter &)> &paint)
+QIcon paintIcon(const std::function<void(QPainter &)> &paint)
 {
     QIcon icon;
     for (int scale : {1, 2}) {
@@ -28,12 +32,18 @@ QIcon draw(const std::function<void(QPainter &)> &paint)
     return icon;
 }
 
+// Drawn once for the process; see IconCache.
+QIcon draw(const QString &name, const std::function<void(QPainter &)> &paint)
+{
+    return IconCache::icon(u"tool/"_s + name, [&paint] { return paintIcon(paint); });
+}
+
 } // namespace
 
 // Bars made of two stacked parts.
 QIcon ToolIcons::stacked()
 {
-    return draw([](QPainter &p) {
+    return draw(u"stacked"_s, [](QPainter &p) {
         const int heights[] = {7, 11, 5};
         for (int i = 0; i < 3; ++i) {
             const int x = 2 + i * 5;
@@ -49,7 +59,7 @@ QIcon ToolIcons::stacked()
 // A box of coloured keys with lines of text.
 QIcon ToolIcons::legend()
 {
-    return draw([](QPainter &p) {
+    return draw(u"legend"_s, [](QPainter &p) {
         p.setPen(kInk);
         p.setBrush(Qt::white);
         p.drawRect(QRectF(1.5, 1.5, 13, 13));
@@ -64,7 +74,7 @@ QIcon ToolIcons::legend()
 // A line over bars: the chart being drawn anew.
 QIcon ToolIcons::statisticchart()
 {
-    return draw([](QPainter &p) {
+    return draw(u"statisticchart"_s, [](QPainter &p) {
         p.setPen(Qt::NoPen);
         const int heights[] = {5, 9, 7, 12};
         for (int i = 0; i < 4; ++i)

@@ -1,6 +1,7 @@
 #include "pivotviews/PivotChartSpace.h"
 
 #include "component/EmbeddableClasses.h"
+#include "controls/IconCache.h"
 #include "controls/PivotChartView.h"
 #include "controls/PivotDropZone.h"
 #include "controls/PivotFieldList.h"
@@ -222,9 +223,9 @@ void PivotChartSpace::buildToolbar()
     m_toolboxAction = add(u"propertiesAction"_s, PivotIcons::properties(), tr("&Properties"),
                           QKeySequence(u"Ctrl+Shift+P"_s), true, [this] { updateSidePanel(); });
     m_toolbar->addSeparator();
-    add(u"refreshAction"_s, style()->standardIcon(QStyle::SP_BrowserReload), tr("&Refresh"),
-        QKeySequence(Qt::Key_F5), false, [this] { Refresh(); });
-    add(u"exportAction"_s, style()->standardIcon(QStyle::SP_DialogSaveButton),
+    add(u"refreshAction"_s, IconCache::standardIcon(style(), QStyle::SP_BrowserReload),
+        tr("&Refresh"), QKeySequence(Qt::Key_F5), false, [this] { Refresh(); });
+    add(u"exportAction"_s, IconCache::standardIcon(style(), QStyle::SP_DialogSaveButton),
         tr("E&xport Chart..."), QKeySequence(u"Ctrl+Shift+X"_s), false, [this] { exportToFile(); });
 }
 

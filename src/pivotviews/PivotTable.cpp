@@ -1,6 +1,7 @@
 #include "pivotviews/PivotTable.h"
 
 #include "component/EmbeddableClasses.h"
+#include "controls/IconCache.h"
 #include "controls/PivotDropZone.h"
 #include "controls/PivotFieldList.h"
 #include "controls/PivotGrid.h"
@@ -229,9 +230,9 @@ void PivotTable::buildToolbar()
                           QKeySequence(u"Ctrl+Shift+P"_s), [this] { updateSidePanel(); });
     m_toolboxAction->setCheckable(true);
     m_toolbar->addSeparator();
-    add(u"refreshAction"_s, style()->standardIcon(QStyle::SP_BrowserReload), tr("&Refresh"),
-        QKeySequence(Qt::Key_F5), [this] { Refresh(); });
-    add(u"exportAction"_s, style()->standardIcon(QStyle::SP_DialogSaveButton),
+    add(u"refreshAction"_s, IconCache::standardIcon(style(), QStyle::SP_BrowserReload),
+        tr("&Refresh"), QKeySequence(Qt::Key_F5), [this] { Refresh(); });
+    add(u"exportAction"_s, IconCache::standardIcon(style(), QStyle::SP_DialogSaveButton),
         tr("E&xport to CSV..."), QKeySequence(u"Ctrl+Shift+X"_s), [this] { exportToFile(); });
     add(u"copyAction"_s, PivotIcons::copy(), tr("&Copy"), QKeySequence(u"Ctrl+Shift+C"_s),
         [this] { copyToClipboard(); });

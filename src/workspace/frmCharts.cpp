@@ -10,6 +10,7 @@
 #include "controls/ButtonTool.h"
 #include "controls/ComboTool.h"
 #include "controls/DockStudio.h"
+#include "controls/IconCache.h"
 #include "controls/OleContainer.h"
 #include "controls/PopupTool.h"
 #include "controls/PopupWindow.h"
@@ -247,6 +248,7 @@ void frmCharts::Form_Load()
         ShowPivotTable();
     if (CreateChartSpace())
         InitPivotChart();
+    IconCache::shareStyleIcons(this);
 }
 
 void frmCharts::Form_Unload()

@@ -64,12 +64,12 @@ void Connection::setLastError(const QString &error)
 
 QSqlDatabase Connection::database() const
 {
-    return QSqlDatabase::database(m_name, false);
+    return m_db;
 }
 
 bool Connection::IsOpen() const
 {
-    return m_engine != Engine::None && database().isOpen();
+    return m_engine != Engine::None && m_db.isOpen();
 }
 
 bool Connection::Open(const QString &connectionString, Access access, int statementTimeoutSeconds)
@@ -100,11 +100,11 @@ bool Connection::Open(const QString &connectionString, Access access, int statem
     return ok;
 }
 
-bool Connection::finishOpen(QSqlDatabase &db)
+bool Connection::finishOpen()
 {
-    if (db.open())
+    if (m_db.open())
         return true;
-    setLastError(u"cannot open the database: "_s + db.lastError().text());
+    setLastError(u"cannot open the database: "_s + m_db.lastError().text());
     return false;
 }
 
@@ -114,16 +114,16 @@ bool Connection::openSqlite(const ConnectionString &cs, Access access)
         setLastError(u"cannot open the database: no file \"%1\""_s.arg(cs.database));
         return false;
     }
-    QSqlDatabase db = QSqlDatabase::addDatabase(u"QSQLITE"_s, m_name);
-    db.setDatabaseName(cs.database);
+    m_db = QSqlDatabase::addDatabase(u"QSQLITE"_s, m_name);
+    m_db.setDatabaseName(cs.database);
     if (access == Access::ReadOnly)
-        db.setConnectOptions(u"QSQLITE_OPEN_READONLY;QSQLITE_BUSY_TIMEOUT=5000"_s);
-    if (!finishOpen(db))
+        m_db.setConnectOptions(u"QSQLITE_OPEN_READONLY;QSQLITE_BUSY_TIMEOUT=5000"_s);
+    if (!finishOpen())
         return false;
-    m_sqlite = *static_cast<sqlite3 *const *>(db.driver()->handle().constData());
+    m_sqlite = *static_cast<sqlite3 *const *>(m_db.driver()->handle().constData());
     SqliteFunctions::install(m_sqlite);
     if (access == Access::ReadOnly) { // also refuses writes to ATTACHed files
-        QSqlQuery(u"PRAGMA query_only = 1"_s, db);
+        QSqlQuery(u"PRAGMA query_only = 1"_s, m_db);
         SqliteFunctions::denyOutsideReach(m_sqlite);
     }
     return true;
@@ -132,13 +132,13 @@ bool Connection::openSqlite(const ConnectionString &cs, Access access)
 bool Connection::openPostgres(const ConnectionString &cs, Access access,
                               int statementTimeoutSeconds)
 {
-    QSqlDatabase db = QSqlDatabase::addDatabase(u"QPSQL"_s, m_name);
-    db.setHostName(cs.host);
+    m_db = QSqlDatabase::addDatabase(u"QPSQL"_s, m_name);
+    m_db.setHostName(cs.host);
     if (cs.port > 0)
-        db.setPort(cs.port);
-    db.setDatabaseName(cs.database);
-    db.setUserName(cs.user);
-    db.setPassword(cs.password);
+        m_db.setPort(cs.port);
+    m_db.setDatabaseName(cs.database);
+    m_db.setUserName(cs.user);
+    m_db.setPassword(cs.password);
     QString options = u"connect_timeout=%1;keepalives=1;keepalives_idle=%2;keepalives_interval=%3;"
                       "keepalives_count=%4"_s.arg(kConnectTimeoutSeconds)
                           .arg(kKeepaliveIdleSeconds)
@@ -147,11 +147,11 @@ bool Connection::openPostgres(const ConnectionString &cs, Access access,
     if (access == Access::ReadOnly)
         options += u";options='-c default_transaction_read_only=on -c statement_timeout=%1s'"_s.arg(
             statementTimeoutSeconds);
-    db.setConnectOptions(options);
-    if (!finishOpen(db))
+    m_db.setConnectOptions(options);
+    if (!finishOpen())
         return false;
     if (access == Access::ReadOnly)
-        QSqlQuery(u"SET SESSION CHARACTERISTICS AS TRANSACTION READ ONLY"_s, db);
+        QSqlQuery(u"SET SESSION CHARACTERISTICS AS TRANSACTION READ ONLY"_s, m_db);
     return true;
 }
 
@@ -161,7 +161,7 @@ std::function<void()> Connection::interrupter() const
         return [handle] { sqlite3_interrupt(handle); };
     if (m_engine != Engine::PostgreSQL || !IsOpen())
         return {};
-    const QVariant handle = database().driver()->handle();
+    const QVariant handle = m_db.driver()->handle();
     // The driver names the type by libpq's struct tag, "pg_conn*".
     if (qstrcmp(handle.typeName(), "pg_conn*") != 0 && qstrcmp(handle.typeName(), "PGconn*") != 0)
         return {};
@@ -177,13 +177,13 @@ std::function<void()> Connection::interrupter() const
 
 bool Connection::openOdbc(const ConnectionString &cs, Access access)
 {
-    QSqlDatabase db = QSqlDatabase::addDatabase(u"QODBC"_s, m_name);
-    db.setDatabaseName(cs.odbc);
+    m_db = QSqlDatabase::addDatabase(u"QODBC"_s, m_name);
+    m_db.setDatabaseName(cs.odbc);
     if (access == Access::ReadOnly)
-        db.setConnectOptions(
+        m_db.setConnectOptions(
             u"SQL_ATTR_ACCESS_MODE=SQL_MODE_READ_ONLY;SQL_ATTR_LOGIN_TIMEOUT=%1"_s.arg(
                 kConnectTimeoutSeconds));
-    return finishOpen(db);
+    return finishOpen();
 }
 
 // A PostgreSQL reader's statements run in a transaction that is read-only
@@ -212,13 +212,10 @@ void Connection::Close()
         m_recordsets.back()->Close();
     m_sqlite = nullptr;
     m_engine = Engine::None;
-    if (!QSqlDatabase::contains(m_name))
-        return;
-    {
-        QSqlDatabase db = QSqlDatabase::database(m_name, false);
-        db.close();
-    }
-    QSqlDatabase::removeDatabase(m_name);
+    m_db.close();
+    m_db = QSqlDatabase();
+    if (QSqlDatabase::contains(m_name))
+        QSqlDatabase::removeDatabase(m_name);
 }
 
 } // namespace qrt::db

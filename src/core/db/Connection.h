@@ -66,9 +66,16 @@ private:
     bool openSqlite(const ConnectionString &cs, Access access);
     bool openPostgres(const ConnectionString &cs, Access access, int statementTimeoutSeconds);
     bool openOdbc(const ConnectionString &cs, Access access);
-    bool finishOpen(QSqlDatabase &db);
+    bool finishOpen();
 
     QString m_name;
+    // Held while open, not looked up by name: at the application's end Qt
+    // drops every named connection (a post routine registered at its first
+    // use), and a reader still running on a worker thread then would have
+    // its driver deleted under it, on the wrong thread, mid-statement, so
+    // that SQLite refuses the close and the handle is lost. Holding it, the
+    // reader closes its connection itself, on its own thread, when done.
+    QSqlDatabase m_db;
     Engine m_engine = Engine::None;
     Access m_access = Access::ReadOnly;
     sqlite3 *m_sqlite = nullptr;

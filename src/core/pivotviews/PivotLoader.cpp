@@ -29,6 +29,9 @@ namespace {
 
 using Builders = std::vector<PivotColumnBuilder>;
 
+// Rows from which a load hands its scratch memory back to the system.
+constexpr qint64 kTrimRows = 100000;
+
 bool reportProgress(const PivotLoader::Progress &progress, qint64 rows)
 {
     return !progress || progress(rows);
@@ -307,8 +310,11 @@ std::shared_ptr<PivotData> PivotLoader::load(const QString &connectionString,
 #ifdef __GLIBC__
     // The builders' maps and sort keys were many small blocks; without this
     // the heap keeps them, and a load of millions of rows would look twice
-    // its size for the rest of the session.
-    malloc_trim(0);
+    // its size for the rest of the session. A small load leaves too little
+    // to be worth a walk of the whole heap, which also holds up the other
+    // threads' allocations while it runs.
+    if (!columns.empty() && columns.front().rowCount() >= kTrimRows)
+        malloc_trim(0);
 #endif
     if (progress && !columns.empty())
         progress(columns.front().rowCount());
