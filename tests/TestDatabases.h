@@ -4,6 +4,7 @@
 // In CI the PostgreSQL cases must run; elsewhere they skip without a server.
 
 #include "db/Connection.h"
+#include "db/Recordset.h"
 #include "pivotviews/PivotStatement.h"
 
 #include <QCoreApplication>
@@ -78,6 +79,19 @@ inline bool execAll(const QString &connection, const QStringList &statements)
         }
     }
     return true;
+}
+
+// The first column of a statement's rows as text, read with the component's
+// own reader; empty when the database or the statement fails.
+inline QStringList firstColumn(const QString &connection, const QString &statement)
+{
+    db::Connection reader;
+    QStringList values;
+    db::Recordset rows;
+    if (reader.Open(connection) && rows.Open(statement, reader))
+        for (; !rows.IsEOF(); rows.MoveNext())
+            values << rows.Text(0);
+    return values;
 }
 
 } // namespace qrt::test
