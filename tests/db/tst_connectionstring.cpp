@@ -69,7 +69,6 @@ void tst_ConnectionString::refused_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<Engine>("engine");
     QTest::newRow("empty") << QString() << Engine::None;
-    QTest::newRow("unknown provider") << u"Provider=Oracle;Data Source=x"_s << Engine::None;
     QTest::newRow("no file") << u"Provider=SQLite;User ID=x"_s << Engine::None;
     QTest::newRow("unclosed quote") << u"Data Source=\"/srv/news.db"_s << Engine::None;
     QTest::newRow("piece without =") << u"Provider=SQLite;junk;Data Source=x"_s << Engine::None;

@@ -12,10 +12,8 @@ class tst_Dates : public QObject
 private Q_SLOTS:
     void textForms_data();
     void textForms();
-    void invalidText_data();
-    void invalidText();
-    void zoneIsNotApplied_data();
-    void zoneIsNotApplied();
+    void reading_data();
+    void reading();
     void everyDayReadsBack();
     void qtConversions_data();
     void qtConversions();
@@ -30,12 +28,10 @@ void tst_Dates::textForms_data()
     QTest::newRow("noon of day 0") << 0.5 << u"12:00:00"_s;
     QTest::newRow("day -1") << -1.0 << u"1899-12-29"_s;
     QTest::newRow("day -1 06:00") << -1.25 << u"1899-12-29 06:00:00"_s;
-    QTest::newRow("1900-03-01 (no leap day)") << 61.0 << u"1900-03-01"_s;
     QTest::newRow("2005-03-15 10:00") << 38426.0 + 10.0 / 24 << u"2005-03-15 10:00:00"_s;
     QTest::newRow("one second to midnight")
         << 38426.0 + 86399.0 / 86400 << u"2005-03-15 23:59:59"_s;
-    QTest::newRow("1753-01-01") << -53688.0 << u"1753-01-01"_s;
-    QTest::newRow("9999-12-31") << 2958465.0 << u"9999-12-31"_s;
+    // Other days are everyDayReadsBack's.
 }
 
 void tst_Dates::textForms()
@@ -50,27 +46,15 @@ void tst_Dates::textForms()
     QCOMPARE(dates::fromText(std::string_view(utf8.constData(), utf8.size())), back);
 }
 
-void tst_Dates::invalidText_data()
+void tst_Dates::reading_data()
 {
     QTest::addColumn<QString>("text");
-    QTest::newRow("empty") << QString();
-    QTest::newRow("month 13") << u"2005-13-01"_s;
-    QTest::newRow("29 February of a common year") << u"2005-02-29"_s;
-    QTest::newRow("hour 24") << u"2005-03-15 24:00:00"_s;
-    QTest::newRow("minute 60") << u"10:60:00"_s;
-    QTest::newRow("trailing junk") << u"2005-03-15x"_s;
-}
-
-void tst_Dates::invalidText()
-{
-    QFETCH(QString, text);
-    QVERIFY(!dates::fromText(text).has_value());
-}
-
-void tst_Dates::zoneIsNotApplied_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("wallClock");
+    QTest::addColumn<QString>("wallClock"); // empty: no value
+    QTest::newRow("month 13") << u"2005-13-01"_s << QString();
+    QTest::newRow("29 February of a common year") << u"2005-02-29"_s << QString();
+    QTest::newRow("hour 24") << u"2005-03-15 24:00:00"_s << QString();
+    QTest::newRow("trailing junk") << u"2005-03-15x"_s << QString();
+    // A zone only names the writer's clock: the value is the time as written.
     QTest::newRow("Z") << u"2025-01-01T10:00:00Z"_s << u"2025-01-01 10:00:00"_s;
     QTest::newRow("+02:00 just after midnight")
         << u"2025-01-02T00:30:00+02:00"_s << u"2025-01-02 00:30:00"_s;
@@ -82,13 +66,13 @@ void tst_Dates::zoneIsNotApplied_data()
         << u"2025-01-01T10:00+02"_s << u"2025-01-01 10:00"_s;
 }
 
-// A zone only names the writer's clock: the value is the time as written.
-void tst_Dates::zoneIsNotApplied()
+// Both readers, of UTF-16 and of bytes, give the same answer.
+void tst_Dates::reading()
 {
     QFETCH(QString, text);
     QFETCH(QString, wallClock);
-    const auto expected = dates::fromText(wallClock);
-    QVERIFY(expected.has_value());
+    const auto expected = wallClock.isEmpty() ? std::nullopt : dates::fromText(wallClock);
+    QCOMPARE(expected.has_value(), !wallClock.isEmpty());
     QCOMPARE(dates::fromText(text), expected);
     const QByteArray utf8 = text.toUtf8();
     QCOMPARE(dates::fromText(std::string_view(utf8.constData(), utf8.size())), expected);
@@ -114,7 +98,6 @@ void tst_Dates::qtConversions_data()
     QTest::addColumn<QDateTime>("dateTime");
     QTest::addColumn<double>("value");
     QTest::newRow("epoch") << QDateTime(QDate(1899, 12, 30), QTime(0, 0)) << 0.0;
-    QTest::newRow("evening") << QDateTime(QDate(2005, 3, 15), QTime(18, 0)) << 38426.75;
     QTest::newRow("before epoch") << QDateTime(QDate(1899, 12, 29), QTime(6, 0)) << -1.25;
     QTest::newRow("milliseconds") << QDateTime(QDate(2005, 3, 15), QTime(0, 0, 0, 500))
                                   << 38426.0 + 0.5 / 86400;

@@ -21,13 +21,9 @@ namespace {
 
 QList<qint64> column(const QString &connection, const QString &statement)
 {
-    Connection c;
     QList<qint64> values;
-    if (!c.Open(connection))
-        return values;
-    Recordset rs;
-    for (rs.Open(statement, c); !rs.IsEOF(); rs.MoveNext())
-        values << rs.Int(0);
+    for (const QString &text : qrt::test::firstColumn(connection, statement))
+        values << text.toLongLong();
     return values;
 }
 
@@ -53,12 +49,7 @@ QByteArray digest(const QString &connection)
 
 DemoDatabase::Options options(qint64 items, quint64 seed = 1)
 {
-    DemoDatabase::Options o;
-    o.items = items;
-    o.seed = seed;
-    o.until = QDate(2026, 6, 30);
-    o.days = 3 * 365;
-    return o;
+    return {.items = items, .seed = seed, .until = QDate(2026, 6, 30), .days = 3 * 365};
 }
 
 } // namespace

@@ -98,8 +98,6 @@ private Q_SLOTS:
     void initTestCase();
     void statements_data();
     void statements();
-    void pivotColumns_data();
-    void pivotColumns();
     void refusedStatements_data();
     void refusedStatements();
     void badConnections_data();
@@ -151,21 +149,10 @@ void tst_Recordset::statements_data()
         u"2005-03-16 00:00:00 n=1 ids=1/1/1 Alpha World|Alpha Wire|World"_s,
         u"2005-03-12 00:00:00 n=1 ids=3/2/1 Beta World|Beta News|World"_s,
     };
-    // "All" starts at day 0, which reads as the time alone.
-    const QString all = kStatistics.arg(period(u"00:00:00"_s, u"2005-03-17"_s) + kAllTicked,
-                                        u"ORDER BY Channels.ID, News.pubDate"_s);
-    const QStringList allRows = {
-        u"2005-03-10 08:00:00 n=2 ids=1/1/1 Alpha World|Alpha Wire|World"_s,
-        u"2005-03-16 00:00:00 n=1 ids=1/1/1 Alpha World|Alpha Wire|World"_s,
-        u"2005-03-16 00:00:01 n=1 ids=1/1/1 Alpha World|Alpha Wire|World"_s,
-        u"2005-03-10 09:30:00 n=1 ids=2/1/2 Alpha Sports|Alpha Wire|Sports"_s,
-        u"2005-03-09 23:59:59 n=1 ids=3/2/1 Beta World|Beta News|World"_s,
-        u"2005-03-12 00:00:00 n=1 ids=3/2/1 Beta World|Beta News|World"_s,
-    };
-    for (const QString &connection : {m_sqlite, m_postgres}) {
+    // "All" from day 0 and other orders are the chart's tests of the same
+    // statement (tst_newschartbuilder, tst_statisticsequality on both engines).
+    for (const QString &connection : {m_sqlite, m_postgres})
         engineRow(connection, u"by provider"_s) << byProvider << providerRows;
-        engineRow(connection, u"all, by channel"_s) << all << allRows;
-    }
 }
 
 void tst_Recordset::statements()
@@ -177,34 +164,6 @@ void tst_Recordset::statements()
     QString error;
     QCOMPARE(readAll(connection, statement, statisticsRow, &error), expected);
     QVERIFY2(error.isEmpty(), qPrintable(error));
-}
-
-void tst_Recordset::pivotColumns_data()
-{
-    QTest::addColumn<QString>("connection");
-    for (const QString &connection : {m_sqlite, m_postgres})
-        engineRow(connection, u"pivot statement"_s);
-}
-
-// The pivot views name their fields after the columns, so the names keep
-// the statement's spelling on every engine.
-void tst_Recordset::pivotColumns()
-{
-    QFETCH(QString, connection);
-    QRT_NEED_CONNECTION(connection);
-    Connection c;
-    QVERIFY2(c.Open(connection), qPrintable(c.lastError()));
-    Recordset rs;
-    QVERIFY2(rs.Open(qrt::test::pivotStatement(), c), qPrintable(rs.lastError()));
-    QStringList names;
-    for (int i = 0; i < rs.FieldCount(); ++i)
-        names << rs.FieldName(i);
-    QCOMPARE(names,
-             (QStringList{u"Provider"_s, u"Channel"_s, u"News"_s, u"NewsDate"_s, u"Category"_s}));
-    int rows = 0;
-    for (; !rs.IsEOF(); rs.MoveNext())
-        ++rows;
-    QCOMPARE(rows, 7);
 }
 
 void tst_Recordset::refusedStatements_data()

@@ -162,7 +162,6 @@ private Q_SLOTS:
     void initStopsAtTheFirstRefusal();
     void tracing_data();
     void tracing();
-    void traceFollowsTheCurrentDirectory();
     void errorLogEntries_data();
     void errorLogEntries();
     void recordsEveryKindOfFailure_data();
@@ -301,20 +300,6 @@ void tst_CErrorHandler::tracing()
     handler.CallStackPop();
     handler.CallStackPop(); // empty stack: no exit line
     QCOMPARE(Log(u"trace.log"_s), expected);
-}
-
-void tst_CErrorHandler::traceFollowsTheCurrentDirectory()
-{
-    CErrorHandler handler;
-    handler.Init(1, u"Error Log.txt"_s, true, true, 2);
-    QDir().mkdir(u"elsewhere"_s);
-    handler.CallStackPush(u"A"_s);
-    QDir::setCurrent(u"elsewhere"_s);
-    handler.CallStackPop();
-    QCOMPARE(Log(m_dir->filePath(u"Tracing Log.txt"_s)),
-             QByteArray("D - T --- Entered routine: A\r\n"));
-    QCOMPARE(Log(m_dir->filePath(u"elsewhere/Tracing Log.txt"_s)),
-             QByteArray("D - T --- Exited routine: A\r\n"));
 }
 
 void tst_CErrorHandler::errorLogEntries_data()

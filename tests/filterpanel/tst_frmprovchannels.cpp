@@ -1,14 +1,13 @@
 // The filter panel inside a real chart window on SQLite files: the lists as
 // the database fills them, ticks changed by mouse clicks and the space key,
-// the one-way "All" row, the tool tips, the redraw button, and the stored
-// filter brought back to ticks at load, also after IDs came and went.
+// the one-way "All" row, the redraw button, and the stored filter brought
+// back to ticks at load, also after IDs came and went.
 
 #include "TestDatabases.h"
 #include "component/modUtils.h"
 #include "controls/ButtonTool.h"
 #include "controls/DockStudio.h"
 #include "controls/TickList.h"
-#include "demodata/DemoDatabase.h"
 #include "filterpanel/TickListModel.h"
 #include "filterpanel/frmProvChannels.h"
 #include "newschart/frmChart.h"
@@ -17,16 +16,11 @@
 
 #include <qrt/statCharts.h>
 
-#include <QApplication>
-#include <QDockWidget>
-#include <QHelpEvent>
 #include <QPointer>
-#include <QScrollBar>
 #include <QStyle>
 #include <QStyleOptionViewItem>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QToolTip>
 
 #include <memory>
 
@@ -91,12 +85,10 @@ private Q_SLOTS:
 
     void fillOrder_data();
     void fillOrder();
-    void toolTipFollowsMouse();
     void ticks_data();
     void ticks();
     void storedFilterIsTheLastDrawing();
     void panelWithoutWindow();
-    void readableAtDockWidth();
 
 private:
     frmCharts *open(const QString &database, const QVariant &stored = {});
@@ -241,34 +233,6 @@ void tst_frmProvChannels::fillOrder()
     QVERIFY(redraw()->Enabled());
 }
 
-// Over a cell the list's tool tip is that cell's text, blanks included;
-// elsewhere it keeps the last one, at first the design's.
-void tst_frmProvChannels::toolTipFollowsMouse()
-{
-    QVERIFY(open(m_same));
-    m_window->resize(592, 700); // room below the last category
-    TickList *categories = grid(u"fgCategories"_s);
-    QWidget *viewport = categories->viewport();
-    const auto shownAt = [&](const QPoint &at) {
-        QHelpEvent help(QEvent::ToolTip, at, viewport->mapToGlobal(at));
-        QApplication::sendEvent(viewport, &help);
-        return QToolTip::isVisible() ? QToolTip::text() : QString();
-    };
-    const auto over = [&](int row) {
-        return categories->visualRect(categories->model()->index(row)).center();
-    };
-    const QPoint below(5, over(3).y() + 20);
-    QTRY_VERIFY(viewport->rect().contains(below));
-
-    QTest::mouseMove(viewport, below);
-    QCOMPARE(shownAt(below), u"  Categories"_s);
-    QTest::mouseMove(viewport, over(2));
-    QCOMPARE(shownAt(over(2)), u"  World"_s);
-    QTest::mouseMove(viewport, below);
-    QCOMPARE(shownAt(below), u"  World"_s);
-    QToolTip::hideText();
-}
-
 void tst_frmProvChannels::ticks_data()
 {
     QTest::addColumn<QString>("database");
@@ -411,39 +375,6 @@ void tst_frmProvChannels::panelWithoutWindow()
     clickTick(channels, 0);
     QCOMPARE(channels->model()->RowData(0), 0);
     panel.BuildFilter();
-}
-
-// In the window's dock, 245 pixels wide, the lists are read without sideways
-// scrolling: every row as wide as the list, long names cut short.
-void tst_frmProvChannels::readableAtDockWidth()
-{
-    // The demo's names, long ones among them.
-    const QString demo = m_dir.filePath(u"demo.db"_s);
-    qrt::db::DemoDatabase::Options options;
-    options.items = 3000;
-    options.until = QDate(2024, 12, 31);
-    QString error;
-    QVERIFY2(qrt::db::DemoDatabase::create(demo, options, &error), qPrintable(error));
-    QVERIFY(open(demo));
-    auto *panel = m_window->findChild<frmProvChannels *>();
-    auto *dock = qobject_cast<QDockWidget *>(panel->parentWidget());
-    QVERIFY(dock);
-    QTRY_COMPARE(panel->width(), 245);
-    for (const QString &name : {u"fgCategories"_s, u"fgProviders"_s, u"fgChannels"_s}) {
-        TickList *list = grid(name);
-        QVERIFY(!list->horizontalScrollBar()->isVisible());
-        QCOMPARE(list->horizontalScrollBar()->maximum(), 0);
-        for (int row = 0; row < list->model()->Rows(); ++row)
-            QCOMPARE(list->visualRect(list->model()->index(row)).width(),
-                     list->viewport()->width());
-    }
-    // The longest channel name is wider than the list, and still its row is
-    // no wider: it ends in an ellipsis.
-    TickList *channels = grid(u"fgChannels"_s);
-    int widest = 0;
-    for (const QString &text : column(channels, Qt::DisplayRole))
-        widest = qMax(widest, channels->fontMetrics().horizontalAdvance(text));
-    QVERIFY(widest > channels->viewport()->width());
 }
 
 QTEST_MAIN(tst_frmProvChannels)

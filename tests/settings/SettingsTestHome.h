@@ -9,6 +9,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QTemporaryDir>
@@ -70,6 +72,20 @@ inline CAppSettings zorvaneSettings()
     return settings;
 }
 
+// A user's file whose section below Software\Koltrin\Zorvane holds count
+// text entries, K0 to K<count - 1>.
+inline QByteArray fileWithEntries(const QString &section, int count)
+{
+    QJsonObject entries;
+    for (int i = 0; i < count; ++i)
+        entries.insert(QStringLiteral("K%1").arg(i), QStringLiteral("value number %1").arg(i));
+    QJsonObject node{{QStringLiteral("entries"), entries}};
+    for (const QString &name : {section, QStringLiteral("Zorvane"), QStringLiteral("Koltrin"),
+                                QStringLiteral("Software")})
+        node = QJsonObject{{QStringLiteral("nodes"), QJsonObject{{name, node}}}};
+    return QJsonDocument(node).toJson();
+}
+
 // How a program run ended: its exit code (-1 when it crashed or hung) and
 // what it printed.
 struct ProgramRun
@@ -89,6 +105,15 @@ runProgram(const QString &program, const QStringList &arguments,
         return {};
     return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
             QString::fromUtf8(process.readAllStandardError())};
+}
+
+// The host program's settings command, as a user runs it.
+inline ProgramRun
+runSettings(const QStringList &arguments,
+            const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
+{
+    return runProgram(qEnvironmentVariable("ZORVANE_STATS"),
+                      QStringList{QStringLiteral("settings")} + arguments, environment);
 }
 
 namespace qrt::settings {

@@ -7,9 +7,6 @@
 #include "settings/CAppSettings.h"
 
 #include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <functional>
@@ -43,18 +40,6 @@ std::optional<ComponentError> raisedBy(const std::function<void()> &operation)
         return error;
     }
     return std::nullopt;
-}
-
-// A file of the user's root whose section holds count integer entries.
-QByteArray fileWithEntries(int count)
-{
-    QJsonObject entries;
-    for (int i = 0; i < count; ++i)
-        entries.insert(u"K"_s + QString::number(i), i);
-    QJsonObject node{{u"entries"_s, entries}};
-    for (const QString &name : {u"STATCHART"_s, u"Zorvane"_s, u"Koltrin"_s, u"Software"_s})
-        node = QJsonObject{{u"nodes"_s, QJsonObject{{name, node}}}};
-    return QJsonDocument(node).toJson(QJsonDocument::Compact);
 }
 
 struct Properties
@@ -91,16 +76,27 @@ private Q_SLOTS:
     void getAllKeys();
     void getAllKeysHoldsAtMost32767Names();
     void deleteSetting();
-    void saveRoundsTheVariableEvenWhenTheWriteFails();
 
 private:
+    // A file where the user's settings folder should be stops even root;
+    // init() gives the folder back.
+    void blockUserFolder() const
+    {
+        const QString blocked = m_home.userFolder() + u"/blocked"_s;
+        SettingsTestHome::write(blocked, "x");
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(blocked));
+    }
+
     SettingsTestHome m_home;
+    QVariant m_setting; // a caller's variable, for a row that saves one
 };
 
 void tst_CAppSettings::init()
 {
     QVERIFY(m_home.isValid());
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_home.userFolder()));
     m_home.clear();
+    m_setting.clear();
 }
 
 void tst_CAppSettings::initStoresCompanyBeforeRefusingAppName()
@@ -133,18 +129,18 @@ void tst_CAppSettings::errorTable_data()
     QTest::newRow("MainBranch set empty")
         << none << Action([](CAppSettings &s) { s.MainBranch(QString()); }) << 0x8004427Fu << cls
         << u"Invalid MainBranch value"_s;
-    for (const quint32 root : {0u, 0x80000000u, 0x80000003u}) {
+    for (const quint32 root : {0x80000000u, 0x80000003u}) { // the valid two's neighbours
         QTest::addRow("RootKey set to 0x%x", root)
             << none << Action([root](CAppSettings &s) { s.RootKey(static_cast<qint32>(root)); })
             << 0x80044280u << cls << u"Invalid root key value"_s;
     }
+    // The caller's variable takes the stored integer before the write is
+    // checked: the failed write leaves it rounded all the same.
     QTest::newRow("SaveSetting where the settings folder can't be made")
         << none << Action([this](CAppSettings &s) {
-               // A file where the folder should be stops even root.
-               const QString blocked = m_home.userFolder() + u"/blocked"_s;
-               SettingsTestHome::write(blocked, "x");
-               qputenv("XDG_CONFIG_HOME", QFile::encodeName(blocked));
-               s.SaveSetting(Section, u"LEGEND"_s, u"0"_s);
+               blockUserFolder();
+               m_setting = 4.5;
+               s.SaveSetting(Section, u"LEGEND"_s, m_setting);
            })
         << 0x80044281u << store << u"Failed saving the application setting"_s;
     // GetAllKeys of a missing section: tst_settingscommand reads its error whole.
@@ -154,7 +150,7 @@ void tst_CAppSettings::errorTable_data()
     }) << Action([](CAppSettings &s) { s.GetSetting(Section, u"EMPTY"_s, u"d"_s); })
                                                                    << 0x80044284u << cls << failure;
     QTest::newRow("GetAllKeys of 32,768 names") << Action([this](CAppSettings &) {
-        QVERIFY(SettingsTestHome::write(m_home.userFile(), fileWithEntries(32768)));
+        QVERIFY(SettingsTestHome::write(m_home.userFile(), fileWithEntries(Section, 32768)));
     }) << Action([](CAppSettings &s) {
         QStringList keys;
         s.GetAllKeys(Section, keys);
@@ -188,19 +184,18 @@ void tst_CAppSettings::errorTable()
     QCOMPARE(propertiesOf(settings), before);
     QCOMPARE(SettingsTestHome::contents(file), fileBefore);
     QCOMPARE(settings.GetSetting(Section, u"LEGEND"_s), legendBefore);
+    if (m_setting.isValid())
+        QCOMPARE(m_setting, QVariant(4));
 }
 
 void tst_CAppSettings::refusedSaveKeepsStoredValueAndVariable_data()
 {
     QTest::addColumn<QVariant>("value");
     QTest::newRow("missing value") << QVariant();
-    QTest::newRow("above the 32-bit range") << QVariant(2147483648.0);
     QTest::newRow("rounds up out of range") << QVariant(2147483647.5);
-    QTest::newRow("below the 32-bit range") << QVariant(-2147483649.0);
-    QTest::newRow("unsigned out of range") << QVariant(4000000000u);
     QTest::newRow("64-bit out of range") << QVariant(Q_INT64_C(-5000000000));
+    QTest::newRow("unsigned 64-bit out of range") << QVariant(Q_UINT64_C(4000000000));
     QTest::newRow("not a number") << QVariant(std::numeric_limits<double>::quiet_NaN());
-    QTest::newRow("bytes") << QVariant(QByteArray("12"));
 }
 
 void tst_CAppSettings::refusedSaveKeepsStoredValueAndVariable()
@@ -233,19 +228,17 @@ void tst_CAppSettings::roundTrip_data()
     const auto same = [](const char *name, const QVariant &value) {
         QTest::newRow(name) << value << value << value;
     };
-    same("text", text(u"ORDER BY Providers.ID, News.pubDate"_s));
     same("empty text", text(u""_s));
     same("non-ASCII text", text(u"Zürich – 新闻 \\ \"q\""_s));
     QTest::newRow("largest") << QVariant(Q_INT64_C(2147483647)) << QVariant(2147483647)
                              << QVariant(2147483647);
     QTest::newRow("smallest") << QVariant(Q_INT64_C(-2147483648)) << QVariant(-2147483647 - 1)
                               << QVariant(-2147483647 - 1);
-    QTest::newRow("unsigned") << QVariant(7u) << QVariant(7) << QVariant(7);
+    QTest::newRow("unsigned 64-bit") << QVariant(Q_UINT64_C(7)) << QVariant(7) << QVariant(7);
     QTest::newRow("half to even below") << QVariant(2.5) << QVariant(2) << QVariant(2);
     QTest::newRow("half to even above") << QVariant(3.5) << QVariant(4) << QVariant(4);
     QTest::newRow("rounds into range")
         << QVariant(-2147483648.4) << QVariant(-2147483647 - 1) << QVariant(-2147483647 - 1);
-    QTest::newRow("float") << QVariant(1.25f) << QVariant(1) << QVariant(1);
     QTest::newRow("true") << QVariant(true) << text(u"True"_s) << QVariant(true);
     QTest::newRow("date") << QVariant(QDate(2005, 3, 15)) << text(u"2005-03-15"_s)
                           << QVariant(QDate(2005, 3, 15));
@@ -341,7 +334,6 @@ void tst_CAppSettings::sectionPaths()
     QCOMPARE(entryOf(user, u"Software\\Koltrin\\Zorvane\\A\\B"_s, u"K"_s), StoreEntry::dword(2));
     QCOMPARE(entryOf(user, u"Programs\\Koltrin\\Zorvane\\SEC"_s, u"K"_s), StoreEntry::dword(3));
     QCOMPARE(SettingsStore(user).nodeNames(u"Software\\Koltrin\\Zorvane"_s), QStringList{u"A"_s});
-    QCOMPARE(m_home.machineFile(), m_home.machineFolder() + u"/QRT_StatCharts/settings.json"_s);
     QCOMPARE(entryOf(m_home.machineFile(), u"Programs\\Koltrin\\Zorvane\\SEC"_s, u"K"_s),
              StoreEntry::dword(4));
     QCOMPARE(settings.GetSetting(u"SEC"_s, u"K"_s), QVariant(4));
@@ -377,7 +369,7 @@ void tst_CAppSettings::getAllKeys()
 
 void tst_CAppSettings::getAllKeysHoldsAtMost32767Names()
 {
-    QVERIFY(SettingsTestHome::write(m_home.userFile(), fileWithEntries(32767)));
+    QVERIFY(SettingsTestHome::write(m_home.userFile(), fileWithEntries(Section, 32767)));
     QStringList keys;
     zorvaneSettings().GetAllKeys(Section, keys);
     QCOMPARE(keys.size(), 32767);
@@ -415,27 +407,6 @@ void tst_CAppSettings::deleteSetting()
     // Deleting what is not there reports nothing.
     settings.DeleteSetting(Section);
     settings.DeleteSetting(u"NOSUCHSECTION"_s, u"KEY"_s);
-}
-
-// The caller's variable takes the stored integer before the write is
-// checked: a write that fails leaves it rounded all the same.
-void tst_CAppSettings::saveRoundsTheVariableEvenWhenTheWriteFails()
-{
-    QTemporaryDir dir;
-    QFile blocker(dir.filePath(u"file"_s));
-    QVERIFY(blocker.open(QIODevice::WriteOnly));
-    blocker.close();
-    // The machine's folder lies below a plain file: no one can make it.
-    const QByteArray dirs = qgetenv("XDG_CONFIG_DIRS");
-    qputenv("XDG_CONFIG_DIRS", QFile::encodeName(blocker.fileName() + u"/etc"_s));
-    CAppSettings settings = zorvaneSettings();
-    settings.RootKey(CAppSettings::MachineRoot);
-    QVariant setting(4.5);
-    const auto error = raisedBy([&] { settings.SaveSetting(Section, u"PERIOD"_s, setting); });
-    qputenv("XDG_CONFIG_DIRS", dirs);
-    QVERIFY(error);
-    QCOMPARE(static_cast<quint32>(error->number), 0x80044281u);
-    QCOMPARE(setting, QVariant(4));
 }
 
 QTEST_GUILESS_MAIN(tst_CAppSettings)

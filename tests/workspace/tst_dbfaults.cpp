@@ -11,7 +11,6 @@
 #include "component/modUtils.h"
 #include "controls/ButtonTool.h"
 #include "controls/DockStudio.h"
-#include "db/Connection.h"
 #include "demodata/DemoDatabase.h"
 #include "newschart/ChartControl.h"
 #include "newschart/frmChart.h"
@@ -67,29 +66,24 @@ QString drawing(frmCharts *w)
 // the news items, all of which lie in the window's period.
 QString stored(const QString &connection)
 {
-    qrt::db::Connection db;
-    if (!db.Open(connection))
-        return db.lastError();
-    QSqlQuery query(db.database());
-    if (!query.exec(u"SELECT count(DISTINCT Providers.ID), count(*) FROM News JOIN Channels ON "
-                    "Channels.ID = News.Channel JOIN Providers ON Providers.ID = "
-                    "Channels.Provider JOIN Categories ON Categories.ID = Channels.Category"_s) ||
-        !query.next())
-        return u"unreadable"_s;
-    return u"%1 series, %2 news"_s.arg(query.value(0).toLongLong())
-        .arg(query.value(1).toLongLong());
+    return qrt::test::firstColumn(
+               connection,
+               u"SELECT count(DISTINCT Providers.ID) || ' series, ' || count(*) || ' news' FROM "
+               "News JOIN Channels ON Channels.ID = News.Channel JOIN Providers ON Providers.ID "
+               "= Channels.Provider JOIN Categories ON Categories.ID = Channels.Category"_s)
+        .value(0, u"unreadable"_s);
 }
 
-bool makeNews(const QString &target, int items, quint64 seed)
+bool makeNews(const QString &target, qint64 items, quint64 seed)
 {
-    qrt::db::DemoDatabase::Options options;
-    options.items = items;
-    options.seed = seed;
-    options.until = QDate::currentDate().addDays(-2);
-    options.days = 20;
-    options.replace = true;
     QString error;
-    if (!qrt::db::DemoDatabase::create(target, options, &error))
+    if (!qrt::db::DemoDatabase::create(target,
+                                       {.items = items,
+                                        .seed = seed,
+                                        .until = QDate::currentDate().addDays(-2),
+                                        .days = 20,
+                                        .replace = true},
+                                       &error))
         qWarning() << error;
     return error.isEmpty();
 }
@@ -97,13 +91,10 @@ bool makeNews(const QString &target, int items, quint64 seed)
 // Sessions that wait for a lock, seen from a connection of the calling thread.
 int lockWaiters(const QString &url)
 {
-    qrt::db::Connection db;
-    QSqlQuery query(db.Open(url, qrt::db::Connection::Access::ReadWrite) ? db.database()
-                                                                         : QSqlDatabase());
-    return query.exec(u"SELECT count(*) FROM pg_stat_activity WHERE wait_event_type = 'Lock'"_s) &&
-                   query.next()
-               ? query.value(0).toInt()
-               : 0;
+    return qrt::test::firstColumn(
+               url, u"SELECT count(*) FROM pg_stat_activity WHERE wait_event_type = 'Lock'"_s)
+        .value(0)
+        .toInt();
 }
 
 // A session that holds the news table until it goes, so that a reader of it
