@@ -3,7 +3,7 @@
 #include "OptionScan.h"
 #include "SizeOption.h"
 #include "base/Dates.h"
-#include "controls/ChartView.h"
+#include "controls/chart/ChartView.h"
 #include "db/Connection.h"
 #include "newschart/ChartControl.h"
 #include "newschart/ChartTable.h"

@@ -5,7 +5,7 @@
 
 #include "db/Connection.h"
 #include "db/Recordset.h"
-#include "pivotviews/PivotStatement.h"
+#include "pivotpage/PivotStatement.h"
 
 #include <QCoreApplication>
 #include <QSqlError>

@@ -8,9 +8,9 @@
 // news items, and well under the literal statement alone.
 
 #include "component/modUtils.h"
+#include "controls/tools/TickList.h"
 #include "db/Connection.h"
 #include "db/Recordset.h"
-#include "controls/TickList.h"
 #include "filterpanel/TickListModel.h"
 #include "filterpanel/frmProvChannels.h"
 

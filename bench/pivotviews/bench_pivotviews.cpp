@@ -7,12 +7,12 @@
 // memory below twice the size of the raw rows (the bytes of all values).
 
 #include "base/Dates.h"
-#include "pivotviews/PivotAggregator.h"
-#include "pivotviews/PivotData.h"
-#include "pivotviews/PivotLoader.h"
-#include "pivotviews/PivotResult.h"
-#include "pivotviews/PivotStatement.h"
-#include "pivotviews/PivotView.h"
+#include "pivot/PivotAggregator.h"
+#include "pivot/PivotData.h"
+#include "pivot/PivotLoader.h"
+#include "pivot/PivotResult.h"
+#include "pivot/PivotView.h"
+#include "pivotpage/PivotStatement.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -13,18 +13,18 @@
 
 class QWidget;
 
-class EmbeddableClasses
-{
-public:
-    using Factory = std::function<QWidget *(QWidget *parent)>;
+namespace EmbeddableClasses {
 
-    static void registerClass(const QString &className, const Factory &factory);
-    static void unregisterClass(const QString &className);
-    // Lets `classId` (with or without "CLSID:" and braces) stand for the
-    // class registered under `className`, now or later.
-    static void registerClassId(const QString &classId, const QString &className);
-    static void unregisterClassId(const QString &classId);
-    // A new object of the class, found by name or by class id, or null when
-    // no registered class answers to it.
-    static QWidget *create(const QString &className, QWidget *parent);
-};
+using Factory = std::function<QWidget *(QWidget *parent)>;
+
+void registerClass(const QString &className, const Factory &factory);
+void unregisterClass(const QString &className);
+// Lets `classId` (with or without "CLSID:" and braces) stand for the
+// class registered under `className`, now or later.
+void registerClassId(const QString &classId, const QString &className);
+void unregisterClassId(const QString &classId);
+// A new object of the class, found by name or by class id, or null when
+// no registered class answers to it.
+QWidget *create(const QString &className, QWidget *parent);
+
+} // namespace EmbeddableClasses

@@ -7,17 +7,17 @@
 
 #include <optional>
 
-class ThemeColors
-{
-public:
-    static constexpr quint32 ButtonFace = 0x8000000F;
+namespace ThemeColors {
 
-    enum class Part { Fill, Gradient };
+inline constexpr quint32 ButtonFace = 0x8000000F;
 
-    // The current style's colour for the filter panels, or nothing when the
-    // application does not follow the desktop theme or has no style.
-    static std::optional<quint32> themeColor(Part part);
+enum class Part { Fill, Gradient };
 
-    static quint32 fromQColor(const QColor &color);
-    static QColor toQColor(quint32 color);
-};
+// The current style's colour for the filter panels, or nothing when the
+// application does not follow the desktop theme or has no style.
+std::optional<quint32> themeColor(Part part);
+
+quint32 fromQColor(const QColor &color);
+QColor toQColor(quint32 color);
+
+} // namespace ThemeColors

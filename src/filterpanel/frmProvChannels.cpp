@@ -3,7 +3,7 @@
 #include "base/ResumeNext.h"
 #include "component/ThemeColors.h"
 #include "component/modUtils.h"
-#include "controls/TickList.h"
+#include "controls/tools/TickList.h"
 #include "db/Connection.h"
 #include "db/Recordset.h"
 #include "errors/ReportingFrame.h"

@@ -1,7 +1,7 @@
 #include "newschart/frmChart.h"
 
 #include "component/modUtils.h"
-#include "controls/ChartView.h"
+#include "controls/chart/ChartView.h"
 #include "db/Connection.h"
 #include "newschart/ChartControl.h"
 

@@ -2,8 +2,8 @@
 
 #include "component/EmbeddableClasses.h"
 #include "component/PageObject.h"
-#include "pivotviews/ScriptInterpreter.h"
-#include "pivotviews/ScriptPage.h"
+#include "script/ScriptInterpreter.h"
+#include "script/ScriptPage.h"
 
 #include <QFile>
 #include <QLabel>

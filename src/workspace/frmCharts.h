@@ -10,7 +10,7 @@
 // series, filter), which shows at the next "Redraw Chart".
 
 #include "component/ChartWorkspace.h"
-#include "pivotviews/PivotMember.h"
+#include "pivot/PivotMember.h"
 
 #include <QPointer>
 

@@ -8,7 +8,7 @@
 #include "newschart/ChartControl.h"
 #include "newschart/NewsChartBuilder.h"
 #include "newschart/StatisticsStatement.h"
-#include "pivotviews/PivotLoader.h"
+#include "pivot/PivotLoader.h"
 
 #include <QCryptographicHash>
 #include <QFile>

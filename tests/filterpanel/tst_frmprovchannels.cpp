@@ -5,9 +5,9 @@
 
 #include "TestDatabases.h"
 #include "component/modUtils.h"
-#include "controls/ButtonTool.h"
-#include "controls/DockStudio.h"
-#include "controls/TickList.h"
+#include "controls/tools/ButtonTool.h"
+#include "controls/tools/DockStudio.h"
+#include "controls/tools/TickList.h"
 #include "filterpanel/TickListModel.h"
 #include "filterpanel/frmProvChannels.h"
 #include "newschart/frmChart.h"

@@ -4,8 +4,8 @@
 // captions instead of only the "no such field" paths.
 
 #include "PivotTestData.h"
-#include "pivotviews/PivotData.h"
-#include "pivotviews/PivotLoader.h"
+#include "pivot/PivotData.h"
+#include "pivot/PivotLoader.h"
 
 #include <QTemporaryDir>
 

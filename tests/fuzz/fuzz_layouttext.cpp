@@ -4,11 +4,11 @@
 
 #include "FuzzPivotData.h"
 #include "FuzzSupport.h"
-#include "pivotviews/PivotAggregator.h"
-#include "pivotviews/PivotError.h"
-#include "pivotviews/PivotLayoutText.h"
-#include "pivotviews/PivotResult.h"
-#include "pivotviews/PivotView.h"
+#include "pivot/PivotAggregator.h"
+#include "pivot/PivotError.h"
+#include "pivot/PivotLayoutText.h"
+#include "pivot/PivotResult.h"
+#include "pivot/PivotView.h"
 
 using namespace qrt::pivot;
 

@@ -4,7 +4,7 @@
 // looks of the chart area on screen, and exports to PNG, SVG and PDF.
 
 #include "base/Dates.h"
-#include "controls/ChartView.h"
+#include "controls/chart/ChartView.h"
 #include "newschart/ChartControl.h"
 
 #include <QFile>

@@ -5,7 +5,7 @@
 
 #include "NewsFixture.h"
 #include "base/Dates.h"
-#include "controls/ChartView.h"
+#include "controls/chart/ChartView.h"
 #include "newschart/ChartControl.h"
 #include "newschart/StatisticsStatement.h"
 #include "newschart/frmChart.h"

@@ -5,10 +5,10 @@
 
 #include "TestDatabases.h"
 #include "db/Connection.h"
-#include "pivotviews/PivotAxis.h"
-#include "pivotviews/PivotFieldSet.h"
-#include "pivotviews/PivotLoader.h"
-#include "pivotviews/PivotMember.h"
+#include "pivot/PivotAxis.h"
+#include "pivot/PivotFieldSet.h"
+#include "pivot/PivotLoader.h"
+#include "pivot/PivotMember.h"
 
 #include <QRandomGenerator>
 #include <QSqlError>

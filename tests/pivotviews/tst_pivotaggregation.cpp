@@ -6,11 +6,11 @@
 #include "PivotTestData.h"
 #include "db/Recordset.h"
 #include "demodata/DemoDatabase.h"
-#include "pivotviews/PivotAggregator.h"
-#include "pivotviews/PivotData.h"
-#include "pivotviews/PivotLoader.h"
-#include "pivotviews/PivotResult.h"
-#include "pivotviews/PivotView.h"
+#include "pivot/PivotAggregator.h"
+#include "pivot/PivotData.h"
+#include "pivot/PivotLoader.h"
+#include "pivot/PivotResult.h"
+#include "pivot/PivotView.h"
 
 #include <QTemporaryDir>
 #include <QTest>

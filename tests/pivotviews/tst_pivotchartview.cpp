@@ -4,7 +4,7 @@
 // screen tip names what is under the mouse, every type number is drawn as
 // one of the drawn types, and no data draws nothing.
 
-#include "controls/PivotChartView.h"
+#include "controls/pivot/PivotChartView.h"
 
 #include <QRandomGenerator>
 #include <QTest>

@@ -3,11 +3,11 @@
 // GROUP BY count of the rows under its row and column members.
 
 #include "PivotTestData.h"
-#include "pivotviews/PivotData.h"
-#include "pivotviews/PivotGridModel.h"
-#include "pivotviews/PivotLayoutText.h"
-#include "pivotviews/PivotLoader.h"
-#include "pivotviews/PivotView.h"
+#include "pivot/PivotData.h"
+#include "pivot/PivotGridModel.h"
+#include "pivot/PivotLayoutText.h"
+#include "pivot/PivotLoader.h"
+#include "pivot/PivotView.h"
 
 #include <QSqlDatabase>
 #include <QTemporaryDir>

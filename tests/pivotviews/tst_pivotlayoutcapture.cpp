@@ -3,9 +3,9 @@
 // real window tst_pivotwindow's.
 
 #include "PivotTestData.h"
-#include "pivotviews/PivotLayoutCapture.h"
-#include "pivotviews/PivotLayoutText.h"
-#include "pivotviews/PivotView.h"
+#include "pivot/PivotLayoutText.h"
+#include "pivot/PivotView.h"
+#include "pivotpage/PivotLayoutCapture.h"
 #include "settings/SettingsTestHome.h"
 
 #include <QTemporaryDir>

@@ -2,10 +2,10 @@
 // command prints for them.
 
 #include "PivotTestData.h"
-#include "pivotviews/PivotData.h"
-#include "pivotviews/PivotLayoutText.h"
-#include "pivotviews/PivotLoader.h"
-#include "pivotviews/PivotView.h"
+#include "pivot/PivotData.h"
+#include "pivot/PivotLayoutText.h"
+#include "pivot/PivotLoader.h"
+#include "pivot/PivotView.h"
 #include "settings/CAppSettings.h"
 
 #include <QProcess>

@@ -6,13 +6,13 @@
 #include "TestDatabases.h"
 #include "base/Dates.h"
 #include "demodata/DemoDatabase.h"
-#include "pivotviews/PivotAggregator.h"
-#include "pivotviews/PivotColumnBuilder.h"
-#include "pivotviews/PivotData.h"
-#include "pivotviews/PivotLoad.h"
-#include "pivotviews/PivotLoader.h"
-#include "pivotviews/PivotResult.h"
-#include "pivotviews/PivotView.h"
+#include "pivot/PivotAggregator.h"
+#include "pivot/PivotColumnBuilder.h"
+#include "pivot/PivotData.h"
+#include "pivot/PivotLoad.h"
+#include "pivot/PivotLoader.h"
+#include "pivot/PivotResult.h"
+#include "pivot/PivotView.h"
 
 #include <QSignalSpy>
 #include <QTemporaryDir>

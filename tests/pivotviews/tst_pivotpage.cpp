@@ -2,7 +2,7 @@
 // byte with the page of PivotPageText.h, and the file it goes to.
 
 #include "PivotPageText.h"
-#include "pivotviews/PivotPage.h"
+#include "pivotpage/PivotPage.h"
 #include "settings/SettingsTestHome.h"
 
 #include <QProcess>

@@ -9,14 +9,14 @@
 #include "PrivatePostgres.h"
 #include "TestDatabases.h"
 #include "component/modUtils.h"
-#include "controls/ButtonTool.h"
-#include "controls/DockStudio.h"
+#include "controls/tools/ButtonTool.h"
+#include "controls/tools/DockStudio.h"
 #include "demodata/DemoDatabase.h"
 #include "newschart/ChartControl.h"
 #include "newschart/frmChart.h"
+#include "pivot/PivotData.h"
+#include "pivot/PivotView.h"
 #include "pivotviews/PivotChartSpace.h"
-#include "pivotviews/PivotData.h"
-#include "pivotviews/PivotView.h"
 #include "workspace/frmCharts.h"
 
 #include <qrt/statCharts.h>

@@ -8,21 +8,21 @@
 
 class TickListModel;
 
-class FilterClause
-{
-public:
-    // " in ( 1, 2) " or " not in ( 4, 5) "; row 0 ("All") is not an item.
-    static QString GetGridClause(const TickListModel &grid);
-    static QString compose(const TickListModel &categories, const TickListModel &providers,
-                           const TickListModel &channels);
+namespace FilterClause {
 
-    // Applies one stored clause to a fully ticked list, keeping the count of
-    // ticked items in row 0's data value. IDs without a row are passed over.
-    static void ApplyGridClause(TickListModel &grid, const QString &clause);
-    // Splits a stored filter into its three clauses and applies them.
-    static void restore(const QString &stored, TickListModel &categories, TickListModel &providers,
-                        TickListModel &channels);
+// " in ( 1, 2) " or " not in ( 4, 5) "; row 0 ("All") is not an item.
+QString GetGridClause(const TickListModel &grid);
+QString compose(const TickListModel &categories, const TickListModel &providers,
+                const TickListModel &channels);
 
-    // Ticks or unticks every row, "All" included, repainting once.
-    static void SetAllChecks(TickListModel &grid, bool ticked);
-};
+// Applies one stored clause to a fully ticked list, keeping the count of
+// ticked items in row 0's data value. IDs without a row are passed over.
+void ApplyGridClause(TickListModel &grid, const QString &clause);
+// Splits a stored filter into its three clauses and applies them.
+void restore(const QString &stored, TickListModel &categories, TickListModel &providers,
+             TickListModel &channels);
+
+// Ticks or unticks every row, "All" included, repainting once.
+void SetAllChecks(TickListModel &grid, bool ticked);
+
+} // namespace FilterClause

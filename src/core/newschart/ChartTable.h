@@ -9,15 +9,15 @@ class ChartControl;
 
 namespace qrt::chart {
 
-class ChartTable
-{
-public:
-    // "Title,<title>", "MinDate,<time>", "MaxDate,<time>", then a header
-    // "Date,<series names...>" and one line per day.
-    static QByteArray Csv(const ChartControl &chart, double minDate, double maxDate);
-    // {"title", "minDate", "maxDate", "days": [...],
-    //  "series": [{"name", "values": [count or null, ...]}]}
-    static QByteArray Json(const ChartControl &chart, double minDate, double maxDate);
-};
+namespace ChartTable {
+
+// "Title,<title>", "MinDate,<time>", "MaxDate,<time>", then a header
+// "Date,<series names...>" and one line per day.
+QByteArray Csv(const ChartControl &chart, double minDate, double maxDate);
+// {"title", "minDate", "maxDate", "days": [...],
+//  "series": [{"name", "values": [count or null, ...]}]}
+QByteArray Json(const ChartControl &chart, double minDate, double maxDate);
+
+} // namespace ChartTable
 
 } // namespace qrt::chart

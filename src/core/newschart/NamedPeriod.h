@@ -15,20 +15,20 @@ struct PeriodRange
     double TillDate = 0.0;
 };
 
-class NamedPeriod
-{
-public:
-    enum Code { Today = 1, Yesterday = 2, LastWeek = 3, LastMonth = 4, LastYear = 5, All = 6 };
+namespace NamedPeriod {
 
-    // The first day for a code, counted back from today; day 0 for "All" and
-    // for a code outside 1 to 6.
-    static double FirstDate(int code, double today);
-    static PeriodRange Range(int code, double today);
-    // "Today", "Yesterday", "Last Week", "Last Month", "Last Year", "All";
-    // empty for any other code.
-    static QString Text(int code);
-    // The code of a text of the period list, compared without regard to case.
-    static std::optional<int> FromText(const QString &text);
-};
+enum Code { Today = 1, Yesterday = 2, LastWeek = 3, LastMonth = 4, LastYear = 5, All = 6 };
+
+// The first day for a code, counted back from today; day 0 for "All" and
+// for a code outside 1 to 6.
+double FirstDate(int code, double today);
+PeriodRange Range(int code, double today);
+// "Today", "Yesterday", "Last Week", "Last Month", "Last Year", "All";
+// empty for any other code.
+QString Text(int code);
+// The code of a text of the period list, compared without regard to case.
+std::optional<int> FromText(const QString &text);
+
+} // namespace NamedPeriod
 
 } // namespace qrt::chart

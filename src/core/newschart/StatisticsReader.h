@@ -54,15 +54,15 @@ public:
     virtual StatisticsPath path() const = 0;
 };
 
-class StatisticsReader
-{
-public:
-    // Runs on an open connection. `where` is the whole condition (period
-    // clause and filter), `order` the ORDER BY text, `chartSeria` the column
-    // number of the series ID. Never null: a statement that fails gives no rows.
-    static std::unique_ptr<StatisticsRows> Open(db::Connection &connection, const QString &where,
-                                                const QString &order, int chartSeria,
-                                                StatisticsMode mode = StatisticsMode::Fastest);
-};
+namespace StatisticsReader {
+
+// Runs on an open connection. `where` is the whole condition (period
+// clause and filter), `order` the ORDER BY text, `chartSeria` the column
+// number of the series ID. Never null: a statement that fails gives no rows.
+std::unique_ptr<StatisticsRows> Open(db::Connection &connection, const QString &where,
+                                     const QString &order, int chartSeria,
+                                     StatisticsMode mode = StatisticsMode::Fastest);
+
+} // namespace StatisticsReader
 
 } // namespace qrt::chart

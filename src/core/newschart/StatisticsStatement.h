@@ -15,22 +15,22 @@ struct SeriesColumns
     QString order; // the ORDER BY text that sorts by that id
 };
 
-class StatisticsStatement
-{
-public:
-    // The select list and the joins of the statement, as the pieces write them.
-    static const QString SelectList;
-    static const QString Joins;
-    static const QString GroupBy;
+namespace StatisticsStatement {
 
-    // "(News.pubDate >= CDate("from") AND News.pubDate<=CDate("till + 1")) AND "
-    // followed by the filter: the upper bound is midnight after tillDate.
-    static QString PeriodClause(double fromDate, double tillDate, const QString &filter);
-    // The statement for a where text and an ORDER BY text.
-    static QString Compose(const QString &where, const QString &order);
-    // The columns of a series grouping by its column number (2, 3 or 4), or
-    // nothing for another number.
-    static const SeriesColumns *ColumnsFor(int chartSeria);
-};
+// The select list and the joins of the statement, as the pieces write them.
+extern const QString SelectList;
+extern const QString Joins;
+extern const QString GroupBy;
+
+// "(News.pubDate >= CDate("from") AND News.pubDate<=CDate("till + 1")) AND "
+// followed by the filter: the upper bound is midnight after tillDate.
+QString PeriodClause(double fromDate, double tillDate, const QString &filter);
+// The statement for a where text and an ORDER BY text.
+QString Compose(const QString &where, const QString &order);
+// The columns of a series grouping by its column number (2, 3 or 4), or
+// nothing for another number.
+extern const SeriesColumns *ColumnsFor(int chartSeria);
+
+} // namespace StatisticsStatement
 
 } // namespace qrt::chart
