@@ -1,9 +1,8 @@
-// The component's front door: window keys and numbers, the shared state per
-// GUI thread, the first window's shape, the theme colours, and creating the
-// class by its id from the loaded library.
+// The component's front door: window keys and numbers, the shared objects a
+// second instance replaces, the first window's shape, and creating the class
+// by its id from the loaded library.
 
 #include "component/EmbeddableClasses.h"
-#include "component/ThemeColors.h"
 #include "component/modUtils.h"
 #include "db/Connection.h"
 #include "pivotviews/PivotChartSpace.h"
@@ -21,7 +20,6 @@
 #include <QTest>
 
 #include <dlfcn.h>
-#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -34,10 +32,8 @@ private Q_SLOTS:
     void windowBeforeConnectionString();
     void secondInstanceReplacesSharedObjects();
     void indexLimit();
-    void globalsArePerThread();
     void accessKeysAndProbes_data();
     void accessKeysAndProbes();
-    void themeColors();
     void createByClassId_data();
     void createByClassId();
 };
@@ -128,26 +124,6 @@ void tst_statCharts::indexLimit()
     gChartFormIndex = saved;
 }
 
-void tst_statCharts::globalsArePerThread()
-{
-    statCharts charts;
-    charts.ConnectionString(u"main-thread.db"_s);
-    std::unique_ptr<QWidget> window(charts.ShowChartForm());
-    QString otherString = u"unset"_s;
-    qint16 otherIndex = -1;
-    bool otherHasConnection = true;
-    std::thread([&] {
-        otherString = gConnectionString;
-        otherIndex = gChartFormIndex;
-        otherHasConnection = gConnection != nullptr;
-        gConnectionString = u"other-thread.db"_s;
-    }).join();
-    QCOMPARE(otherString, QString());
-    QCOMPARE(otherIndex, qint16(0));
-    QVERIFY(!otherHasConnection);
-    QCOMPARE(gConnectionString, u"main-thread.db"_s);
-}
-
 void tst_statCharts::accessKeysAndProbes_data()
 {
     QTest::addColumn<QStringList>("registered");
@@ -200,29 +176,6 @@ void tst_statCharts::accessKeysAndProbes()
         QTest::keyClick(window.get(), key, Qt::AltModifier);
         QCOMPARE(tabs->currentWidget()->objectName(), page);
     }
-}
-
-void tst_statCharts::themeColors()
-{
-    const bool saved = QApplication::desktopSettingsAware();
-    // Not following the desktop theme, both panel colours are the button face.
-    QApplication::setDesktopSettingsAware(false);
-    LoadThemeColors();
-    QCOMPARE(gThemeFillColor, 0x8000000Fu);
-    QCOMPARE(gThemeGradientColor, 0x8000000Fu);
-    QApplication::setDesktopSettingsAware(true);
-    LoadThemeColors();
-    QApplication::setDesktopSettingsAware(saved);
-    const QPalette palette = QApplication::palette();
-    QCOMPARE(gThemeFillColor, ThemeColors::fromQColor(palette.color(QPalette::Window)));
-    QCOMPARE(gThemeGradientColor, ThemeColors::fromQColor(palette.color(QPalette::Midlight)));
-    // A system colour follows its palette role: a button colour of its own shows it.
-    QPalette changed = palette;
-    changed.setColor(QPalette::Button, QColor(0x12, 0x34, 0x56));
-    QApplication::setPalette(changed);
-    QCOMPARE(ThemeColors::toQColor(ThemeColors::ButtonFace), QColor(0x12, 0x34, 0x56));
-    QCOMPARE(ThemeColors::fromQColor(QColor(0x12, 0x34, 0x56)), 0x00563412u);
-    QApplication::setPalette(palette);
 }
 
 void tst_statCharts::createByClassId_data()

@@ -3,6 +3,7 @@
 // on the paths that ask nobody.
 
 #include "DialogAnswerer.h"
+#include "Raised.h"
 #include "component/modUtils.h"
 #include "errors/CErrorHandler.h"
 #include "errors/ErrorTexts.h"
@@ -40,20 +41,9 @@ const QHash<qint32, QString> Descriptions{{InvalidFileName, u"Invalid file name"
                                           {InvalidTracingFlags, u"Invalid tracing flags"_s},
                                           {ComponentFailure, u"CErrorHandler component failure"_s}};
 
-// The error a call raised, or none.
-std::optional<ComponentError> Raised(const std::function<void()> &call)
-{
-    try {
-        call();
-    } catch (const ComponentError &error) {
-        return error;
-    }
-    return std::nullopt;
-}
-
 #define VERIFY_RAISES(call, expected)                                                              \
     do {                                                                                           \
-        const auto raised = Raised([&] { call; });                                                 \
+        const auto raised = qrt::test::raisedBy([&] { call; });                                                 \
         QVERIFY2(raised, "nothing raised");                                                        \
         QCOMPARE(raised->number, expected);                                                        \
         QCOMPARE(raised->source, Source);                                                          \

@@ -1,9 +1,8 @@
 // The error dialog as a user meets it: its layout at design size and
-// stretched, the focus on Abort, the close box and Escape, and the support
-// mail with the version line down to the last character, sent through a
-// stand-in xdg-open.
+// stretched, the word preset at each activation, the close box and Escape,
+// and the support mail with the version line down to the last character,
+// sent through a stand-in xdg-open.
 
-#include "errors/ErrorTexts.h"
 #include "errors/frmErrorMessage.h"
 
 #include <QApplication>
@@ -53,10 +52,7 @@ private Q_SLOTS:
     void initTestCase();
     void layout();
     void activation();
-    void focusAndTabOrder();
     void closingWithoutAButtonAborts();
-    void mailEscaping_data();
-    void mailEscaping();
     void send_data();
     void send();
 
@@ -133,21 +129,6 @@ void tst_frmErrorMessage::activation()
     QCOMPARE(form.Tag, u"ABORT"_s);
 }
 
-void tst_frmErrorMessage::focusAndTabOrder()
-{
-    frmErrorMessage form;
-    form.SupportMail(u"help@example.org"_s); // else Send is passed over
-    form.show();
-    QVERIFY(QTest::qWaitForWindowActive(&form));
-    QStringList order{QApplication::focusWidget()->objectName()};
-    for (int i = 0; i < 5; ++i) {
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-        order.append(QApplication::focusWidget()->objectName());
-    }
-    QCOMPARE(order, QStringList({u"btnAbort"_s, u"txtErrorMessage"_s, u"btnRetry"_s, u"btnIgnore"_s,
-                                 u"btnSend"_s, u"btnAbort"_s}));
-}
-
 // The three buttons answer the handler in tst_reportingframe, clicked on
 // the real dialog. The close box and Escape leave Abort, whatever word was
 // there before.
@@ -168,22 +149,6 @@ void tst_frmErrorMessage::closingWithoutAButtonAborts()
         QVERIFY(hidden);
         QCOMPARE(tag, u"ABORT"_s);
     }
-}
-
-void tst_frmErrorMessage::mailEscaping_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("escaped");
-
-    QTest::newRow("lone LF stays") << u"a\nb"_s << u"a\nb"_s;
-    QTest::newRow("CR before a pair") << u"\r\r\n"_s << u"\r%0A"_s;
-}
-
-void tst_frmErrorMessage::mailEscaping()
-{
-    QFETCH(QString, text);
-    QFETCH(QString, escaped);
-    QCOMPARE(qrt::errors::EscapeMailBody(text), escaped);
 }
 
 void tst_frmErrorMessage::send_data()

@@ -3,45 +3,25 @@
 // and a clear answer to bad options and broken databases.
 
 #include "NewsFixture.h"
+#include "ProgramRun.h"
 #include "base/Dates.h"
 
 #include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using qrt::test::readFile;
 namespace dates = qrt::dates;
 
 namespace {
 
-struct Run
+qrt::test::ProgramRun runChart(const QStringList &arguments)
 {
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
-Run runChart(const QStringList &arguments)
-{
-    QProcess process;
-    process.start(qEnvironmentVariable("ZORVANE_STATS"), QStringList{u"chart"_s} + arguments);
-    Run run;
-    if (!process.waitForFinished(60000))
-        return run;
-    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    run.out = process.readAllStandardOutput();
-    run.err = process.readAllStandardError();
-    return run;
-}
-
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return qrt::test::runStats(QStringList{u"chart"_s} + arguments);
 }
 
 // The day `back` days before today at the given hour, as stored.
@@ -92,7 +72,7 @@ void tst_ChartCommand::csvTables_data()
 {
     QTest::addColumn<QStringList>("arguments"); // after the database
     QTest::addColumn<QByteArray>("table");      // to the file "--table" names, else printed
-    QTest::addColumn<QByteArray>("notice");
+    QTest::addColumn<QString>("notice");
     const auto period = [](const char *from, const char *till) {
         return QStringList{u"--from"_s, QString::fromLatin1(from), u"--till"_s,
                            QString::fromLatin1(till)};
@@ -106,7 +86,7 @@ void tst_ChartCommand::csvTables_data()
                                              "2005-01-01,2,\r\n"
                                              "2005-01-02,,\r\n"
                                              "2005-01-03,1,1\r\n")
-                               << QByteArray();
+                               << QString();
     // MinDate starts at the last day's midnight and only an earlier item
     // moves it.
     QTest::newRow("printed, by category")
@@ -116,34 +96,34 @@ void tst_ChartCommand::csvTables_data()
                       "MaxDate,2005-01-03 23:00:00\r\n"
                       "Date,World,Sports\r\n"
                       "2005-01-03,1,1\r\n")
-        << QByteArray();
+        << QString();
     // The starting dates of an empty chart: the far ends of the period.
     QTest::newRow("no news") << period("2006-01-01", "2006-01-31") + QStringList{u"--table"_s}
                              << QByteArray("Title,\r\n"
                                            "MinDate,2006-01-31 00:00:00\r\n"
                                            "MaxDate,2006-01-01 00:00:00\r\n"
                                            "Date\r\n")
-                             << QByteArray("no news items in the period");
+                             << u"no news items in the period"_s;
 }
 
 void tst_ChartCommand::csvTables()
 {
     QFETCH(QStringList, arguments);
-    QFETCH(QByteArray, notice);
+    QFETCH(QString, notice);
     const QString table = m_dir.filePath(u"table.csv"_s);
     QFile::remove(table);
     const bool toFile = arguments.last() == u"--table"_s;
-    const Run run =
+    const auto run =
         runChart(QStringList{m_fixed} + arguments + (toFile ? QStringList{table} : QStringList()));
     QCOMPARE(run.exitCode, 0);
-    QTEST(toFile ? readFile(table) : run.out, "table");
-    QVERIFY2(run.err.contains(notice), run.err.constData());
+    QTEST(toFile ? readFile(table) : run.out.toUtf8(), "table");
+    QVERIFY2(run.err.contains(notice), qPrintable(run.err));
 }
 
 void tst_ChartCommand::jsonTable()
 {
     const QString table = m_dir.filePath(u"january.json"_s);
-    const Run run = runChart({m_fixed, u"--from"_s, u"2005-01-01"_s, u"--till"_s, u"2005-01-31"_s,
+    const auto run = runChart({m_fixed, u"--from"_s, u"2005-01-01"_s, u"--till"_s, u"2005-01-31"_s,
                               u"--series"_s, u"channels"_s, u"--table"_s, table});
     QCOMPARE(run.exitCode, 0);
     const QJsonObject root = QJsonDocument::fromJson(readFile(table)).object();
@@ -168,7 +148,7 @@ void tst_ChartCommand::jsonTable()
 void tst_ChartCommand::namedPeriod()
 {
     const QString table = m_dir.filePath(u"period.json"_s);
-    const Run run = runChart({m_recent, u"--period"_s, u"WEEK"_s, u"--table"_s, table});
+    const auto run = runChart({m_recent, u"--period"_s, u"WEEK"_s, u"--table"_s, table});
     QCOMPARE(run.exitCode, 0);
     double total = 0;
     const QJsonArray series =
@@ -184,7 +164,7 @@ void tst_ChartCommand::namedPeriod()
 void tst_ChartCommand::image()
 {
     const QString path = m_dir.filePath(u"bar.png"_s);
-    const Run run =
+    const auto run =
         runChart({m_fixed, u"--from"_s, u"2005-01-01"_s, u"--till"_s, u"2005-01-31"_s, u"--out"_s,
                   path, u"--size"_s, u"520x300"_s, u"--type"_s, u"bar"_s, u"--stacked"_s});
     QCOMPARE(run.exitCode, 0);
@@ -198,35 +178,35 @@ void tst_ChartCommand::image()
 void tst_ChartCommand::badOptions_data()
 {
     QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QByteArray>("message");
+    QTest::addColumn<QString>("message");
     QTest::newRow("unknown period") << QStringList{u"--period"_s, u"fortnight"_s}
-                                    << QByteArray("--period takes today|yesterday");
+                                    << u"--period takes today|yesterday"_s;
     QTest::newRow("from without till")
-        << QStringList{u"--from"_s, u"2005-01-01"_s} << QByteArray("--from and --till go together");
+        << QStringList{u"--from"_s, u"2005-01-01"_s} << u"--from and --till go together"_s;
     QTest::newRow("image format") << QStringList{u"--out"_s, u"chart.gif"_s}
-                                  << QByteArray("--out writes .png, .svg or .pdf");
+                                  << u"--out writes .png, .svg or .pdf"_s;
 }
 
 void tst_ChartCommand::badOptions()
 {
     QFETCH(QStringList, arguments);
-    QFETCH(QByteArray, message);
-    const Run run = runChart(QStringList{m_fixed} + arguments);
+    QFETCH(QString, message);
+    const auto run = runChart(QStringList{m_fixed} + arguments);
     QCOMPARE(run.exitCode, 2);
-    QVERIFY2(run.err.contains(message), run.err.constData());
+    QVERIFY2(run.err.contains(message), qPrintable(run.err));
     QVERIFY(!QFile::exists(u"chart.gif"_s));
 }
 
 void tst_ChartCommand::brokenDatabase()
 {
     const QString table = m_dir.filePath(u"broken.csv"_s);
-    Run run = runChart({m_dir.filePath(u"missing.db"_s), u"--table"_s, table});
+    auto run = runChart({m_dir.filePath(u"missing.db"_s), u"--table"_s, table});
     QCOMPARE(run.exitCode, 1);
-    QVERIFY2(run.err.contains("cannot open the database"), run.err.constData());
+    QVERIFY2(run.err.contains(u"cannot open the database"_s), qPrintable(run.err));
     QVERIFY(!QFile::exists(table));
     run = runChart({m_fixed, u"--period"_s, u"all"_s, u"--filter"_s, u"Channels.ID ==="_s});
     QCOMPARE(run.exitCode, 1);
-    QVERIFY2(run.err.contains("statement refused"), run.err.constData());
+    QVERIFY2(run.err.contains(u"statement refused"_s), qPrintable(run.err));
     QCOMPARE(runChart({}).exitCode, 2); // no connection at all
 }
 

@@ -2,13 +2,13 @@
 // command prints for them.
 
 #include "PivotTestData.h"
+#include "ProgramRun.h"
 #include "pivot/PivotData.h"
 #include "pivot/PivotLayoutText.h"
 #include "pivot/PivotLoader.h"
 #include "pivot/PivotView.h"
 #include "settings/CAppSettings.h"
 
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -38,17 +38,10 @@ QString describe(const PivotAxis &axis)
     return sets.join(u';');
 }
 
-// zorvane-stats pivot: its standard output, its standard error in *errors.
-QString runPivot(const QStringList &arguments, QString *errors = nullptr, int *exitCode = nullptr)
+// zorvane-stats pivot as a script runs it.
+qrt::test::ProgramRun runPivot(const QStringList &arguments)
 {
-    QProcess process;
-    process.start(qEnvironmentVariable("ZORVANE_STATS"), QStringList{u"pivot"_s} + arguments);
-    process.waitForFinished(60000);
-    if (errors)
-        *errors = QString::fromUtf8(process.readAllStandardError());
-    if (exitCode)
-        *exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    return QString::fromUtf8(process.readAllStandardOutput());
+    return qrt::test::runStats(QStringList{u"pivot"_s} + arguments);
 }
 
 } // namespace
@@ -180,14 +173,10 @@ void tst_PivotLayoutText::commandPrintsTheGrid()
 {
     QFETCH(QStringList, arguments);
     QFETCH(QString, output);
-    if (qEnvironmentVariableIsEmpty("ZORVANE_STATS"))
-        QSKIP("ZORVANE_STATS is not set (CTest sets it)");
-    QString errors;
-    int exitCode = -1;
-    const QString printed = runPivot(QStringList{m_path} + arguments, &errors, &exitCode);
+    const auto run = runPivot(QStringList{m_path} + arguments);
     const bool refused = output.startsWith(u"zorvane-stats:"_s);
-    QCOMPARE(exitCode, refused ? 2 : 0);
-    QCOMPARE(refused ? errors.trimmed().split(u'\n').constLast() : printed, output);
+    QCOMPARE(run.exitCode, refused ? 2 : 0);
+    QCOMPARE(refused ? run.err.trimmed().split(u'\n').constLast() : run.out, output);
 }
 
 // The stored table layout, run through the page the window writes, gives
@@ -195,8 +184,6 @@ void tst_PivotLayoutText::commandPrintsTheGrid()
 // its page line with the steps before it kept.
 void tst_PivotLayoutText::storedLayoutAsTheWindowRestoresIt()
 {
-    if (qEnvironmentVariableIsEmpty("ZORVANE_STATS"))
-        QSKIP("ZORVANE_STATS is not set (CTest sets it)");
     CAppSettings settings;
     settings.Init(u"Koltrin"_s, u"Zorvane"_s);
     const QString section = u"STATMSTABLE"_s;
@@ -212,19 +199,21 @@ void tst_PivotLayoutText::storedLayoutAsTheWindowRestoresIt()
     for (const auto &[key, value] : stored)
         settings.SaveSetting(section, key, value);
     const QString expected = runPivot({m_path, u"--rows"_s, u"Provider(Provider!=Gamma)"_s,
-                                       u"--columns"_s, u"NewsDate By Month[Years]"_s});
+                                       u"--columns"_s, u"NewsDate By Month[Years]"_s})
+                                 .out;
     QVERIFY(expected.startsWith(u"Provider,"_s));
-    QCOMPARE(runPivot({m_path, u"--layout-from-settings"_s}), expected);
+    QCOMPARE(runPivot({m_path, u"--layout-from-settings"_s}).out, expected);
 
     // The row axis comes last but for the totals: they are not reached.
     settings.SaveSetting(section, u"ROWFIELDSETSCOUNT"_s, 2);
     settings.SaveSetting(section, u"ROWFIELDSETNAME2"_s, u"Gone"_s);
-    QString errors;
-    const QString partial = runPivot({m_path, u"--layout-from-settings"_s}, &errors);
-    QVERIFY2(errors.contains(u"There is no field set named \"Gone\""_s), qPrintable(errors));
-    QVERIFY(errors.contains(u"Line "_s));
-    QCOMPARE(partial, runPivot({m_path, u"--rows"_s, u"Provider(Provider!=Gamma)"_s, u"--columns"_s,
-                                u"NewsDate By Month[Years]"_s, u"--total"_s, QString()}));
+    const auto partial = runPivot({m_path, u"--layout-from-settings"_s});
+    QVERIFY2(partial.err.contains(u"There is no field set named \"Gone\""_s), qPrintable(partial.err));
+    QVERIFY(partial.err.contains(u"Line "_s));
+    QCOMPARE(partial.out, runPivot({m_path, u"--rows"_s, u"Provider(Provider!=Gamma)"_s,
+                                    u"--columns"_s, u"NewsDate By Month[Years]"_s, u"--total"_s,
+                                    QString()})
+                              .out);
 }
 
 QTEST_GUILESS_MAIN(tst_PivotLayoutText)

@@ -3,6 +3,7 @@
 // configuration folders point into a temporary folder, for this process and
 // for the programs it starts, so no test touches real settings.
 
+#include "ProgramRun.h"
 #include "settings/CAppSettings.h"
 #include "settings/SettingsStore.h"
 
@@ -11,8 +12,6 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
-#include <QProcessEnvironment>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -47,11 +46,7 @@ public:
         }
     }
 
-    static QByteArray contents(const QString &path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
+    static QByteArray contents(const QString &path) { return qrt::test::readFile(path); }
 
     static bool write(const QString &path, const QByteArray &bytes)
     {
@@ -86,34 +81,15 @@ inline QByteArray fileWithEntries(const QString &section, int count)
     return QJsonDocument(node).toJson();
 }
 
-// How a program run ended: its exit code (-1 when it crashed or hung) and
-// what it printed.
-struct ProgramRun
-{
-    int exitCode = -1;
-    QString out, err;
-};
-
-inline ProgramRun
-runProgram(const QString &program, const QStringList &arguments,
-           const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
-{
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.start(program, arguments);
-    if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit)
-        return {};
-    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
-}
+using qrt::test::ProgramRun;
+using qrt::test::runProgram;
 
 // The host program's settings command, as a user runs it.
-inline ProgramRun
+inline qrt::test::ProgramRun
 runSettings(const QStringList &arguments,
             const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
 {
-    return runProgram(qEnvironmentVariable("ZORVANE_STATS"),
-                      QStringList{QStringLiteral("settings")} + arguments, environment);
+    return qrt::test::runStats(QStringList{QStringLiteral("settings")} + arguments, environment);
 }
 
 namespace qrt::settings {

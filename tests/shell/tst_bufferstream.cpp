@@ -1,7 +1,7 @@
 // The memory block behind streams: filled from text or sized empty, read
 // through streams and back as single-byte text.
 
-#include "base/ComponentError.h"
+#include "Raised.h"
 #include "shell/CBufferStream.h"
 
 #include <QIODevice>
@@ -87,14 +87,12 @@ void tst_CBufferStream::overflow()
 {
     CBufferStream buffer;
     buffer.bufferSize(4);
-    try {
-        buffer.bufferSize(std::numeric_limits<qint32>::max() - 1);
-        QFAIL("no overflow raised");
-    } catch (const ComponentError &error) {
-        QCOMPARE(error.number, 6);
-        QCOMPARE(error.description, u"Overflow"_s);
-        QCOMPARE(error.source, u"QRT_StatCharts"_s);
-    }
+    const auto error =
+        qrt::test::raisedBy([&] { buffer.bufferSize(std::numeric_limits<qint32>::max() - 1); });
+    QVERIFY(error);
+    QCOMPARE(error->number, 6);
+    QCOMPARE(error->description, u"Overflow"_s);
+    QCOMPARE(error->source, u"QRT_StatCharts"_s);
     QVERIFY(buffer.IStream()); // the block before the refused size is still there
 }
 

@@ -4,6 +4,8 @@
 // private session bus. Every row of both failure tables is produced by a
 // real outcome.
 
+#include "ProgramRun.h"
+#include "Raised.h"
 #include "shell/CShell.h"
 #include "shell/DesktopShell.h"
 
@@ -19,7 +21,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
-#include <QTimer>
 
 #include <optional>
 
@@ -62,34 +63,23 @@ const QHash<qint32, QString> Descriptions{
 // The number raised (0 for none), after checking source and description.
 qint32 RaisedBy(const std::function<void()> &call)
 {
-    try {
-        call();
-    } catch (const ComponentError &error) {
-        if (error.source != u"QRT_StatCharts.CShell"_s ||
-            error.description != Descriptions.value(error.number))
-            return 1;
-        return error.number;
-    }
-    return 0;
+    const auto error = qrt::test::raisedBy(call);
+    if (!error)
+        return 0;
+    return error->source == u"QRT_StatCharts.CShell"_s &&
+                   error->description == Descriptions.value(error->number)
+               ? error->number
+               : 1;
 }
 
 void WriteFile(const QString &path, const QByteArray &content, bool executable)
 {
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(content);
-    file.close();
-    QFile::Permissions permissions = QFile::ReadOwner | QFile::WriteOwner;
-    if (executable)
-        permissions |= QFile::ExeOwner;
-    file.setPermissions(permissions);
+    QVERIFY(qrt::test::writeFile(path, content));
+    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner |
+                                    (executable ? QFile::ExeOwner : QFile::Permissions()));
 }
 
-QByteArray ReadFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
+using qrt::test::readFile;
 
 // The desktop's folders are the test's own from before main: GIO reads them
 // once a process, and no application of this machine may be found, let
@@ -174,7 +164,6 @@ private Q_SLOTS:
 
     void openerOutcomes_data();
     void openerOutcomes();
-    void waitingKeepsTheWindowGoing();
     void itemReachesTheOpener_data();
     void itemReachesTheOpener();
     void launchStartsInTheProgramsFolder();
@@ -413,7 +402,7 @@ void tst_CShell::itemReachesTheOpener()
     else
         CShell().CreateNewMailMessage(arguments.at(0), arguments.at(1), arguments.at(2),
                                       arguments.at(3));
-    QCOMPARE(QString::fromLocal8Bit(ReadFile(m_openedLog)), opened + u'\n');
+    QCOMPARE(QString::fromLocal8Bit(readFile(m_openedLog)), opened + u'\n');
 }
 
 void tst_CShell::launchStartsInTheProgramsFolder()
@@ -428,7 +417,7 @@ void tst_CShell::launchStartsInTheProgramsFolder()
     QVERIFY(!QFile::exists(m_dir.filePath(u"docs/sub/out"_s)));
     QVERIFY(!QFile::exists(m_openedLog)); // a program is started, not opened
     WriteFile(m_dir.filePath(u"docs/sub/go"_s), "", false);
-    QTRY_COMPARE(ReadFile(m_dir.filePath(u"docs/sub/out"_s)),
+    QTRY_COMPARE(readFile(m_dir.filePath(u"docs/sub/out"_s)),
                  "1|two words|" + m_dir.filePath(u"docs/sub"_s).toLocal8Bit());
 }
 
@@ -442,12 +431,12 @@ void tst_CShell::launchWaitsForTheEnd()
     // The program writes its answer only after its sleep: found at once, it was waited for.
     CShell().LaunchProgram(u"docs/slow"_s, u"alpha \"beta gamma\""_s, true,
                            m_dir.filePath(u"empty"_s));
-    QCOMPARE(ReadFile(out), "2|alpha|beta gamma|" + m_dir.filePath(u"empty"_s).toLocal8Bit());
+    QCOMPARE(readFile(out), "2|alpha|beta gamma|" + m_dir.filePath(u"empty"_s).toLocal8Bit());
     QFile::remove(out);
 
     // Without a start directory it runs in the caller's; a number is a parameter too.
     CShell().LaunchProgram(m_dir.filePath(u"docs/slow"_s), 42, true);
-    QCOMPARE(ReadFile(m_dir.filePath(u"waited"_s)), "1|42||" + m_dir.path().toLocal8Bit());
+    QCOMPARE(readFile(m_dir.filePath(u"waited"_s)), "1|42||" + m_dir.path().toLocal8Bit());
 }
 
 void tst_CShell::launchOutcomes_data()
@@ -494,7 +483,7 @@ void tst_CShell::launchOutcomes()
     SetOpener("exit 0");
     QCOMPARE(RaisedBy([&] { CShell().LaunchProgram(path, parameters, wait, startDirectory); }),
              raises);
-    QCOMPARE(ReadFile(m_openedLog), opened ? path.toLocal8Bit() + '\n' : QByteArray());
+    QCOMPARE(readFile(m_openedLog), opened ? path.toLocal8Bit() + '\n' : QByteArray());
 }
 
 // Without a file manager on the bus, an item that exists (or a pattern that
@@ -589,22 +578,9 @@ void tst_CShell::documentVerbCarriedOut()
     QCOMPARE(Call(u"OpenDocument"_s, document), raises);
     QCOMPARE(QFile::exists(m_openedLog), opened);
     if (!ran.isEmpty())
-        QTRY_COMPARE(ReadFile(m_ranLog), ran);
+        QTRY_COMPARE(readFile(m_ranLog), ran);
     else
         QVERIFY(!QFile::exists(m_ranLog));
-}
-
-// While the desktop answers, the window goes on: its timers fire during
-// the wait.
-void tst_CShell::waitingKeepsTheWindowGoing()
-{
-    SetOpener("sleep 0.3\nexit 0");
-    int ticks = 0;
-    QTimer timer;
-    connect(&timer, &QTimer::timeout, this, [&ticks] { ++ticks; });
-    timer.start(20);
-    QCOMPARE(Call(u"OpenUrl"_s, u"https://news.example/"_s), 0);
-    QVERIFY2(ticks >= 5, qPrintable(QString::number(ticks)));
 }
 
 QTEST_MAIN(tst_CShell)
