@@ -1,15 +1,18 @@
 // The chart control's model without a screen: a new table is all holes, the
 // batch flags and a label's bracket hold repaints back, the chart type takes
-// only its four codes, the bounds the title is placed by, and the time
-// scale's strftime formatting.
+// only its four codes, the bounds the title is placed by, the time scale's
+// strftime formatting, and the named periods of the tool bar.
 
 #include "base/Dates.h"
 #include "newschart/ChartControl.h"
+#include "newschart/NamedPeriod.h"
 
 #include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using qrt::chart::NamedPeriod;
+using qrt::dates::fromYmd;
 
 class tst_ChartControl : public QObject
 {
@@ -24,6 +27,9 @@ private Q_SLOTS:
     void valueBounds();
     void format_data();
     void format();
+    void namedPeriodsOnMarch15_data();
+    void namedPeriodsOnMarch15();
+    void namedPeriodTextsReadBackWithoutCase();
 };
 
 void tst_ChartControl::newTableIsHoles()
@@ -154,7 +160,6 @@ void tst_ChartControl::valueBounds()
 
 void tst_ChartControl::format_data()
 {
-    using qrt::dates::fromYmd;
     QTest::addColumn<double>("date");
     QTest::addColumn<QString>("format");
     QTest::addColumn<QString>("text");
@@ -174,6 +179,45 @@ void tst_ChartControl::format()
     QFETCH(QString, format);
     QFETCH(QString, text);
     QCOMPARE(ChartControl::Format(date, format), text);
+}
+
+// The named periods: each ends today and reaches a plain count of days
+// back, with day 0 for "All" and for a code outside the list.
+void tst_ChartControl::namedPeriodsOnMarch15_data()
+{
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<double>("from");
+    QTest::newRow("Today") << 1 << u"Today"_s << fromYmd(2005, 3, 15);
+    QTest::newRow("Yesterday, and today") << 2 << u"Yesterday"_s << fromYmd(2005, 3, 14);
+    QTest::newRow("Last Month: 31 days") << 4 << u"Last Month"_s << fromYmd(2005, 2, 12);
+    QTest::newRow("Last Year: 365 days over a leap day")
+        << 5 << u"Last Year"_s << fromYmd(2004, 3, 15);
+    QTest::newRow("All from day 0") << 6 << u"All"_s << 0.0;
+    QTest::newRow("0 is no period") << 0 << QString() << 0.0;
+    QTest::newRow("7 is no period") << 7 << QString() << 0.0;
+}
+
+void tst_ChartControl::namedPeriodsOnMarch15()
+{
+    QFETCH(int, code);
+    QFETCH(QString, text);
+    QFETCH(double, from);
+    const double today = fromYmd(2005, 3, 15);
+    const auto range = NamedPeriod::Range(code, today);
+    QCOMPARE(range.FromDate, from);
+    QCOMPARE(range.TillDate, today); // every period ends today
+    QCOMPARE(NamedPeriod::Text(code), text);
+}
+
+void tst_ChartControl::namedPeriodTextsReadBackWithoutCase()
+{
+    for (int code = 1; code <= 6; ++code) {
+        QCOMPARE(NamedPeriod::FromText(NamedPeriod::Text(code)), code);
+        QCOMPARE(NamedPeriod::FromText(NamedPeriod::Text(code).toUpper()), code);
+    }
+    QVERIFY(!NamedPeriod::FromText(u"Last Fortnight"_s));
+    QVERIFY(!NamedPeriod::FromText(QString()));
 }
 
 QTEST_APPLESS_MAIN(tst_ChartControl)

@@ -1,17 +1,21 @@
 // The pivot engine's numbers against SQL: for each layout, every cell of the
 // grid (leaves, subtotals and grand totals alike) must equal what GROUP BY
 // gives on the same database, with nothing missing and nothing extra. Runs
-// on random data and on the demo generator's data.
+// on random data and on the demo generator's data. The grid model's lines
+// and cells are held against SQL too.
 
 #include "PivotTestData.h"
 #include "db/Recordset.h"
 #include "demodata/DemoDatabase.h"
 #include "pivot/PivotAggregator.h"
 #include "pivot/PivotData.h"
+#include "pivot/PivotGridModel.h"
+#include "pivot/PivotLayoutText.h"
 #include "pivot/PivotLoader.h"
 #include "pivot/PivotResult.h"
 #include "pivot/PivotView.h"
 
+#include <QSqlDatabase>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -200,6 +204,43 @@ QString nodeKey(const std::vector<PivotResult::Node> &nodes, int node)
     return steps.join(u'|');
 }
 
+// The member path "2025/Qtr1/Jan" of a news item's month, as the engine
+// captions it.
+QString monthPath()
+{
+    const QString m = u"CAST(strftime('%m', News.pubDate) AS INTEGER)"_s;
+    return u"(CASE WHEN News.pubDate IS NULL THEN '(blank)/(blank)/(blank)' ELSE "
+           u"strftime('%Y', News.pubDate) || '/Qtr' || ((%1 + 2) / 3) || '/' || "
+           u"substr('JanFebMarAprMayJunJulAugSepOctNovDec', %1 * 3 - 2, 3) END)"_s.arg(m);
+}
+
+const QString kYear = u"COALESCE(strftime('%Y', News.pubDate), '(blank)')"_s;
+
+QString memberPath(const PivotResult::Node &node)
+{
+    QStringList captions;
+    for (PivotMember m = node.member(); !m.isNull() && !m.isRoot(); m = m.ParentMember())
+        captions.prepend(m.Caption());
+    return captions.join(u'/');
+}
+
+// The member paths from the outermost member down to a node.
+QStringList nodeKeys(const std::vector<PivotResult::Node> &nodes, int node)
+{
+    QStringList keys;
+    for (; node > 0; node = nodes[static_cast<std::size_t>(node)].parent)
+        keys.prepend(memberPath(nodes[static_cast<std::size_t>(node)]));
+    return keys;
+}
+
+struct Group
+{
+    QStringList rows;
+    QStringList columns;
+    qint64 count = 0;
+    qint64 titles = 0;
+};
+
 } // namespace
 
 class tst_PivotAggregation : public QObject
@@ -211,11 +252,16 @@ private Q_SLOTS:
     void matchesGroupBy_data();
     void matchesGroupBy();
     void collapsedMembersKeepTheirTotals();
+    void gridModelEqualsSql_data();
+    void gridModelEqualsSql();
+    void gridNumberFormats_data();
+    void gridNumberFormats();
 
 private:
     QTemporaryDir m_dir;
     QString m_random;
     QString m_demo;
+    std::shared_ptr<const PivotData> m_data; // of m_random
 };
 
 void tst_PivotAggregation::initTestCase()
@@ -223,6 +269,8 @@ void tst_PivotAggregation::initTestCase()
     QVERIFY(m_dir.isValid());
     m_random = m_dir.filePath(u"random.db"_s);
     QVERIFY(qrt::test::makeRandomNewsDb(m_random, 6000, qrt::test::testSeed()));
+    m_data = qrt::test::loadNews(m_random);
+    QVERIFY(m_data);
     m_demo = m_dir.filePath(u"demo.db"_s);
     qrt::db::DemoDatabase::Options options;
     options.items = 20000;
@@ -329,9 +377,7 @@ void tst_PivotAggregation::matchesGroupBy()
 
 void tst_PivotAggregation::collapsedMembersKeepTheirTotals()
 {
-    const std::shared_ptr<PivotData> data = qrt::test::loadNews(m_random);
-    QVERIFY(data);
-    PivotView view(data);
+    PivotView view(m_data);
     PivotFieldSet &dates = view.FieldSets(u"NewsDate By Month"_s);
     view.RowAxis().InsertFieldSet(dates);
     for (PivotField *field : dates.Fields())
@@ -341,7 +387,7 @@ void tst_PivotAggregation::collapsedMembersKeepTheirTotals()
         view.AddTotal(u"Count of News"_s, view.FieldSets(u"News"_s).Fields(0), 2));
 
     // Never expanded: the years alone, then the grand total (their values
-    // are tst_pivotgridmodel's); opening one shows its months, then its
+    // are gridModelEqualsSql's); opening one shows its months, then its
     // subtotal line.
     view.setExpandMembers(PivotView::ExpandNever);
     const PivotResult closed = PivotAggregator::run(view);
@@ -357,6 +403,150 @@ void tst_PivotAggregation::collapsedMembersKeepTheirTotals()
     const PivotResult::Node &lastMonth = reopened.rowNodes()[more[more.size() - 3].node];
     QCOMPARE(lastMonth.depth, 2);
     QCOMPARE(reopened.rowNodes()[lastMonth.parent].caption, year.caption);
+}
+
+// The grid model's cells against SQL on random data: every value of every
+// line (members, collapsed members, subtotals, grand totals) must be the
+// GROUP BY count of the rows under its row and column members.
+void tst_PivotAggregation::gridModelEqualsSql_data()
+{
+    QTest::addColumn<QString>("rows");
+    QTest::addColumn<QStringList>("rowSql");
+    QTest::addColumn<QString>("columns");
+    QTest::addColumn<QStringList>("columnSql");
+    QTest::addColumn<int>("expandMembers");
+    QTest::addColumn<bool>("subtotals");
+    QTest::addColumn<bool>("descending"); // the outer row field
+    const QString months = u"NewsDate By Month[Months];Provider"_s;
+    const QStringList monthsSql = {monthPath(), u"Providers.Provider"_s};
+    QTest::newRow("default layout, collapsed") << months << monthsSql << QString() << QStringList()
+                                               << int(PivotView::ExpandNever) << true << false;
+    QTest::newRow("default layout, expanded") << months << monthsSql << QString() << QStringList()
+                                              << int(PivotView::ExpandAlways) << true << true;
+    QTest::newRow("category by provider, no subtotals")
+        << u"Category;Channel"_s << QStringList{u"Categories.Name"_s, u"Channels.Channel"_s}
+        << u"Provider"_s << QStringList{u"Providers.Provider"_s} << int(PivotView::ExpandAlways)
+        << false << false;
+    QTest::newRow("channels by years")
+        << u"Channel"_s << QStringList{u"Channels.Channel"_s} << u"NewsDate By Month[Years]"_s
+        << QStringList{kYear} << int(PivotView::ExpandAutomatic) << true << true;
+}
+
+void tst_PivotAggregation::gridModelEqualsSql()
+{
+    QFETCH(QString, rows);
+    QFETCH(QStringList, rowSql);
+    QFETCH(QString, columns);
+    QFETCH(QStringList, columnSql);
+    QFETCH(int, expandMembers);
+    QFETCH(bool, subtotals);
+    QFETCH(bool, descending);
+
+    PivotView view(m_data);
+    PivotLayoutText::applyFieldSets(view, view.RowAxis(), rows);
+    if (!columns.isEmpty())
+        PivotLayoutText::applyFieldSets(view, view.ColumnAxis(), columns);
+    PivotLayoutText::applyTotals(view, u"Count of News=Count(News)"_s);
+    view.setExpandMembers(expandMembers);
+    PivotGridModel model;
+    model.setView(&view);
+    model.setSubtotalsShown(subtotals);
+    const PivotFieldSet *outer = &view.RowAxis().FieldSets().Item(0);
+    if (descending)
+        model.setSortOrder(outer, Qt::DescendingOrder);
+
+    // The leaf groups, from SQL.
+    const QStringList keys = rowSql + columnSql;
+    QStringList positions;
+    for (int i = 1; i <= keys.size(); ++i)
+        positions << QString::number(i);
+    const QString sql = u"SELECT %1, COUNT(*), COUNT(NULLIF(News.Title, '')) %2 GROUP BY %3"_s.arg(
+        keys.join(u", "_s), kJoin, positions.join(u", "_s));
+    std::vector<Group> groups;
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"check"_s);
+        db.setDatabaseName(m_random);
+        QVERIFY(db.open());
+        QSqlQuery query(db);
+        QVERIFY2(query.exec(sql), qPrintable(query.lastError().text()));
+        while (query.next()) {
+            Group g;
+            for (int i = 0; i < keys.size(); ++i)
+                (i < rowSql.size() ? g.rows : g.columns) << query.value(i).toString();
+            g.count = query.value(keys.size()).toLongLong();
+            g.titles = query.value(keys.size() + 1).toLongLong();
+            groups.push_back(g);
+        }
+    }
+    QSqlDatabase::removeDatabase(u"check"_s);
+
+    const auto &rowNodes = model.result().rowNodes();
+    const auto &columnNodes = model.result().columnNodes();
+    QVERIFY(model.rowCount() > 1);
+    int collapsed = 0;
+    int subtotalLines = 0;
+    for (int r = 0; r < model.rowCount(); ++r) {
+        const PivotResult::Line rowLine = model.line(Qt::Vertical, r);
+        const QStringList rowKeys = nodeKeys(rowNodes, rowLine.node);
+        collapsed +=
+            rowLine.kind == PivotResult::LineKind::Member && rowKeys.size() < rowSql.size();
+        subtotalLines += rowLine.kind == PivotResult::LineKind::Subtotal;
+        for (int c = 0; c < model.columnCount(); ++c) {
+            const QStringList columnKeys =
+                nodeKeys(columnNodes, model.line(Qt::Horizontal, c).node);
+            qint64 count = 0;
+            qint64 titles = 0;
+            for (const Group &g : groups)
+                if (g.rows.mid(0, rowKeys.size()) == rowKeys &&
+                    g.columns.mid(0, columnKeys.size()) == columnKeys) {
+                    count += g.count;
+                    titles += g.titles;
+                }
+            const QVariant value = model.data(model.index(r, c), PivotGridModel::ValueRole);
+            QVERIFY2(value.isValid() == (count > 0),
+                     qPrintable(u"%1 x %2"_s.arg(rowKeys.join(u'|'), columnKeys.join(u'|'))));
+            if (count > 0)
+                QCOMPARE(value.toLongLong(), titles);
+        }
+    }
+    // The outer members in member order, or the other way round.
+    std::vector<int> order;
+    for (int r = 0; r < model.rowCount(); ++r) {
+        int node = model.line(Qt::Vertical, r).node;
+        while (node > 0 && rowNodes[static_cast<std::size_t>(node)].depth > 1)
+            node = rowNodes[static_cast<std::size_t>(node)].parent;
+        if (node > 0 && (order.empty() || order.back() != node))
+            order.push_back(node);
+    }
+    QVERIFY(order.size() > 1);
+    QCOMPARE(std::is_sorted(order.begin(), order.end()), !descending);
+    QCOMPARE(std::is_sorted(order.rbegin(), order.rend()), descending);
+    // The layouts reach what they are there for.
+    QCOMPARE(collapsed > 0, expandMembers == PivotView::ExpandNever);
+    QCOMPARE(subtotalLines > 0,
+             subtotals && rowSql.size() > 1 && expandMembers != PivotView::ExpandNever);
+}
+
+void tst_PivotAggregation::gridNumberFormats_data()
+{
+    QTest::addColumn<QString>("format");
+    QTest::addColumn<double>("value");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("general whole") << u"General"_s << 1234567.0 << u"1234567"_s;
+    QTest::newRow("general fraction") << u"General"_s << 0.1 + 0.2 << u"0.3"_s;
+    QTest::newRow("grouped") << u"#,##0"_s << 1234567.4 << u"1,234,567"_s;
+    QTest::newRow("grouped decimals") << u"#,##0.00"_s << -1234.5 << u"-1,234.50"_s;
+    QTest::newRow("plain decimals") << u"0.0"_s << 1234.56 << u"1234.6"_s;
+    QTest::newRow("percent") << u"0.0%"_s << 0.256 << u"25.6%"_s;
+}
+
+void tst_PivotAggregation::gridNumberFormats()
+{
+    QFETCH(QString, format);
+    QFETCH(double, value);
+    QFETCH(QString, text);
+    QLocale::setDefault(QLocale::c());
+    QCOMPARE(PivotGridModel::formatNumber(value, format), text);
 }
 
 QTEST_GUILESS_MAIN(tst_PivotAggregation)
