@@ -109,7 +109,8 @@ void tst_Host::demoDbKeepsExistingFile()
     QCOMPARE(r.exitCode, 1);
     QVERIFY(r.err.contains(u"exists"_s));
     QCOMPARE(qrt::test::readFile(db), before);
-    const ProgramRun replaced = run({u"demo-db"_s, db, u"--items"_s, u"10"_s, u"--replace"_s}, m_env);
+    const ProgramRun replaced =
+        run({u"demo-db"_s, db, u"--items"_s, u"10"_s, u"--replace"_s}, m_env);
     QCOMPARE(replaced.exitCode, 0);
     QVERIFY2(replaced.out.contains(u"10 news items"_s), qPrintable(replaced.out));
 }

@@ -43,7 +43,7 @@ const QHash<qint32, QString> Descriptions{{InvalidFileName, u"Invalid file name"
 
 #define VERIFY_RAISES(call, expected)                                                              \
     do {                                                                                           \
-        const auto raised = qrt::test::raisedBy([&] { call; });                                                 \
+        const auto raised = qrt::test::raisedBy([&] { call; });                                    \
         QVERIFY2(raised, "nothing raised");                                                        \
         QCOMPARE(raised->number, expected);                                                        \
         QCOMPARE(raised->source, Source);                                                          \

@@ -124,7 +124,7 @@ void tst_ChartCommand::jsonTable()
 {
     const QString table = m_dir.filePath(u"january.json"_s);
     const auto run = runChart({m_fixed, u"--from"_s, u"2005-01-01"_s, u"--till"_s, u"2005-01-31"_s,
-                              u"--series"_s, u"channels"_s, u"--table"_s, table});
+                               u"--series"_s, u"channels"_s, u"--table"_s, table});
     QCOMPARE(run.exitCode, 0);
     const QJsonObject root = QJsonDocument::fromJson(readFile(table)).object();
     QCOMPARE(root.value(u"title"_s).toString(), u"News Count for January 2005"_s);
@@ -179,8 +179,8 @@ void tst_ChartCommand::badOptions_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("message");
-    QTest::newRow("unknown period") << QStringList{u"--period"_s, u"fortnight"_s}
-                                    << u"--period takes today|yesterday"_s;
+    QTest::newRow("unknown period")
+        << QStringList{u"--period"_s, u"fortnight"_s} << u"--period takes today|yesterday"_s;
     QTest::newRow("from without till")
         << QStringList{u"--from"_s, u"2005-01-01"_s} << u"--from and --till go together"_s;
     QTest::newRow("image format") << QStringList{u"--out"_s, u"chart.gif"_s}

@@ -159,8 +159,8 @@ void tst_ChartView::legendTitleAndDays()
                                    &labels);
     QVERIFY(!ticks.isEmpty());
     for (qsizetype i = 0; i < ticks.size(); ++i) // point 1 is January 10
-        QCOMPARE(labels[i], QLocale::c().toString(QDate(2005, 1, 9).addDays(qint64(ticks[i])),
-                                                  u"d MMM"_s));
+        QCOMPARE(labels[i],
+                 QLocale::c().toString(QDate(2005, 1, 9).addDays(qint64(ticks[i])), u"d MMM"_s));
 
     control.setNumSeries(0);
     QCOMPARE(view.drawnSeriesCount(), 0);

@@ -208,12 +208,13 @@ void tst_PivotLayoutText::storedLayoutAsTheWindowRestoresIt()
     settings.SaveSetting(section, u"ROWFIELDSETSCOUNT"_s, 2);
     settings.SaveSetting(section, u"ROWFIELDSETNAME2"_s, u"Gone"_s);
     const auto partial = runPivot({m_path, u"--layout-from-settings"_s});
-    QVERIFY2(partial.err.contains(u"There is no field set named \"Gone\""_s), qPrintable(partial.err));
+    QVERIFY2(partial.err.contains(u"There is no field set named \"Gone\""_s),
+             qPrintable(partial.err));
     QVERIFY(partial.err.contains(u"Line "_s));
-    QCOMPARE(partial.out, runPivot({m_path, u"--rows"_s, u"Provider(Provider!=Gamma)"_s,
-                                    u"--columns"_s, u"NewsDate By Month[Years]"_s, u"--total"_s,
-                                    QString()})
-                              .out);
+    QCOMPARE(partial.out,
+             runPivot({m_path, u"--rows"_s, u"Provider(Provider!=Gamma)"_s, u"--columns"_s,
+                       u"NewsDate By Month[Years]"_s, u"--total"_s, QString()})
+                 .out);
 }
 
 QTEST_GUILESS_MAIN(tst_PivotLayoutText)

@@ -16,8 +16,8 @@
 
 using namespace Qt::StringLiterals;
 using qrt::settings::SettingsStore;
-using qrt::test::raisedBy;
 using qrt::settings::StoreEntry;
+using qrt::test::raisedBy;
 
 using Action = std::function<void(CAppSettings &)>;
 Q_DECLARE_METATYPE(Action)
