@@ -1,6 +1,7 @@
 #include "db/Connection.h"
 
 #include "db/DbLog.h"
+#include "db/Dialect.h"
 #include "db/Recordset.h"
 #include "db/SqliteFunctions.h"
 
@@ -76,6 +77,7 @@ bool Connection::Open(const QString &connectionString, Access access, int statem
 {
     Close();
     m_lastError.clear();
+    m_source = {};
     m_access = access;
     const ConnectionString cs = ConnectionString::parse(connectionString);
     bool ok = false;
@@ -108,6 +110,25 @@ bool Connection::finishOpen()
     return false;
 }
 
+// A reader of a feed reader's database sees it through the mapping; one
+// that the mapping does not fit is refused with the reason. Writers (the
+// demo data, tests) see the tables as they are.
+bool Connection::lookAtSource(const ConnectionString &cs)
+{
+    if (m_access != Access::ReadOnly)
+        return true;
+    m_source = sources::SourceView::open(m_db, cs.engine, cs);
+    if (m_source.error().isEmpty())
+        return true;
+    setLastError(u"cannot read the database: "_s + m_source.error());
+    return false;
+}
+
+QString Connection::statementText(const QString &statement) const
+{
+    return m_source.apply(Dialect::translate(statement, m_engine));
+}
+
 bool Connection::openSqlite(const ConnectionString &cs, Access access)
 {
     if (access == Access::ReadOnly && !QFileInfo(cs.database).isFile()) {
@@ -124,6 +145,9 @@ bool Connection::openSqlite(const ConnectionString &cs, Access access)
     SqliteFunctions::install(m_sqlite);
     if (access == Access::ReadOnly) { // also refuses writes to ATTACHed files
         QSqlQuery(u"PRAGMA query_only = 1"_s, m_db);
+        // The catalogue reads pragma_table_info, before the fence goes up.
+        if (!lookAtSource(cs))
+            return false;
         SqliteFunctions::denyOutsideReach(m_sqlite);
     }
     return true;
@@ -152,7 +176,7 @@ bool Connection::openPostgres(const ConnectionString &cs, Access access,
         return false;
     if (access == Access::ReadOnly)
         QSqlQuery(u"SET SESSION CHARACTERISTICS AS TRANSACTION READ ONLY"_s, m_db);
-    return true;
+    return lookAtSource(cs);
 }
 
 std::function<void()> Connection::interrupter() const
