@@ -53,8 +53,11 @@ void reportUnreadableDatabase(const QString &connection)
 {
     qrt::db::Connection probe;
     qrt::db::Recordset rows;
-    if (probe.Open(connection) && rows.Open(u"SELECT 1 FROM News WHERE 1 = 0"_s, probe))
+    if (probe.Open(connection) && rows.Open(u"SELECT 1 FROM News WHERE 1 = 0"_s, probe)) {
+        if (const QString notice = probe.source().notice(); !notice.isEmpty())
+            std::fprintf(stderr, "zorvane-stats: %s\n", qPrintable(notice));
         return;
+    }
     std::fprintf(stderr, "zorvane-stats: %s\n", qPrintable(probe.lastError()));
 }
 
