@@ -126,7 +126,9 @@ bool Connection::lookAtSource(const ConnectionString &cs)
 
 QString Connection::statementText(const QString &statement) const
 {
-    return m_source.apply(Dialect::translate(statement, m_engine));
+    QString sql = m_source.apply(Dialect::translate(statement, m_engine));
+    qCDebug(lcDb).noquote() << sql;
+    return sql;
 }
 
 bool Connection::openSqlite(const ConnectionString &cs, Access access)
