@@ -8,21 +8,20 @@
 // on the provider's host, its tag the channel's category in the urls file
 // beside it, every item at its time as Unix seconds.
 
+#include "BenchData.h"
+#include "BenchWindow.h"
 #include "demodata/DemoDatabase.h"
-#include "pivotviews/PivotChartSpace.h"
 
 #include <qrt/statCharts.h>
 
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QPointer>
 #include <QSqlDatabase>
 #include <QSqlQuery>
-#include <QTimer>
 #include <QWidget>
 
 #include <benchmark/benchmark.h>
@@ -34,15 +33,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qint64 kItems = 100000;
-
-QString folder()
-{
-    QString path = qEnvironmentVariable("QRT_BENCH_DATA");
-    if (path.isEmpty())
-        path = QDir::tempPath();
-    QDir().mkpath(path);
-    return path;
-}
 
 // Newsboat's own tables and indexes, as its cache of schema 2.11 has them.
 const QStringList kNewsboatTables = {
@@ -82,8 +72,9 @@ bool newsboatFrom(const QString &demo, const QString &cache)
                     "Channel, CAST(strftime('%s', pubDate) AS INTEGER), 'Text of the item', 1 "
                     "FROM demo.News ORDER BY ID"_s);
     QFile urls(QFileInfo(cache).dir().filePath(u"urls"_s));
-    ok = ok && query.exec(u"SELECT c.ID, k.Name FROM demo.Channels c JOIN demo.Categories k ON "
-                          "k.ID = c.Category"_s) &&
+    ok = ok &&
+         query.exec(u"SELECT c.ID, k.Name FROM demo.Channels c JOIN demo.Categories k ON "
+                    "k.ID = c.Category"_s) &&
          urls.open(QIODevice::WriteOnly);
     while (ok && query.next())
         urls.write("https://feeds.example.org/" + query.value(0).toByteArray() + " \"" +
@@ -98,8 +89,8 @@ bool newsboatFrom(const QString &demo, const QString &cache)
 // The demo database and the cache made of it, made once.
 QString database(bool newsboat)
 {
-    const QString demo = folder() + u"/readers-demo-100k.db"_s;
-    const QString cacheDir = folder() + u"/readers-newsboat-100k"_s;
+    const QString demo = qrt::bench::dataFolder() + u"/readers-demo-100k.db"_s;
+    const QString cacheDir = qrt::bench::dataFolder() + u"/readers-newsboat-100k"_s;
     const QString cache = cacheDir + u"/cache.db"_s;
     if (!QFileInfo::exists(demo)) {
         std::fprintf(stderr, "creating %s\n", qPrintable(demo));
@@ -121,22 +112,6 @@ QString database(bool newsboat)
     return newsboat ? cache : demo;
 }
 
-// Until both pivot views have their rows (or two minutes have gone).
-void waitForPivotViews(QWidget *window)
-{
-    QObject *page = window->findChild<QObject *>(u"WebBrowser1"_s);
-    auto *chart = window->findChild<PivotChartSpace *>();
-    QEventLoop loop;
-    QTimer::singleShot(120000, &loop, &QEventLoop::quit);
-    QTimer poll;
-    QObject::connect(&poll, &QTimer::timeout, [&] {
-        if ((!page || !page->property("busy").toBool()) && (!chart || !chart->isLoading()))
-            loop.quit();
-    });
-    poll.start(2);
-    loop.exec();
-}
-
 void OpenWindow(benchmark::State &state)
 {
     const QString path = database(state.range(0) != 0);
@@ -150,7 +125,7 @@ void OpenWindow(benchmark::State &state)
         QPointer<QWidget> window = charts.ShowChartForm();
         window->show(); // the load runs here: the built-in chart is drawn at its end
         const double drawnMs = clock.nsecsElapsed() / 1e6;
-        waitForPivotViews(window);
+        qrt::bench::waitForPivotViews(window);
         const double pivotsMs = clock.nsecsElapsed() / 1e6;
         state.counters["drawn_ms"] = drawnMs;
         state.counters["pivots_ms"] = pivotsMs;

@@ -67,10 +67,9 @@ inline DayCounts chartCounts(const QString &connection, const QString &series)
 inline CellCounts pivotCounts(const QString &connection, const QString &rows,
                               const QString &columns)
 {
-    const StatsRun run =
-        runStats({QStringLiteral("pivot"), connection, QStringLiteral("--rows"), rows,
-                  QStringLiteral("--columns"), columns, QStringLiteral("--format"),
-                  QStringLiteral("json")});
+    const StatsRun run = runStats({QStringLiteral("pivot"), connection, QStringLiteral("--rows"),
+                                   rows, QStringLiteral("--columns"), columns,
+                                   QStringLiteral("--format"), QStringLiteral("json")});
     CellCounts counts;
     if (run.exitCode != 0) {
         qWarning() << run.err;

@@ -18,9 +18,9 @@
 #include <qrt/statCharts.h>
 
 #include <QPointer>
+#include <QStandardPaths>
 #include <QStyle>
 #include <QStyleOptionViewItem>
-#include <QStandardPaths>
 #include <QTest>
 #include <QTimeZone>
 
@@ -106,8 +106,8 @@ void tst_Newsboat::initTestCase()
     environment.insert(u"HOME"_s, m_dir.filePath(u"home"_s));
     newsboat.setProcessEnvironment(environment);
     m_fetchedFrom = QDateTime::currentDateTimeUtc();
-    newsboat.start(u"newsboat"_s, {u"-u"_s, m_dir.filePath(u"urls"_s), u"-c"_s, m_cache, u"-x"_s,
-                                   u"reload"_s});
+    newsboat.start(u"newsboat"_s,
+                   {u"-u"_s, m_dir.filePath(u"urls"_s), u"-c"_s, m_cache, u"-x"_s, u"reload"_s});
     QVERIFY(newsboat.waitForFinished(120000));
     m_fetchedTill = QDateTime::currentDateTimeUtc();
     QCOMPARE(newsboat.exitCode(), 0);
@@ -230,9 +230,8 @@ void tst_Newsboat::filterListsAndSecondOpening()
             unticked = list->cellText(2).trimmed();
             clickTick(panel->fgChannels, 2);
             QCOMPARE(list->cellChecked(2), int(TickListModel::Unticked));
-            QTest::mouseClick(
-                window->dsChart->Commands().GetToolButton(u"tbRedraw"_s)->widget(),
-                Qt::LeftButton);
+            QTest::mouseClick(window->dsChart->Commands().GetToolButton(u"tbRedraw"_s)->widget(),
+                              Qt::LeftButton);
         } else {
             for (int row = 1; row < list->Rows(); ++row)
                 QCOMPARE(list->cellChecked(row) == TickListModel::Unticked,

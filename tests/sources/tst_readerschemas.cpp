@@ -4,7 +4,7 @@
 // undated and the other user's items among them. The chart table, the
 // pivot grid and the undated notice must equal independent SQL counts over
 // the reader's own tables; a schema without a column it needs is refused
-// with its name.
+// with its name, and statements from outside run on the mapped tables.
 
 #include "ReaderRuns.h"
 #include "TestDatabases.h"
@@ -52,8 +52,8 @@ struct World
     QList<Feed> feeds = {
         {1, u"Alpha Daily"_s, u"https://www.alpha.example/"_s, u"https://www.alpha.example/rss"_s,
          1, 1},
-        {2, u"Beta 'Quoted' News"_s, u"https://beta.example/news"_s, u"https://beta.example/a.xml"_s,
-         2, 1},
+        {2, u"Beta 'Quoted' News"_s, u"https://beta.example/news"_s,
+         u"https://beta.example/a.xml"_s, 2, 1},
         {3, u"Beta Science"_s, u"https://beta.example/science"_s, u"https://beta.example/b.xml"_s,
          2, 1},
         {4, u"Gamma"_s, QString(), u"https://gamma.example/feed"_s, 0, 1},
@@ -67,8 +67,8 @@ struct World
         if (!uncategorized)
             feeds[3].category = 3;
         QRandomGenerator random(seed);
-        const qint64 start = QDateTime(QDate(2026, 3, 1), QTime(0, 0), QTimeZone::utc())
-                                 .toSecsSinceEpoch();
+        const qint64 start =
+            QDateTime(QDate(2026, 3, 1), QTime(0, 0), QTimeZone::utc()).toSecsSinceEpoch();
         for (int i = 1; i <= 600; ++i) {
             Item item{i, int(random.bounded(6)) + 1, start + random.bounded(20 * 86400), false};
             if (undated && random.bounded(100) < 6)
@@ -110,8 +110,10 @@ QStringList freshRssSchema(const QString &prefix, bool postgres)
         "title VARCHAR(8192) NOT NULL, author VARCHAR(1024), content TEXT, link VARCHAR(16383) NOT "
         "NULL, date BIGINT, \"lastSeen\" BIGINT DEFAULT 0, hash %2, is_read SMALLINT NOT NULL "
         "DEFAULT 0, is_favorite SMALLINT NOT NULL DEFAULT 0, id_feed INTEGER, tags VARCHAR(2048), "
-        "attributes TEXT, UNIQUE (id_feed, guid))"_s.arg(t, postgres ? u"BYTEA"_s : u"BINARY(16)"_s),
-        u"CREATE INDEX \"%1entry_feed_read_index\" ON %2entry\" (id_feed, is_read)"_s.arg(prefix, t),
+        "attributes TEXT, UNIQUE (id_feed, guid))"_s.arg(t,
+                                                         postgres ? u"BYTEA"_s : u"BINARY(16)"_s),
+        u"CREATE INDEX \"%1entry_feed_read_index\" ON %2entry\" (id_feed, is_read)"_s.arg(prefix,
+                                                                                          t),
         u"CREATE TABLE %1entrytmp\" (id BIGINT NOT NULL PRIMARY KEY, guid VARCHAR(767) NOT NULL, "
         "title VARCHAR(8192) NOT NULL, link VARCHAR(16383) NOT NULL, date BIGINT, id_feed "
         "INTEGER)"_s.arg(t),
@@ -178,12 +180,12 @@ QStringList minifluxRows(const World &world)
                    .arg(text(world.categories[c - 1]));
     for (const Feed &feed : world.feeds)
         sql << u"INSERT INTO feeds (id, user_id, category_id, title, feed_url, site_url) VALUES "
-               "(%1, %2, %3, %4, %5, %6)"_s.arg(QString::number(feed.id), QString::number(feed.user),
-                                                category(feed.category), text(feed.title),
-                                                text(feed.url), text(feed.site.isNull() ? u""_s
-                                                                                        : feed.site));
+               "(%1, %2, %3, %4, %5, %6)"_s.arg(
+                   QString::number(feed.id), QString::number(feed.user), category(feed.category),
+                   text(feed.title), text(feed.url), text(feed.site.isNull() ? u""_s : feed.site));
     for (const Item &item : world.items)
-        sql << u"INSERT INTO entries (id, user_id, feed_id, hash, published_at, title, url, status) "
+        sql << u"INSERT INTO entries (id, user_id, feed_id, hash, published_at, title, url, "
+               u"status) "
                "VALUES (%1, %2, %3, 'h%1', to_timestamp(%4), 'item', 'u', '%5')"_s.arg(item.id)
                    .arg(world.feeds[item.feed - 1].user)
                    .arg(item.feed)
@@ -234,10 +236,10 @@ QStringList ttrssRows(const World &world)
                    .arg(text(world.categories[c - 1]));
     for (const Feed &feed : world.feeds)
         sql << u"INSERT INTO ttrss_feeds (id, owner_uid, title, cat_id, feed_url, site_url) VALUES "
-               "(%1, %2, %3, %4, %5, %6)"_s.arg(QString::number(feed.id), QString::number(feed.user),
-                                                text(feed.title), category(feed.category),
-                                                text(feed.url), text(feed.site.isNull() ? u""_s
-                                                                                        : feed.site));
+               "(%1, %2, %3, %4, %5, %6)"_s.arg(QString::number(feed.id),
+                                                QString::number(feed.user), text(feed.title),
+                                                category(feed.category), text(feed.url),
+                                                text(feed.site.isNull() ? u""_s : feed.site));
     for (const Item &item : world.items)
         sql << u"INSERT INTO ttrss_entries (id, title, guid, link, updated, date_entered, "
                "date_updated) VALUES (%1, 'item', 'g%1', 'l', to_timestamp(%2) AT TIME ZONE 'UTC', "
@@ -290,8 +292,8 @@ QStringList lifereaRows(const World &world)
                "'%4')"_s.arg(feed.id)
                    .arg(feed.category)
                    .arg(text(feed.title), bin ? u"newsbin"_s : u"rss"_s)
-            << u"INSERT INTO subscription (node_id, source) VALUES ('feed%1', %2)"_s.arg(feed.id).arg(
-                   bin ? u"NULL"_s : text(feed.url));
+            << u"INSERT INTO subscription (node_id, source) VALUES ('feed%1', %2)"_s.arg(feed.id)
+                   .arg(bin ? u"NULL"_s : text(feed.url));
         if (!feed.site.isNull())
             sql << u"INSERT INTO subscription_metadata VALUES ('feed%1', 0, 'homepage', %2)"_s
                        .arg(feed.id)
@@ -315,7 +317,10 @@ class tst_ReaderSchemas : public QObject
 private Q_SLOTS:
     void countsEqualTheReadersOwn_data();
     void countsEqualTheReadersOwn();
-    void missingColumnIsNamed();
+    void refusals_data();
+    void refusals();
+    void statementsFromOutside_data();
+    void statementsFromOutside();
 
 private:
     QTemporaryDir m_dir;
@@ -379,7 +384,8 @@ void tst_ReaderSchemas::countsEqualTheReadersOwn_data()
         << u"SELECT n.title, %day(i.date), count(*) FROM items i JOIN node n ON n.node_id = "
            "i.node_id WHERE n.type = 'rss' AND i.comment = 0 AND i.date > 0 GROUP BY 1, 2"_s
         << u"SELECT coalesce(p.title, 'Uncategorized'), n.title, count(*) FROM items i JOIN node "
-           "n ON n.node_id = i.node_id LEFT JOIN node p ON p.node_id = n.parent_id WHERE n.type = 'rss' AND i.comment = 0 AND "
+           "n ON n.node_id = i.node_id LEFT JOIN node p ON p.node_id = n.parent_id WHERE n.type = "
+           "'rss' AND i.comment = 0 AND "
            "i.date > 0 GROUP BY 1, 2"_s
         << u"SELECT count(*) FROM items i JOIN node n ON n.node_id = i.node_id WHERE n.type = "
            "'rss' AND i.comment = 0 AND i.date = 0"_s;
@@ -396,17 +402,19 @@ void tst_ReaderSchemas::countsEqualTheReadersOwn()
     QFETCH(QString, undated);
     QString database;
     if (engine == u"postgres"_s) {
-        QRT_REQUIRE_POSTGRES(database, QString::fromLatin1(QTest::currentDataTag())
-                                           .remove(QRegularExpression(u"\\W"_s)));
+        QRT_REQUIRE_POSTGRES(
+            database,
+            QString::fromLatin1(QTest::currentDataTag()).remove(QRegularExpression(u"\\W"_s)));
         days.replace(u"%day("_s, u"to_char(to_timestamp("_s)
             .replace(u"%tday("_s, u"to_char(("_s)
             .replace(u"), count"_s, u") AT TIME ZONE '%1', 'YYYY-MM-DD'), count"_s.arg(
-                                     QString::fromLatin1(kZone)));
+                                        QString::fromLatin1(kZone)));
     } else {
         QVERIFY(m_dir.isValid());
         database = m_dir.filePath(QString::number(qHash(QTest::currentDataTag())) + u".db"_s);
-        days.replace(u"%day("_s, u"date("_s).replace(u"), count"_s, u", 'unixepoch', "
-                                                                    "'localtime'), count"_s);
+        days.replace(u"%day("_s, u"date("_s)
+            .replace(u"), count"_s, u", 'unixepoch', "
+                                    "'localtime'), count"_s);
     }
     QVERIFY(execAll(database, schema + rows));
 
@@ -433,22 +441,78 @@ void tst_ReaderSchemas::countsEqualTheReadersOwn()
     QCOMPARE(run.exitCode, 0);
     QCOMPARE(run.err.contains(" items without a date are left out"), undatedCount > 0);
     if (undatedCount > 0)
-        QVERIFY2(run.err.contains(QByteArray(QByteArray::number(undatedCount) + " items without a date")),
+        QVERIFY2(run.err.contains(
+                     QByteArray(QByteArray::number(undatedCount) + " items without a date")),
                  run.err.constData());
 }
 
-// A FreshRSS file of a version whose entries lack "date" is refused by name.
-void tst_ReaderSchemas::missingColumnIsNamed()
+// What cannot be read is refused with a reason that names it.
+void tst_ReaderSchemas::refusals_data()
 {
+    QTest::addColumn<QString>("options");
+    QTest::addColumn<QString>("column");
+    QTest::addColumn<QByteArray>("reason");
+    QTest::newRow("an older FreshRSS") << QString() << u"published"_s
+                                       << QByteArray("FreshRSS: this looks like its database, but "
+                                                     "its table entry has no column date");
+    QTest::newRow("a reader of another engine")
+        << u";Reader=Miniflux"_s << u"date"_s
+        << QByteArray("Miniflux does not keep its news in this kind of database");
+    QTest::newRow("an unknown reader")
+        << u";Reader=Feedly"_s << u"date"_s
+        << QByteArray("unknown reader \"feedly\": Reader= takes newsboat, liferea, freshrss, "
+                      "miniflux, ttrss");
+    QTest::newRow("an unknown zone") << u";TimeZone=Mars/Olympus"_s << u"date"_s
+                                     << QByteArray("unknown time zone \"Mars/Olympus\"");
+}
+
+void tst_ReaderSchemas::refusals()
+{
+    QFETCH(QString, options);
+    QFETCH(QString, column);
+    QFETCH(QByteArray, reason);
     QVERIFY(m_dir.isValid());
-    const QString database = m_dir.filePath(u"old-freshrss.db"_s);
+    const QString database = m_dir.filePath(column + u"-freshrss.db"_s);
     QStringList schema = freshRssSchema({}, false);
-    schema[2].replace(u"date BIGINT,"_s, u"published BIGINT,"_s);
-    QVERIFY(execAll(database, schema));
-    const StatsRun run = runStats({u"chart"_s, database, u"--period"_s, u"all"_s});
+    schema[2].replace(u"date BIGINT,"_s, column + u" BIGINT,"_s);
+    QVERIFY(QFile::exists(database) || execAll(database, schema));
+    const StatsRun run =
+        runStats({u"chart"_s, u"Provider=SQLite;Data Source="_s + database + options, u"--period"_s,
+                  u"all"_s});
     QCOMPARE(run.exitCode, 1);
-    QVERIFY2(run.err.contains("FreshRSS") && run.err.contains("entry has no column date"),
-             run.err.constData());
+    QVERIFY2(run.err.contains(reason), run.err.constData());
+}
+
+// Statements from outside (pivot --command) that bring their own WITH
+// list, comments or parentheses run on the mapped tables all the same.
+void tst_ReaderSchemas::statementsFromOutside_data()
+{
+    QTest::addColumn<QString>("statement");
+    QTest::addColumn<QString>("independent");
+    const QString items = u"SELECT count(*) FROM entry WHERE date > 0"_s;
+    QTest::newRow("own WITH") << u"WITH x AS (SELECT Channel FROM News) SELECT count(*) FROM x"_s
+                              << items;
+    QTest::newRow("comments, WITH RECURSIVE")
+        << u"-- three times\n/* each */ WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 "
+           "FROM n WHERE i < 3) SELECT count(*) FROM n, Channels"_s
+        << u"SELECT 3 * count(*) FROM feed"_s;
+    QTest::newRow("in parentheses") << u"(SELECT count(*) FROM News);"_s << items;
+}
+
+void tst_ReaderSchemas::statementsFromOutside()
+{
+    QFETCH(QString, statement);
+    QFETCH(QString, independent);
+    QVERIFY(m_dir.isValid());
+    const QString database = m_dir.filePath(u"outside-freshrss.db"_s);
+    const World world(33, true, false);
+    QVERIFY(QFile::exists(database) ||
+            execAll(database, freshRssSchema({}, false) + freshRssRows(world, {}, 1)));
+    qrt::db::Connection writer;
+    QVERIFY(writer.Open(database, qrt::db::Connection::Access::ReadWrite));
+    QSqlQuery query(writer.database());
+    QVERIFY(query.exec(independent) && query.next());
+    QCOMPARE(firstColumn(database, statement), QStringList{query.value(0).toString()});
 }
 
 QTEST_GUILESS_MAIN(tst_ReaderSchemas)

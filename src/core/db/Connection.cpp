@@ -9,6 +9,7 @@
 #include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QUrl>
 
 #include <libpq-fe.h>
 #include <sqlite3.h>
@@ -144,6 +145,22 @@ bool Connection::openSqlite(const ConnectionString &cs, Access access)
     if (!finishOpen())
         return false;
     m_sqlite = *static_cast<sqlite3 *const *>(m_db.driver()->handle().constData());
+    if (access == Access::ReadOnly &&
+        !QSqlQuery(u"SELECT 1 FROM sqlite_master"_s, m_db).isActive() &&
+        sqlite3_errcode(m_sqlite) == SQLITE_CANTOPEN) {
+        // In WAL mode, with its reader not running, in a folder we may not
+        // write: a read-only connection cannot make the -shm file it needs.
+        // Nobody writes the file then, so it is read as it stands.
+        m_db.close();
+        QUrl uri = QUrl::fromLocalFile(QFileInfo(cs.database).absoluteFilePath());
+        uri.setQuery(u"immutable=1"_s);
+        m_db.setDatabaseName(uri.toString(QUrl::FullyEncoded));
+        m_db.setConnectOptions(
+            u"QSQLITE_OPEN_READONLY;QSQLITE_OPEN_URI;QSQLITE_BUSY_TIMEOUT=5000"_s);
+        if (!finishOpen())
+            return false;
+        m_sqlite = *static_cast<sqlite3 *const *>(m_db.driver()->handle().constData());
+    }
     SqliteFunctions::install(m_sqlite);
     if (access == Access::ReadOnly) { // also refuses writes to ATTACHed files
         QSqlQuery(u"PRAGMA query_only = 1"_s, m_db);

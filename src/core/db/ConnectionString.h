@@ -22,8 +22,8 @@ struct ConnectionString
     int port = -1;
     QString user;
     QString password;
-    QString odbc;  // the whole string, for the ODBC driver
-    QString error; // why the string names no usable connection
+    QString odbc;       // the whole string, for the ODBC driver
+    QString error;      // why the string names no usable connection
     QString reader;     // lower case; empty: found from the tables
     QString readerUser; // the reader's user, not the login
     QString urls;       // Newsboat's urls file

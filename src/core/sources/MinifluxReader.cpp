@@ -23,9 +23,9 @@ bool MinifluxReader::runsOn(db::Engine engine) const
 
 bool MinifluxReader::prepare(SourceContext &context, QString *error) const
 {
-    return chooseUser(context,
-                      u"SELECT id, username FROM "_s + context.table(u"users"_s) + u" ORDER BY id"_s,
-                      error);
+    return chooseUser(
+        context, u"SELECT id, username FROM "_s + context.table(u"users"_s) + u" ORDER BY id"_s,
+        error);
 }
 
 std::vector<TableNeed> MinifluxReader::needs() const
@@ -42,8 +42,7 @@ QString MinifluxReader::feedsStatement(const SourceContext &context) const
 {
     return u"SELECT f.id, f.id, f.title, f.site_url, f.feed_url, c.id, c.title FROM "_s +
            context.table(u"feeds"_s) + u" AS f LEFT JOIN "_s + context.table(u"categories"_s) +
-           u" AS c ON c.id = f.category_id WHERE f.user_id = "_s +
-           QString::number(context.userId);
+           u" AS c ON c.id = f.category_id WHERE f.user_id = "_s + QString::number(context.userId);
 }
 
 ItemSource MinifluxReader::items(const SourceContext &context) const

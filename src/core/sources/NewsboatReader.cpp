@@ -37,8 +37,7 @@ QString NewsboatReader::feedsStatement(const SourceContext &context) const
 void NewsboatReader::completeFeeds(std::vector<FeedRow> &feeds, SourceContext &context,
                                    QStringList *notices) const
 {
-    const QString path =
-        NewsboatUrls::locate(context.options.urls, context.db.databaseName());
+    const QString path = NewsboatUrls::locate(context.options.urls, context.options.database);
     const NewsboatUrls urls = NewsboatUrls::read(path);
     if (!urls.isRead()) {
         *notices << (context.options.urls.isEmpty()

@@ -34,9 +34,10 @@ int Reader::pickUser(const QStringList &names, const QString &wanted, QString *e
     }
     if (names.size() == 1)
         return 0;
-    *error = names.isEmpty() ? u"the database holds no user"_s
-                             : u"the database holds the users %1: choose one with User="_s.arg(
-                                   names.join(u", "_s));
+    *error =
+        names.isEmpty()
+            ? u"the database holds no user"_s
+            : u"the database holds the users %1: choose one with User="_s.arg(names.join(u", "_s));
     return -1;
 }
 

@@ -61,8 +61,7 @@ protected:
     // The one of names that User= names, or the only one; -1 with *error.
     static int pickUser(const QStringList &names, const QString &wanted, QString *error);
     // Sets the context's user from a statement of (ID, name) rows.
-    static bool chooseUser(SourceContext &context, const QString &usersStatement,
-                           QString *error);
+    static bool chooseUser(SourceContext &context, const QString &usersStatement, QString *error);
 };
 
 } // namespace qrt::sources

@@ -3,12 +3,16 @@
 #include "db/DbLog.h"
 #include "sources/Readers.h"
 #include "sources/SourceContext.h"
+#include "sources/SqliteTables.h"
 #include "sources/StableIds.h"
 
 #include <QRegularExpression>
+#include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QUrl>
+
+#include <sqlite3.h>
 
 #include <algorithm>
 
@@ -20,6 +24,11 @@ namespace {
 
 const QString kNoCategory = u"Uncategorized"_s;
 const QString kNoHost = u"(local)"_s;
+
+sqlite3 *sqliteHandle(const QSqlDatabase &db)
+{
+    return *static_cast<sqlite3 *const *>(db.driver()->handle().constData());
+}
 
 bool isOurSchema(const Catalog &catalog)
 {
@@ -89,22 +98,12 @@ QString hostOf(const FeedRow &feed)
     return kNoHost;
 }
 
-// The rows of a VALUES list, or a select of no rows with as many columns.
-QString values(const QStringList &rows, int columns)
-{
-    if (!rows.isEmpty())
-        return u"VALUES "_s + rows.join(u", "_s);
-    QStringList nothing(columns, u"NULL"_s);
-    nothing[0] = u"0"_s;
-    return u"SELECT "_s + nothing.join(u", "_s) + u" WHERE 1 = 0"_s;
-}
-
 struct Tables
 {
-    QStringList providers;
-    QStringList categories;
-    QStringList channels;
-    QStringList keys;
+    SqliteTables::Rows providers;  // ID, Provider
+    SqliteTables::Rows categories; // ID, Name
+    SqliteTables::Rows channels;   // ID, Channel, Provider, Category
+    SqliteTables::Rows feeds;      // feed_key, channel_id
 };
 
 Tables tablesOf(std::vector<FeedRow> feeds)
@@ -145,43 +144,83 @@ Tables tablesOf(std::vector<FeedRow> feeds)
             feed.categoryId > 0 ? feed.categoryId : categoryIds.id(feed.category);
         if (!providers.contains(provider)) {
             providers.insert(provider);
-            tables.providers << u"(%1, %2)"_s.arg(QString::number(provider),
-                                                   SourceContext::literal(host));
+            tables.providers.push_back({provider, host});
         }
         if (!categories.contains(category)) {
             categories.insert(category);
-            tables.categories << u"(%1, %2)"_s.arg(QString::number(category),
-                                                   SourceContext::literal(feed.category));
+            tables.categories.push_back({category, feed.category});
         }
-        tables.channels << u"(%1, %2, %3, %4)"_s.arg(QString::number(channel),
-                                                     SourceContext::literal(feed.title),
-                                                     QString::number(provider),
-                                                     QString::number(category));
-        tables.keys << u"(%1, %2)"_s.arg(SourceContext::literal(feed.key), QString::number(channel));
+        tables.channels.push_back({channel, feed.title, provider, category});
+        tables.feeds.push_back({feed.key, channel});
     }
     return tables;
 }
 
+// The rows as a VALUES list, or a select of no rows with as many columns.
+QString values(const SqliteTables::Rows &rows, int columns)
+{
+    QStringList texts;
+    for (const QVariantList &row : rows) {
+        QStringList cells;
+        for (const QVariant &cell : row)
+            cells << (cell.typeId() == QMetaType::LongLong
+                          ? QString::number(cell.toLongLong())
+                          : SourceContext::literal(cell.toString()));
+        texts << u'(' + cells.join(u", "_s) + u')';
+    }
+    if (!texts.isEmpty())
+        return u"VALUES "_s + texts.join(u", "_s);
+    QStringList nothing(columns, u"NULL"_s);
+    nothing[0] = u"0"_s;
+    return u"SELECT "_s + nothing.join(u", "_s) + u" WHERE 1 = 0"_s;
+}
+
+// On SQLite the small tables are virtual tables of the connection; on
+// PostgreSQL, whose planner hashes a VALUES list, they are written out.
+QString smallTables(Tables tables, const SourceContext &context)
+{
+    struct Small
+    {
+        QString name;
+        QStringList columns;
+        SqliteTables::Rows *rows;
+    };
+    const std::vector<Small> all = {
+        {u"Providers"_s, {u"ID"_s, u"Provider"_s}, &tables.providers},
+        {u"Categories"_s, {u"ID"_s, u"Name"_s}, &tables.categories},
+        {u"Channels"_s, {u"ID"_s, u"Channel"_s, u"Provider"_s, u"Category"_s}, &tables.channels},
+        {u"qrt_feeds"_s, {u"feed_key"_s, u"channel_id"_s}, &tables.feeds},
+    };
+    QStringList ctes;
+    for (const Small &small : all) {
+        const QString head = small.name + u'(' + small.columns.join(u", "_s) + u") AS ("_s;
+        if (context.engine != db::Engine::SQLite) {
+            ctes << head + values(*small.rows, int(small.columns.size())) + u')';
+            continue;
+        }
+        const QString table = u"qrt_mapped_"_s + small.name.toLower().remove(u"qrt_"_s);
+        SqliteTables::install(sqliteHandle(context.db), table, small.columns,
+                              std::move(*small.rows));
+        ctes << head + u"SELECT * FROM "_s + table + u')';
+    }
+    return ctes.join(u", "_s);
+}
+
 QString prefixOf(const Tables &tables, const ItemSource &items, const SourceContext &context)
 {
-    // Joined, not formatted: the lists hold the reader's texts, which may hold "%1".
+    // Joined, not formatted: the tables hold the reader's texts, which may hold "%1".
     const QString date = context.time.expression(items.date, items.dateKind, context.engine);
-    return u"Providers(ID, Provider) AS ("_s + values(tables.providers, 2) +
-           u"), Categories(ID, Name) AS ("_s + values(tables.categories, 2) +
-           u"), Channels(ID, Channel, Provider, Category) AS ("_s + values(tables.channels, 4) +
-           u"), qrt_feeds(feed_key, channel_id) AS ("_s + values(tables.keys, 2) +
-           u"), News(ID, pubDate, Channel, Title) AS (SELECT "_s + items.id + u", "_s + date +
-           u", "_s + items.channel + u", "_s + items.title + u" FROM "_s + items.from +
-           u" WHERE ("_s + items.where + u") AND "_s +
+    return smallTables(tables, context) + u", News(ID, pubDate, Channel, Title) AS (SELECT "_s +
+           items.id + u", "_s + date + u", "_s + items.channel + u", "_s + items.title +
+           u" FROM "_s + items.from + u" WHERE ("_s + items.where + u") AND "_s +
            LocalTime::dated(items.date, items.dateKind) + u')';
 }
 
 qint64 undatedCount(const ItemSource &items, const QString &prefix, const SourceContext &context)
 {
-    const QVariant count =
-        context.scalar(u"WITH "_s + prefix + u" SELECT count(*) FROM "_s + items.from +
-                       u" WHERE ("_s + items.where + u") AND NOT "_s +
-                       LocalTime::dated(items.date, items.dateKind));
+    const QVariant count = context.scalar(
+        u"WITH "_s + prefix + u" SELECT count(*) FROM "_s + items.from + u" WHERE ("_s +
+        items.where + u") AND NOT "_s + LocalTime::dated(items.date, items.dateKind));
     return count.toLongLong();
 }
 
@@ -213,13 +252,13 @@ SourceView SourceView::open(const QSqlDatabase &db, db::Engine engine,
     if (!options.reader.isEmpty()) {
         reader = Readers::byName(options.reader);
         if (!reader) {
-            view.m_error = u"unknown reader \"%1\": Reader= takes %2"_s.arg(options.reader,
-                                                                           Readers::names());
+            view.m_error =
+                u"unknown reader \"%1\": Reader= takes %2"_s.arg(options.reader, Readers::names());
             return view;
         }
         if (!reader->runsOn(engine)) {
-            view.m_error = u"%1 does not keep its news in this kind of database"_s.arg(
-                reader->title());
+            view.m_error =
+                u"%1 does not keep its news in this kind of database"_s.arg(reader->title());
             return view;
         }
     } else if (!isOurSchema(context.catalog)) {

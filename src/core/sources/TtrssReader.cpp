@@ -23,10 +23,9 @@ bool TtrssReader::runsOn(db::Engine engine) const
 
 bool TtrssReader::prepare(SourceContext &context, QString *error) const
 {
-    return chooseUser(context,
-                      u"SELECT id, login FROM "_s + context.table(u"ttrss_users"_s) +
-                          u" ORDER BY id"_s,
-                      error);
+    return chooseUser(
+        context, u"SELECT id, login FROM "_s + context.table(u"ttrss_users"_s) + u" ORDER BY id"_s,
+        error);
 }
 
 std::vector<TableNeed> TtrssReader::needs() const
