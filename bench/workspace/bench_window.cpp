@@ -13,6 +13,7 @@
 // memory figures free of the other run's heap, run each alone
 // (--benchmark_filter=chart:0, then chart:1).
 
+#include "BenchWindow.h"
 #include "pivotviews/PivotChartSpace.h"
 
 #include <qrt/statCharts.h>
@@ -70,22 +71,6 @@ qint64 procStatus(const char *key)
     return 0;
 }
 
-// Until both pivot views have their data (or two minutes have gone).
-void waitForPivotViews(QWidget *window)
-{
-    QObject *page = window->findChild<QObject *>(u"WebBrowser1"_s);
-    auto *chart = window->findChild<PivotChartSpace *>();
-    QEventLoop loop;
-    QTimer::singleShot(120000, &loop, &QEventLoop::quit);
-    QTimer poll;
-    QObject::connect(&poll, &QTimer::timeout, [&] {
-        if ((!page || !page->property("busy").toBool()) && (!chart || !chart->isLoading()))
-            loop.quit();
-    });
-    poll.start(5);
-    loop.exec();
-}
-
 void OpenWindow(benchmark::State &state)
 {
     const QString path = database(state.range(0));
@@ -120,7 +105,7 @@ void OpenWindow(benchmark::State &state)
         QTimer::singleShot(0, [&] { answersMs = clock.nsecsElapsed() / 1e6; });
 
         QObject *page = window->findChild<QObject *>(u"WebBrowser1"_s);
-        waitForPivotViews(window);
+        qrt::bench::waitForPivotViews(window);
         const double tableMs = clock.nsecsElapsed() / 1e6;
         ticker.stop();
         state.counters["drawn_ms"] = drawnMs;

@@ -1,6 +1,7 @@
 #include "db/Connection.h"
 
 #include "db/DbLog.h"
+#include "db/Dialect.h"
 #include "db/Recordset.h"
 #include "db/SqliteFunctions.h"
 
@@ -8,6 +9,7 @@
 #include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QUrl>
 
 #include <libpq-fe.h>
 #include <sqlite3.h>
@@ -76,6 +78,7 @@ bool Connection::Open(const QString &connectionString, Access access, int statem
 {
     Close();
     m_lastError.clear();
+    m_source = {};
     m_access = access;
     const ConnectionString cs = ConnectionString::parse(connectionString);
     bool ok = false;
@@ -108,6 +111,27 @@ bool Connection::finishOpen()
     return false;
 }
 
+// A reader of a feed reader's database sees it through the mapping; one
+// that the mapping does not fit is refused with the reason. Writers (the
+// demo data, tests) see the tables as they are.
+bool Connection::lookAtSource(const ConnectionString &cs)
+{
+    if (m_access != Access::ReadOnly)
+        return true;
+    m_source = sources::SourceView::open(m_db, cs.engine, cs);
+    if (m_source.error().isEmpty())
+        return true;
+    setLastError(u"cannot read the database: "_s + m_source.error());
+    return false;
+}
+
+QString Connection::statementText(const QString &statement) const
+{
+    QString sql = m_source.apply(Dialect::translate(statement, m_engine));
+    qCDebug(lcDb).noquote() << sql;
+    return sql;
+}
+
 bool Connection::openSqlite(const ConnectionString &cs, Access access)
 {
     if (access == Access::ReadOnly && !QFileInfo(cs.database).isFile()) {
@@ -121,9 +145,28 @@ bool Connection::openSqlite(const ConnectionString &cs, Access access)
     if (!finishOpen())
         return false;
     m_sqlite = *static_cast<sqlite3 *const *>(m_db.driver()->handle().constData());
+    if (access == Access::ReadOnly &&
+        !QSqlQuery(u"SELECT 1 FROM sqlite_master"_s, m_db).isActive() &&
+        sqlite3_errcode(m_sqlite) == SQLITE_CANTOPEN) {
+        // In WAL mode, with its reader not running, in a folder we may not
+        // write: a read-only connection cannot make the -shm file it needs.
+        // Nobody writes the file then, so it is read as it stands.
+        m_db.close();
+        QUrl uri = QUrl::fromLocalFile(QFileInfo(cs.database).absoluteFilePath());
+        uri.setQuery(u"immutable=1"_s);
+        m_db.setDatabaseName(uri.toString(QUrl::FullyEncoded));
+        m_db.setConnectOptions(
+            u"QSQLITE_OPEN_READONLY;QSQLITE_OPEN_URI;QSQLITE_BUSY_TIMEOUT=5000"_s);
+        if (!finishOpen())
+            return false;
+        m_sqlite = *static_cast<sqlite3 *const *>(m_db.driver()->handle().constData());
+    }
     SqliteFunctions::install(m_sqlite);
     if (access == Access::ReadOnly) { // also refuses writes to ATTACHed files
         QSqlQuery(u"PRAGMA query_only = 1"_s, m_db);
+        // The catalogue reads pragma_table_info, before the fence goes up.
+        if (!lookAtSource(cs))
+            return false;
         SqliteFunctions::denyOutsideReach(m_sqlite);
     }
     return true;
@@ -152,7 +195,7 @@ bool Connection::openPostgres(const ConnectionString &cs, Access access,
         return false;
     if (access == Access::ReadOnly)
         QSqlQuery(u"SET SESSION CHARACTERISTICS AS TRANSACTION READ ONLY"_s, m_db);
-    return true;
+    return lookAtSource(cs);
 }
 
 std::function<void()> Connection::interrupter() const
