@@ -180,7 +180,9 @@ namespace OpenCommand {
 int run(const QStringList &arguments)
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription(u"Statistic charts over a news database."_s);
+    parser.setApplicationDescription(
+        u"Statistic charts over a news database.\n"
+        "Commands, each with its own --help: chart, pivot, settings, demo-db, import."_s);
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addPositionalArgument(
