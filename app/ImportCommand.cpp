@@ -61,6 +61,22 @@ bool readNumber(const QCommandLineParser &parser, const QString &name, double lo
     return false;
 }
 
+bool readLimits(const QCommandLineParser &parser, qrt::importer::FeedFetcher::Limits *limits,
+                double *every)
+{
+    double timeout = limits->timeoutMs / 1000.0, parallel = limits->parallel,
+           maxSize = double(limits->maxBytes) / (1024 * 1024);
+    if (!readNumber(parser, u"every"_s, 0.001, 525600, every) ||
+        !readNumber(parser, u"timeout"_s, 0.1, 3600, &timeout) ||
+        !readNumber(parser, u"max-size"_s, 0.001, 4096, &maxSize) ||
+        !readNumber(parser, u"parallel"_s, 1, 64, &parallel))
+        return false;
+    limits->timeoutMs = int(timeout * 1000);
+    limits->maxBytes = qint64(maxSize * 1024 * 1024);
+    limits->parallel = int(parallel);
+    return true;
+}
+
 void wait(double minutes)
 {
     QEventLoop loop;
@@ -101,16 +117,9 @@ int run(const QStringList &arguments)
         return 2;
     }
     qrt::importer::FeedFetcher::Limits limits;
-    double every = 0, timeout = limits.timeoutMs / 1000.0,
-           maxSize = double(limits.maxBytes) / (1024 * 1024), parallel = limits.parallel;
-    if (!readNumber(parser, u"every"_s, 0.001, 525600, &every) ||
-        !readNumber(parser, u"timeout"_s, 0.1, 3600, &timeout) ||
-        !readNumber(parser, u"max-size"_s, 0.001, 4096, &maxSize) ||
-        !readNumber(parser, u"parallel"_s, 1, 64, &parallel))
+    double every = 0;
+    if (!readLimits(parser, &limits, &every))
         return 2;
-    limits.timeoutMs = int(timeout * 1000);
-    limits.maxBytes = qint64(maxSize * 1024 * 1024);
-    limits.parallel = int(parallel);
 
     const QString target = parser.value(u"into"_s);
     // A server's connection string may hold a password: name only files.
