@@ -84,7 +84,7 @@ void FeedImport::add(const Job &job)
     const QString address = job.url.toString();
     if (m_seen.contains(address)) // listed twice, or in two lists
         return;
-    m_seen << address;
+    m_seen.insert(address);
     const int id = int(m_jobs.size());
     m_jobs << job;
     ++m_pending;

@@ -8,6 +8,7 @@
 #include "importer/FeedFetcher.h"
 
 #include <QDateTime>
+#include <QSet>
 #include <QStringList>
 
 #include <functional>
@@ -58,7 +59,7 @@ private:
     ArchiveWriter &m_archive;
     FeedFetcher::Limits m_limits;
     QList<Job> m_jobs;
-    QStringList m_seen;
+    QSet<QString> m_seen;
     int m_pending = 0;
     QDateTime m_firstSeen;
     Summary m_summary;

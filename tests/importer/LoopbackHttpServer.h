@@ -73,22 +73,6 @@ private:
         return {};
     }
 
-    static QByteArray reason(int status)
-    {
-        switch (status) {
-        case 200:
-            return "OK";
-        case 301:
-            return "Moved Permanently";
-        case 304:
-            return "Not Modified";
-        case 404:
-            return "Not Found";
-        default:
-            return "Other";
-        }
-    }
-
     void answer(QTcpSocket *socket, const QByteArray &head)
     {
         const QByteArray path = head.split(' ').value(1);
@@ -100,8 +84,8 @@ private:
             (!route.etag.isEmpty() && ifNoneMatch == route.etag) ||
             (!route.lastModified.isEmpty() && ifModifiedSince == route.lastModified);
         const int status = unchanged ? 304 : route.status;
-        QByteArray response =
-            "HTTP/1.1 " + QByteArray::number(status) + ' ' + reason(status) + "\r\n";
+        const QByteArray reason = status == 404 ? "Not Found" : "Other";
+        QByteArray response = "HTTP/1.1 " + QByteArray::number(status) + ' ' + reason + "\r\n";
         const QByteArray body = unchanged ? QByteArray() : route.body;
         if (!route.etag.isEmpty())
             response += "ETag: " + route.etag + "\r\n";

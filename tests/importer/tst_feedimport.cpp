@@ -9,9 +9,11 @@
 #include "LoopbackHttpServer.h"
 #include "RandomFeeds.h"
 #include "TestDatabases.h"
+#include "demodata/DemoDatabase.h"
 #include "importer/ArchiveWriter.h"
 #include "importer/FeedImport.h"
 
+#include <QCryptographicHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -90,6 +92,7 @@ private Q_SLOTS:
     void killedMidImport();
     void commandAndChart();
     void importEvery();
+    void onlyOwnSchema();
 
 private:
     QString archiveFor(bool postgres, const QString &name);
@@ -323,6 +326,42 @@ void tst_FeedImport::importEvery()
     process.kill();
     process.waitForFinished();
     QCOMPARE(archiveCounts(archive), qrt::test::expectedDayCounts(feeds, QDate::currentDate()));
+}
+
+// A feed reader's database is refused and stays as it was, byte for byte;
+// the demo database, of this program's schema, takes the feeds beside its
+// own news.
+void tst_FeedImport::onlyOwnSchema()
+{
+    const QString reader = m_dir.filePath(u"reader.db"_s);
+    QVERIFY(qrt::test::execAll(reader, {u"CREATE TABLE rss_item (id integer, title text)"_s,
+                                        u"INSERT INTO rss_item VALUES (1, 'kept')"_s}));
+    const auto hash = [&reader] {
+        QFile file(reader);
+        return file.open(QIODevice::ReadOnly)
+                   ? QCryptographicHash::hash(file.readAll(), QCryptographicHash::Sha256)
+                   : QByteArray();
+    };
+    const QByteArray before = hash();
+    QString error;
+    QVERIFY(!ArchiveWriter().open(reader, &error));
+    QVERIFY2(error.contains(u"not a news archive"_s), qPrintable(error));
+    QCOMPARE(hash(), before);
+    QVERIFY(!QFile::exists(reader + u"-wal"_s));
+
+    const QString demo = m_dir.filePath(u"demo.db"_s);
+    QVERIFY(qrt::db::DemoDatabase::create(demo, {.items = 500}, &error));
+    const auto feeds = qrt::test::randomFeeds(61, {.feeds = 2});
+    QVERIFY(qrt::test::writeFeeds(m_dir.filePath(u"own"_s), feeds));
+    const FeedImport::Summary summary =
+        import({m_dir.filePath(u"own/feed-01.xml"_s), m_dir.filePath(u"own/feed-02.xml"_s)}, demo);
+    QCOMPARE(summary.newItems, qrt::test::itemCount(feeds));
+    QCOMPARE(qrt::test::firstColumn(demo, u"SELECT count(*) FROM News"_s).value(0).toInt(),
+             500 + qrt::test::itemCount(feeds));
+    const Counts counts = archiveCounts(demo);
+    const Counts expected = qrt::test::expectedDayCounts(feeds, QDate::currentDate());
+    for (auto it = expected.cbegin(); it != expected.cend(); ++it)
+        QCOMPARE(counts.value(it.key()), it.value());
 }
 
 QTEST_GUILESS_MAIN(tst_FeedImport)
