@@ -184,7 +184,8 @@ int run(const QStringList &arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        u"Statistic charts over a news database.\n\n"
+        u"Statistic charts over a news database.\n"
+        "Commands, each with its own --help: chart, pivot, settings, demo-db, import.\n\n"
         "Feed readers' own databases open read-only, found by their tables: Newsboat\n"
         "(cache.db), Liferea (liferea.db), FreshRSS (SQLite or PostgreSQL), Miniflux and\n"
         "Tiny Tiny RSS (PostgreSQL). Keys of a connection string for them (query items\n"

@@ -140,7 +140,7 @@ inline TitleText title(QRandomGenerator &random, const QString &plain)
     static const Piece pieces[] = {
         {u"Tom &amp; Jerry", u"Tom & Jerry"},
         {u"Caf&amp;eacute; prices", u"Café prices"},
-        {u"&lt;Breaking&gt;", u"<Breaking>"},
+        {u"&amp;lt;Breaking&amp;gt;", u"<Breaking>"},
         {u"It&amp;#8217;s here", u"It’s here"},
         {u"&quot;Quoted&quot; words", u"\"Quoted\" words"},
         {u"Wait&amp;hellip; what", u"Wait… what"},

@@ -2,6 +2,7 @@
 
 #include "db/Connection.h"
 #include "demodata/DemoGenerator.h"
+#include "demodata/NewsSchema.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -18,26 +19,6 @@ namespace {
 
 constexpr qint64 kProgressStep = 1 << 16;
 constexpr int kPostgresBatch = 2000;
-
-const char *const kSqliteSchema = R"(
-CREATE TABLE Categories (ID INTEGER PRIMARY KEY, Name TEXT NOT NULL);
-CREATE TABLE Providers (ID INTEGER PRIMARY KEY, Provider TEXT NOT NULL);
-CREATE TABLE Channels (ID INTEGER PRIMARY KEY, Channel TEXT NOT NULL,
-    Provider INTEGER NOT NULL REFERENCES Providers(ID),
-    Category INTEGER NOT NULL REFERENCES Categories(ID));
-CREATE TABLE News (ID INTEGER PRIMARY KEY, pubDate TEXT NOT NULL,
-    Channel INTEGER NOT NULL REFERENCES Channels(ID), Title TEXT);
-)";
-
-const QStringList kPostgresSchema = {
-    u"CREATE TABLE Categories (ID integer PRIMARY KEY, Name text NOT NULL)"_s,
-    u"CREATE TABLE Providers (ID integer PRIMARY KEY, Provider text NOT NULL)"_s,
-    u"CREATE TABLE Channels (ID integer PRIMARY KEY, Channel text NOT NULL, "
-    "Provider integer NOT NULL REFERENCES Providers(ID), "
-    "Category integer NOT NULL REFERENCES Categories(ID))"_s,
-    u"CREATE TABLE News (ID bigint PRIMARY KEY, pubDate timestamp NOT NULL, "
-    "Channel integer NOT NULL REFERENCES Channels(ID), Title text)"_s,
-};
 
 bool report(const DemoDatabase::Progress &progress, qint64 done, qint64 total)
 {
@@ -70,7 +51,7 @@ public:
                             SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) != SQLITE_OK)
             return fail(error);
         if (!exec("PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF; PRAGMA page_size=8192;") ||
-            !exec(kSqliteSchema) || !exec("BEGIN") || !writeCatalogue(gen))
+            !createTables() || !exec("BEGIN") || !writeCatalogue(gen))
             return fail(error);
         sqlite3_stmt *news = prepare("INSERT INTO News VALUES (?,?,?,?)");
         if (!news)
@@ -118,6 +99,13 @@ private:
     bool exec(const char *sql)
     {
         return sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+    }
+    bool createTables()
+    {
+        for (const QString &statement : newsSchema(Engine::SQLite))
+            if (!exec(statement.toUtf8().constData()))
+                return false;
+        return true;
     }
     sqlite3_stmt *prepare(const char *sql)
     {
@@ -184,7 +172,7 @@ public:
             return fail(error, m_db.lastError().text());
         if (replace && !exec(u"DROP TABLE IF EXISTS News, Channels, Providers, Categories"_s))
             return fail(error, m_lastError);
-        for (const QString &statement : kPostgresSchema)
+        for (const QString &statement : newsSchema(Engine::PostgreSQL))
             if (!exec(statement))
                 return fail(error, m_lastError);
         if (!writeCatalogue(gen))
