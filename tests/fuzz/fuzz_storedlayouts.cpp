@@ -93,9 +93,9 @@ void runTablePage()
     PivotView view(qrt::fuzz::smallPivotData());
     const QString page = PivotPage::BuildPivotPage(settings(), u"news.db"_s,
                                                    PivotPage::GetAdditionalScriptFunctions());
-    qrt::fuzz::check(std::all_of(page.begin(), page.end(),
-                                 [](QChar c) { return c.unicode() <= 0xFF; }),
-                     "the page is single-byte text");
+    qrt::fuzz::check(
+        std::all_of(page.begin(), page.end(), [](QChar c) { return c.unicode() <= 0xFF; }),
+        "the page is single-byte text");
     qrt::script::ScriptInterpreter parser;
     qrt::fuzz::check(parser.load(qrt::script::ScriptPage::fromHtml(page)).isCompleted(),
                      "no stored value breaks the page's script");

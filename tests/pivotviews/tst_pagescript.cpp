@@ -289,9 +289,9 @@ void tst_PageScript::hostileTexts()
 void tst_PageScript::literalsGiveTheTextBack()
 {
     QRandomGenerator random(qrt::test::testSeed());
-    const QStringList pieces = {u"\""_s,      u"\r\n"_s, u"\n"_s, u"\r"_s, u"</script>"_s,
-                                u"Журнал"_s,   u"é"_s,    u"\t"_s, u"&"_s,  QString(QChar(0)),
-                                u"Ace \"Daily\" News"_s, u" "_s};
+    const QStringList pieces = {
+        u"\""_s, u"\r\n"_s, u"\n"_s, u"\r"_s,           u"</script>"_s,          u"Журнал"_s,
+        u"é"_s,  u"\t"_s,   u"&"_s,  QString(QChar(0)), u"Ace \"Daily\" News"_s, u" "_s};
     for (int i = 0; i < 300; ++i) {
         QString text;
         for (int n = random.bounded(8); n > 0; --n) {

@@ -197,7 +197,8 @@ void tst_PivotGridModel::valuesEqualSql()
         outerKeys << g.rows.value(0);
     for (int r = 0; r < model.rowCount(); ++r) {
         const PivotResult::Line rowLine = model.line(Qt::Vertical, r);
-        const QString first = text.value(model.headerLevels(Qt::Horizontal) + r).section(u'\t', 0, 0);
+        const QString first =
+            text.value(model.headerLevels(Qt::Horizontal) + r).section(u'\t', 0, 0);
         if (rowLine.kind == PivotResult::LineKind::GrandTotal)
             continue;
         QCOMPARE(QString(first).remove(u" Total"_s).replace(u" \u203A "_s, u"/"_s),

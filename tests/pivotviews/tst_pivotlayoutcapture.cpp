@@ -74,10 +74,10 @@ void tst_PivotLayoutCapture::initTestCase()
     m_home.clear();
     const QString path = m_dir.filePath(u"small.db"_s);
     QVERIFY(qrt::test::makeSmallNewsDb(path));
-    QVERIFY(qrt::test::execAll(
-        path, {u"INSERT INTO Providers VALUES (4, 'Smith, Jones (UK)')"_s,
-               u"INSERT INTO Channels VALUES (4, 'Four', 4, 3)"_s,
-               u"INSERT INTO News VALUES (7, '2006-01-02 00:00:00', 4, 'g')"_s}));
+    QVERIFY(qrt::test::execAll(path,
+                               {u"INSERT INTO Providers VALUES (4, 'Smith, Jones (UK)')"_s,
+                                u"INSERT INTO Channels VALUES (4, 'Four', 4, 3)"_s,
+                                u"INSERT INTO News VALUES (7, '2006-01-02 00:00:00', 4, 'g')"_s}));
     m_data = qrt::test::loadNews(path);
     QVERIFY(m_data);
 }
@@ -154,8 +154,8 @@ void tst_PivotLayoutCapture::memberParser_data()
     QTest::addColumn<QString>("members");
     QTest::addColumn<QStringList>("found");
     QTest::addColumn<int>("asked");
-    QTest::newRow("three steps") << u"NewsDate By Month"_s << u"2005**|**Qtr1**|**Jan"_s
-                                 << u"(3)"_s << QStringList{u"2005/Qtr1/Jan/3"_s} << 0;
+    QTest::newRow("three steps") << u"NewsDate By Month"_s << u"2005**|**Qtr1**|**Jan"_s << u"(3)"_s
+                                 << QStringList{u"2005/Qtr1/Jan/3"_s} << 0;
     // Stored under the first member's parent, the second is looked up there.
     QTest::newRow("two parents") << u"NewsDate By Month"_s << u"2005**|**Qtr1"_s << u"(Jan,Apr)"_s
                                  << QStringList{u"2005/Qtr1/Jan"_s} << 1;
@@ -234,7 +234,8 @@ void tst_PivotLayoutCapture::unreadableTypeKeepsTheChartsOwn()
     settings.SaveSetting(PivotChartLayout::Section, u"TYPE"_s, u"seven"_s);
     settings.SaveSetting(PivotChartLayout::Section, u"LEGEND"_s, u"0"_s);
     settings.SaveSetting(PivotChartLayout::Section, u"SERIESBYROWS"_s, u"1"_s);
-    const PivotChartLayout::Options options = PivotChartLayout::readOptions(settings, {true, 19, false});
+    const PivotChartLayout::Options options =
+        PivotChartLayout::readOptions(settings, {true, 19, false});
     QCOMPARE(options.type, 19);
     QVERIFY(!options.legend && options.seriesByRows);
 }

@@ -147,9 +147,9 @@ void PivotView::takeLayout(const PivotView &other)
     for (const PivotTotal *total : other.Totals()) {
         resumeNext([&] {
             const PivotField *field = total->Field();
-            PivotTotal &mine = AddTotal(
-                total->Name(), FieldSets(field->FieldSet()->Name()).Fields(field->Name()),
-                total->Function());
+            PivotTotal &mine =
+                AddTotal(total->Name(), FieldSets(field->FieldSet()->Name()).Fields(field->Name()),
+                         total->Function());
             mine.setCaption(total->Caption());
             mine.setNumberFormat(total->NumberFormat());
         });
