@@ -471,9 +471,9 @@ void PivotChartSpace::loadFinished()
         m_result.reset(); // it points into the old view
         m_view = std::move(view);
     } else {
-        m_message->setText(
-            m_view ? tr("Not refreshed: %1 Refresh (F5) loads again.").arg(loadError())
-                   : tr("No data: %1 Refresh (F5) loads again.").arg(loadError()));
+        m_message->setText(m_view
+                               ? tr("Not refreshed: %1 Refresh (F5) loads again.").arg(loadError())
+                               : tr("No data: %1 Refresh (F5) loads again.").arg(loadError()));
         m_message->show();
     }
     Q_EMIT loaded();

@@ -155,11 +155,11 @@ void WebBrowser::runOnLoad(quint64 page)
         // it, the script runs again and lays it out, as the first load would.
         m_waiting = true;
         finish(QString());
-    }
-    else if (outcome.isPending())
+    } else if (outcome.isPending()) {
         finish(u"Line %1: The object is not ready."_s.arg(outcome.line()));
-    else
+    } else {
         finish(outcome.isFailed() ? outcome.text() : QString());
+    }
 }
 
 bool WebBrowser::objectsFailedToLoad() const

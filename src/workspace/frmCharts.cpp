@@ -544,16 +544,16 @@ void frmCharts::RestorePivotChartLayout()
     if (!view)
         return;
     disconnect(ChartSpace, &PivotChartSpace::loaded, this, &frmCharts::RestorePivotChartLayout);
-    const Layout::Options options =
-        Layout::readOptions(*gSettings, {ChartSpace->HasChartSpaceLegend(),
-                                         ChartSpace->Charts(0).Type(), ChartSpace->HasSeriesByRows()});
+    const Layout::Options options = Layout::readOptions(
+        *gSettings, {ChartSpace->HasChartSpaceLegend(), ChartSpace->Charts(0).Type(),
+                     ChartSpace->HasSeriesByRows()});
     ChartSpace->setHasChartSpaceLegend(options.legend);
     ChartSpace->Charts(0).setType(options.type);
     ChartSpace->setHasSeriesByRows(options.seriesByRows);
     Layout::RestoreChartAxes(
-            *gSettings, *view,
-            [this](const qrt::pivot::PivotMembers &root, const QString &memberspath,
-                   const QString &Members) { return ParseMembers(root, memberspath, Members); });
+        *gSettings, *view,
+        [this](const qrt::pivot::PivotMembers &root, const QString &memberspath,
+               const QString &Members) { return ParseMembers(root, memberspath, Members); });
 }
 
 // A member that no longer exists reaches the error dialog: Abort leaves

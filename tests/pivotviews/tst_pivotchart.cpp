@@ -148,10 +148,10 @@ void tst_PivotChart::layoutRoundTrip()
     store(before);
     // A chart space that comes up unlike the window's setup: the window
     // sets each of these.
-    const char *const flags[] = {"AllowFiltering",     "AllowGrouping",        "AllowLayoutEvents",
-                                 "AllowPropertyToolbox", "AllowRenderEvents",
-                                 "AllowScreenTipEvents", "AllowUISelection", "DisplayToolbar",
-                                 "DisplayFieldList"};
+    const char *const flags[] = {
+        "AllowFiltering",       "AllowGrouping",     "AllowLayoutEvents",
+        "AllowPropertyToolbox", "AllowRenderEvents", "AllowScreenTipEvents",
+        "AllowUISelection",     "DisplayToolbar",    "DisplayFieldList"};
     EmbeddableClasses::registerClass(u"OWC11.Chartspace"_s, [&flags](QWidget *parent) {
         auto *made = new PivotChartSpace(parent);
         made->Interior().SetSolid(u"Red"_s);
