@@ -147,7 +147,8 @@ bool Connection::openSqlite(const ConnectionString &cs, Access access)
     m_sqlite = *static_cast<sqlite3 *const *>(m_db.driver()->handle().constData());
     if (access == Access::ReadOnly &&
         !QSqlQuery(u"SELECT 1 FROM sqlite_master"_s, m_db).isActive() &&
-        sqlite3_errcode(m_sqlite) == SQLITE_CANTOPEN) {
+        (sqlite3_errcode(m_sqlite) == SQLITE_CANTOPEN ||
+         sqlite3_errcode(m_sqlite) == SQLITE_READONLY)) {
         // In WAL mode, with its reader not running, in a folder we may not
         // write: a read-only connection cannot make the -shm file it needs.
         // Nobody writes the file then, so it is read as it stands.
