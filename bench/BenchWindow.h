@@ -1,13 +1,18 @@
 #pragma once
-// The wait of the window benchmarks until both pivot views of a window
-// have their rows.
+// What the window benchmarks share: the wait until both pivot views of a
+// window have their rows, and the program's run.
 
 #include "pivotviews/PivotChartSpace.h"
 
+#include <QApplication>
+#include <QDir>
 #include <QEventLoop>
+#include <QFile>
 #include <QString>
 #include <QTimer>
 #include <QWidget>
+
+#include <benchmark/benchmark.h>
 
 namespace qrt::bench {
 
@@ -25,6 +30,23 @@ inline void waitForPivotViews(QWidget *window)
     });
     poll.start(5);
     loop.exec();
+}
+
+// Runs the benchmarks of a window program: offscreen unless a platform is
+// set, with a settings folder of its own, so the window opens as on a first
+// run and the user's settings stay out of it.
+inline int runWindowBenchmarks(int argc, char **argv, const QString &configName)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QString home = QDir::temp().filePath(configName);
+    QDir(home).removeRecursively();
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(home));
+    QApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
 }
 
 } // namespace qrt::bench

@@ -149,16 +149,7 @@ BENCHMARK(OpenWindow)
 
 int main(int argc, char **argv)
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
     // Both databases count the same days only on the calendar they were made on.
     qputenv("TZ", "UTC");
-    const QString home = QDir::temp().filePath(u"bench-readers-config"_s);
-    QDir(home).removeRecursively();
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(home));
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return qrt::bench::runWindowBenchmarks(argc, argv, u"bench-readers-config"_s);
 }

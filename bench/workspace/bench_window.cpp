@@ -136,15 +136,5 @@ BENCHMARK(OpenWindow)
 
 int main(int argc, char **argv)
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    // The user's settings stay out of it: the window opens as on a first run.
-    const QString home = QDir::temp().filePath(u"bench-window-config"_s);
-    QDir(home).removeRecursively();
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(home));
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return qrt::bench::runWindowBenchmarks(argc, argv, u"bench-window-config"_s);
 }

@@ -23,10 +23,15 @@ struct StatsRun
     QByteArray err;
 };
 
-inline StatsRun runStats(const QStringList &arguments)
+// `wrapper` runs the program, as "setpriv ..." does.
+inline StatsRun runStats(const QStringList &arguments, const QStringList &wrapper = {})
 {
     QProcess process;
-    process.start(qEnvironmentVariable("ZORVANE_STATS"), arguments);
+    const QString program = qEnvironmentVariable("ZORVANE_STATS");
+    if (wrapper.isEmpty())
+        process.start(program, arguments);
+    else
+        process.start(wrapper.first(), wrapper.mid(1) + QStringList{program} + arguments);
     StatsRun run;
     if (!process.waitForFinished(120000))
         return run;

@@ -6,6 +6,7 @@
 
 #include "RandomFeeds.h"
 #include "ReaderRuns.h"
+#include "TickClicks.h"
 #include "component/modUtils.h"
 #include "controls/tools/ButtonTool.h"
 #include "controls/tools/DockStudio.h"
@@ -19,8 +20,6 @@
 
 #include <QPointer>
 #include <QStandardPaths>
-#include <QStyle>
-#include <QStyleOptionViewItem>
 #include <QTest>
 #include <QTimeZone>
 
@@ -51,7 +50,6 @@ private:
     QString channelOf(int feed) const;
     QString categoryOf(int feed) const;
     DayCounts expected(const QString &series, const QTimeZone &zone) const;
-    static void clickTick(TickList *list, int row);
 
     QTemporaryDir m_dir;
     QList<RandomFeed> m_feeds;
@@ -240,18 +238,6 @@ void tst_Newsboat::filterListsAndSecondOpening()
         QVERIFY(window->close());
         delete window.data();
     }
-}
-
-// A click on the row's tick box, where the style draws it.
-void tst_Newsboat::clickTick(TickList *list, int row)
-{
-    QStyleOptionViewItem option;
-    option.initFrom(list->viewport());
-    option.rect = list->visualRect(list->model()->index(row));
-    option.features = QStyleOptionViewItem::HasCheckIndicator | QStyleOptionViewItem::HasDisplay;
-    const QRect box =
-        list->style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, list);
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, box.center());
 }
 
 QTEST_MAIN(tst_Newsboat)

@@ -9,6 +9,7 @@
 #include "ReaderRuns.h"
 #include "TestDatabases.h"
 
+#include <QDir>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QSqlError>
@@ -17,6 +18,7 @@
 #include <QTimeZone>
 
 #include <functional>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using namespace qrt::test;
@@ -321,6 +323,7 @@ private Q_SLOTS:
     void refusals();
     void statementsFromOutside_data();
     void statementsFromOutside();
+    void walFileInReadOnlyFolder();
 
 private:
     QTemporaryDir m_dir;
@@ -513,6 +516,34 @@ void tst_ReaderSchemas::statementsFromOutside()
     QSqlQuery query(writer.database());
     QVERIFY(query.exec(independent) && query.next());
     QCOMPARE(firstColumn(database, statement), QStringList{query.value(0).toString()});
+}
+
+// Liferea's file in WAL mode, Liferea not running, in a folder the user may
+// not write: the -shm file cannot be made, and the file is read as it is.
+// Root passes over the folder's mode, so the run drops those capabilities.
+void tst_ReaderSchemas::walFileInReadOnlyFolder()
+{
+    QVERIFY(m_dir.isValid());
+    const QString folder = m_dir.filePath(u"read-only"_s);
+    QVERIFY(QDir().mkpath(folder));
+    const QString database = folder + u"/liferea.db"_s;
+    QVERIFY(execAll(database, lifereaSchema() + lifereaRows(World(34, false, false)) +
+                                  QStringList{u"PRAGMA journal_mode = WAL"_s}));
+    const QString copy = m_dir.filePath(u"writable-liferea.db"_s);
+    QVERIFY(QFile::copy(database, copy));
+    QVERIFY(QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther |
+                                              QFile::ExeOther));
+    QStringList wrapper;
+    if (geteuid() == 0)
+        wrapper = {u"setpriv"_s, u"--bounding-set=-dac_override,-dac_read_search,-fowner"_s,
+                   u"--inh-caps=-all"_s};
+    const StatsRun run = runStats({u"chart"_s, database, u"--period"_s, u"all"_s}, wrapper);
+    QVERIFY(QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    QCOMPARE(run.exitCode, 0);
+    QVERIFY(!QFile::exists(database + u"-shm"_s));
+    const StatsRun writable = runStats({u"chart"_s, copy, u"--period"_s, u"all"_s});
+    QVERIFY(writable.out.count('\n') > 10);
+    QCOMPARE(run.out, writable.out);
 }
 
 QTEST_GUILESS_MAIN(tst_ReaderSchemas)

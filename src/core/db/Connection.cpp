@@ -47,6 +47,18 @@ constexpr int kKeepaliveIdleSeconds = 10;
 constexpr int kKeepaliveIntervalSeconds = 5;
 constexpr int kKeepaliveCount = 3;
 
+// A read-only connection to a file in WAL mode that cannot make its -shm
+// file says so at its first read: CANTOPEN, or READONLY where the folder
+// refuses it.
+bool cannotMakeShm(const QSqlDatabase &db)
+{
+    QSqlQuery probe(db);
+    if (probe.exec(u"SELECT 1 FROM sqlite_master"_s))
+        return false;
+    const int code = probe.lastError().nativeErrorCode().toInt() & 0xff;
+    return code == SQLITE_CANTOPEN || code == SQLITE_READONLY;
+}
+
 } // namespace
 
 Connection::Connection()
@@ -145,9 +157,7 @@ bool Connection::openSqlite(const ConnectionString &cs, Access access)
     if (!finishOpen())
         return false;
     m_sqlite = *static_cast<sqlite3 *const *>(m_db.driver()->handle().constData());
-    if (access == Access::ReadOnly &&
-        !QSqlQuery(u"SELECT 1 FROM sqlite_master"_s, m_db).isActive() &&
-        sqlite3_errcode(m_sqlite) == SQLITE_CANTOPEN) {
+    if (access == Access::ReadOnly && cannotMakeShm(m_db)) {
         // In WAL mode, with its reader not running, in a folder we may not
         // write: a read-only connection cannot make the -shm file it needs.
         // Nobody writes the file then, so it is read as it stands.

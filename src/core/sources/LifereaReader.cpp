@@ -43,8 +43,10 @@ QString LifereaReader::feedsStatement(const SourceContext &context) const
 
 ItemSource LifereaReader::items(const SourceContext &context) const
 {
+    // One pass in table order, as for Newsboat (a feed's items lie all over
+    // the file, so items_idx3 would read its pages once for every feed).
     return {context.table(u"items"_s) +
-                u" AS i INNER JOIN qrt_feeds AS f ON f.feed_key = i.node_id"_s,
+                u" AS i INNER JOIN qrt_feeds AS f ON f.feed_key = +i.node_id"_s,
             u"i.comment IS NULL OR i.comment = 0"_s,
             u"i.item_id"_s,
             u"f.channel_id"_s,

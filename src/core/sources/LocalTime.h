@@ -11,6 +11,8 @@
 
 #include <optional>
 
+struct sqlite3;
+
 namespace qrt::sources {
 
 class LocalTime
@@ -22,14 +24,14 @@ public:
     // Qt does not know.
     static std::optional<LocalTime> forZone(const QString &id, QString *error);
 
-    // The expression giving the local time of expr on the engine.
+    // The expression giving the local time of expr on the engine. On SQLite
+    // it calls qrt_local_time, which installSqlite gives the connection.
     QString expression(const QString &expr, Kind kind, db::Engine engine) const;
+    bool installSqlite(sqlite3 *db) const;
     // True for the rows whose expr holds a date at all.
     static QString dated(const QString &expr, Kind kind);
 
 private:
-    QString sqliteShift(const QString &seconds) const;
-
     QTimeZone m_zone;
 };
 

@@ -56,10 +56,13 @@ void NewsboatReader::completeFeeds(std::vector<FeedRow> &feeds, SourceContext &c
 ItemSource NewsboatReader::items(const SourceContext &context) const
 {
     ItemSource items;
+    // One pass over rss_item in table order, each item's feed looked up in
+    // the feeds of the connection: walking idx_feedurl feed by feed would
+    // read the table's pages once for every feed, as a feed's items lie all
+    // over the file. The "+"s keep the planner off idx_feedurl and off
+    // idx_deleted, which holds nearly every item under 0.
     items.from = context.table(u"rss_item"_s) +
-                 u" AS i INNER JOIN qrt_feeds AS f ON f.feed_key = i.feedurl"_s;
-    // "+" keeps the planner off idx_deleted, which holds nearly every item
-    // under 0, so that it walks idx_feedurl feed by feed instead.
+                 u" AS i INNER JOIN qrt_feeds AS f ON f.feed_key = +i.feedurl"_s;
     items.where = u"+i.deleted = 0"_s;
     items.id = u"i.id"_s;
     items.channel = u"f.channel_id"_s;

@@ -283,6 +283,8 @@ SourceView SourceView::open(const QSqlDatabase &db, db::Engine engine,
     QStringList notices;
     reader->completeFeeds(feeds, context, &notices);
     const ItemSource items = reader->items(context);
+    if (engine == db::Engine::SQLite)
+        context.time.installSqlite(sqliteHandle(db));
     view.m_prefix = prefixOf(tablesOf(feeds), items, context);
     if (const qint64 undated = undatedCount(items, view.m_prefix, context); undated > 0)
         notices << u"%1 items without a date are left out"_s.arg(undated);
