@@ -88,9 +88,9 @@ bool ArchiveWriter::open(const QString &target, QString *error)
     }
     for (const db::NewsTable &table : db::newsTables()) {
         // As the engine spells it: PostgreSQL folds unquoted names to lower case.
-        const QString name = tables.value(tables.indexOf(
-            QRegularExpression(u"^%1$"_s.arg(QLatin1StringView(table.name)),
-                               QRegularExpression::CaseInsensitiveOption)));
+        const QString name = tables.value(
+            tables.indexOf(QRegularExpression(u"^%1$"_s.arg(QLatin1StringView(table.name)),
+                                              QRegularExpression::CaseInsensitiveOption)));
         const QSqlRecord columns = m_connection.database().record(name);
         for (const QString &column : table.columns)
             if (!tables.isEmpty() && columns.indexOf(column) < 0) {
