@@ -16,6 +16,8 @@ class Connection;
 
 namespace qrt::chart {
 
+class DailyTotals;
+
 enum class StatisticsMode {
     Fastest, // the fastest statement that gives the same chart
     Literal, // always the statistics statement as written
@@ -27,6 +29,7 @@ enum class StatisticsPath {
     SqliteNewsScan,   // series of each channel first, then one pass over News
     SqliteJoinedScan, // one pass over the joined, filtered rows
     PostgresDaily,    // the server groups by series and day
+    Memory,           // the window's per-day counts of each channel
 };
 
 QString pathName(StatisticsPath path);
@@ -62,6 +65,9 @@ namespace StatisticsReader {
 std::unique_ptr<StatisticsRows> Open(db::Connection &connection, const QString &where,
                                      const QString &order, int chartSeria,
                                      StatisticsMode mode = StatisticsMode::Fastest);
+
+// Rows of the days gathered elsewhere, ordered by series ID and day.
+std::unique_ptr<StatisticsRows> FromTotals(DailyTotals &totals, StatisticsPath path);
 
 } // namespace StatisticsReader
 

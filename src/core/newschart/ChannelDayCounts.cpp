@@ -1,0 +1,191 @@
+#include "newschart/ChannelDayCounts.h"
+
+#include "base/Dates.h"
+#include "db/Recordset.h"
+#include "newschart/DailyTotals.h"
+#include "newschart/NewsChartBuilder.h"
+#include "newschart/PanelFilter.h"
+#include "newschart/StatisticsReader.h"
+#include "newschart/StatisticsStatement.h"
+
+#include <QFile>
+#include <QHash>
+
+#include <sqlite3.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace qrt::chart {
+
+namespace {
+
+// The file behind a SQLite connection and the engine's data version, which
+// changes with every commit to it by any connection. A read starts a read
+// transaction first: only then does the engine look at the file.
+std::optional<QString> sqliteStamp(sqlite3 *db)
+{
+    sqlite3_stmt *probe = nullptr;
+    if (sqlite3_prepare_v2(db, "SELECT 1 FROM News LIMIT 1", -1, &probe, nullptr) != SQLITE_OK)
+        return std::nullopt;
+    const int rc = sqlite3_step(probe);
+    sqlite3_finalize(probe);
+    unsigned version = 0;
+    if ((rc != SQLITE_ROW && rc != SQLITE_DONE) ||
+        sqlite3_file_control(db, "main", SQLITE_FCNTL_DATA_VERSION, &version) != SQLITE_OK)
+        return std::nullopt;
+    // A file put in its place (a new demo database, a restored copy) is
+    // another file: the open connection would still read the old one.
+    struct stat file{};
+    const char *path = sqlite3_db_filename(db, "main");
+    if (!path || ::stat(path, &file) != 0)
+        return std::nullopt;
+    return u"%1:%2:%3"_s.arg(file.st_dev).arg(file.st_ino).arg(version);
+}
+
+// PostgreSQL has no change counter of a table's own; news are added with new
+// IDs and taken away whole, so the largest ID and the count follow them.
+std::optional<QString> postgresStamp(db::Connection &connection)
+{
+    db::Recordset rows;
+    rows.Open(u"SELECT Max(News.ID), Count(*) FROM News"_s, connection);
+    if (!rows.lastError().isEmpty() || rows.IsEOF())
+        return std::nullopt;
+    return rows.Text(0) + u'|' + rows.Text(1);
+}
+
+// Whether each series ID of a grouping has one name: with two, which one the
+// statement shows depends on the order the engine reads the rows in.
+std::array<bool, 3> sameNames(const std::vector<ChannelRow> &channels)
+{
+    std::array<bool, 3> same = {true, true, true};
+    for (size_t c = 0; c < 3; ++c) {
+        QHash<qint64, QString> names;
+        for (const ChannelRow &row : channels) {
+            const auto it = names.constFind(row.ids[c]);
+            if (it == names.cend())
+                names.insert(row.ids[c], row.names[c]);
+            else if (*it != row.names[c])
+                same[c] = false;
+        }
+    }
+    return same;
+}
+
+bool isWholeDay(double date)
+{
+    return dates::dayOf(date) == date;
+}
+
+} // namespace
+
+ChannelDayCounts::ChannelDayCounts() = default;
+ChannelDayCounts::~ChannelDayCounts() = default;
+
+std::unique_ptr<StatisticsRows> ChannelDayCounts::Open(const QString &connectionString,
+                                                       const NewsChartQuery &query)
+{
+    const SeriesColumns *columns = StatisticsStatement::ColumnsFor(query.chartSeria);
+    if (!columns || query.sOrder != columns->order || !isWholeDay(query.FromDate) ||
+        !isWholeDay(query.TillDate))
+        return nullptr;
+    const auto filter = PanelFilter::parse(query.sFilter);
+    if (!filter || !update(connectionString))
+        return nullptr;
+    const int column = query.chartSeria - 2;
+    if (!m_sameNames[size_t(column)])
+        return nullptr;
+    return serve(*filter, column, query.FromDate, query.TillDate);
+}
+
+std::optional<QString> ChannelDayCounts::stamp()
+{
+    switch (m_connection.engine()) {
+    case db::Engine::SQLite:
+        return sqliteStamp(m_connection.sqliteHandle());
+    case db::Engine::PostgreSQL:
+        return postgresStamp(m_connection);
+    default:
+        return std::nullopt;
+    }
+}
+
+bool ChannelDayCounts::update(const QString &connectionString)
+{
+    if (connectionString != m_connectionString) {
+        m_connection.Close();
+        m_connectionString = connectionString;
+        m_stamp.clear();
+        m_usable = false;
+    }
+    std::optional<QString> now = m_connection.IsOpen() ? stamp() : std::nullopt;
+    if (!now) { // not open yet, or the session or file went away: once more
+        if (!m_connection.Open(connectionString))
+            return false;
+        now = stamp();
+    }
+    if (!now)
+        return false;
+    if (*now != m_stamp) {
+        // Anew, so that a file put in the old one's place is the one read.
+        if (!m_connection.Open(connectionString) || !(now = stamp()))
+            return false;
+        m_stamp = *now;
+        return read();
+    }
+    // The channels are few; PostgreSQL has no cheap sign of their change.
+    if (m_usable && m_connection.engine() == db::Engine::PostgreSQL) {
+        m_usable = ChannelDayScan::readChannels(m_connection, m_channels);
+        m_sameNames = sameNames(m_channels);
+    }
+    return m_usable;
+}
+
+bool ChannelDayCounts::read()
+{
+    ++m_scans;
+    m_usable = ChannelDayScan::readChannels(m_connection, m_channels) &&
+               ChannelDayScan::readNews(m_connection, m_days);
+    if (!m_usable) {
+        m_days.clear();
+        m_channels.clear();
+    }
+    m_sameNames = sameNames(m_channels);
+    return m_usable;
+}
+
+// The statement's period: from the first day's midnight up to and including
+// the midnight after the last day.
+std::unique_ptr<StatisticsRows> ChannelDayCounts::serve(const PanelFilter &filter, int column,
+                                                        double fromDate, double tillDate) const
+{
+    const auto from = qint64(fromDate);
+    const auto till = qint64(tillDate);
+    DailyTotals totals;
+    for (const ChannelRow &row : m_channels) {
+        if (!filter.accepts(row.ids[2], row.ids[1], row.ids[0]))
+            continue;
+        const auto found = m_days.find(row.ids[0]);
+        if (found == m_days.end())
+            continue;
+        const std::vector<ChannelDay> &days = found->second;
+        auto day = std::lower_bound(days.begin(), days.end(), from,
+                                    [](const ChannelDay &d, qint64 v) { return d.day < v; });
+        const size_t c = size_t(column);
+        for (; day != days.end() && day->day <= till + 1; ++day) {
+            const bool whole = day->day <= till;
+            if (!whole && !day->atMidnight)
+                continue;
+            const int series = totals.series(row.ids[c], row.names[c]);
+            const double last = whole ? day->lastDate : double(day->day);
+            const double first = whole ? day->firstDate : double(day->day);
+            if (!totals.addDay(series, first, last, whole ? day->newsCount : day->midnightCount))
+                return nullptr;
+        }
+    }
+    return StatisticsReader::FromTotals(totals, StatisticsPath::Memory);
+}
+
+} // namespace qrt::chart
