@@ -270,8 +270,9 @@ private:
         PGconn *pg = m_connection.postgresHandle();
         const bool ok = first && PQresultStatus(first) == wanted;
         if (!ok)
-            m_lastError = QString::fromUtf8(first ? PQresultErrorMessage(first)
-                                                  : PQerrorMessage(pg)).trimmed();
+            m_lastError =
+                QString::fromUtf8(first ? PQresultErrorMessage(first) : PQerrorMessage(pg))
+                    .trimmed();
         PQclear(first);
         if (wanted != PGRES_COPY_IN)
             while (PGresult *more = PQgetResult(pg))

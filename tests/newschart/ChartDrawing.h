@@ -81,14 +81,13 @@ struct Drawing
 inline QString fingerprint(const Drawing &drawing)
 {
     const ChartControl &chart = drawing.chart;
-    QStringList parts = {
-        QStringLiteral("%1\nseries=%2 points=%3\nmin=%4 max=%5\n%6")
-            .arg(chart.SeriesLabels().join(u'|'))
-            .arg(chart.NumSeries())
-            .arg(chart.NumPoints(1))
-            .arg(drawing.builder.MinDate(), 0, 'g', 17)
-            .arg(drawing.builder.MaxDate(), 0, 'g', 17)
-            .arg(drawing.builder.Statement())};
+    QStringList parts = {QStringLiteral("%1\nseries=%2 points=%3\nmin=%4 max=%5\n%6")
+                             .arg(chart.SeriesLabels().join(u'|'))
+                             .arg(chart.NumSeries())
+                             .arg(chart.NumPoints(1))
+                             .arg(drawing.builder.MinDate(), 0, 'g', 17)
+                             .arg(drawing.builder.MaxDate(), 0, 'g', 17)
+                             .arg(drawing.builder.Statement())};
     for (int i = 1; i <= chart.NumSeries(); ++i) {
         QString cells;
         for (int k = 1; k <= chart.NumPoints(i); ++k) {

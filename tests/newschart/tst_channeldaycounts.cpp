@@ -45,12 +45,9 @@ QString randomPanelFilter(QRandomGenerator &random)
 NewsChartQuery queryOf(const qrt::test::Period &period, const QString &filter, int series,
                        StatisticsMode mode)
 {
-    return {period.from,
-            period.till,
-            filter,
-            qrt::chart::StatisticsStatement::ColumnsFor(series)->order,
-            series,
-            mode};
+    return {period.from, period.till,
+            filter,      qrt::chart::StatisticsStatement::ColumnsFor(series)->order,
+            series,      mode};
 }
 
 const QString kAllTicked =
@@ -89,9 +86,8 @@ QString tst_ChannelDayCounts::database(bool postgres, const QString &name, const
     return !target.isEmpty() && qrt::test::execAll(target, sql) ? target : QString();
 }
 
-QString tst_ChannelDayCounts::compare(qrt::chart::ChannelDayCounts &counts,
-                                      const QString &database, NewsChartQuery query,
-                                      StatisticsPath expectedPath)
+QString tst_ChannelDayCounts::compare(qrt::chart::ChannelDayCounts &counts, const QString &database,
+                                      NewsChartQuery query, StatisticsPath expectedPath)
 {
     Drawing memory, literal;
     memory.builder.setCounts(&counts);
@@ -101,10 +97,10 @@ QString tst_ChannelDayCounts::compare(qrt::chart::ChannelDayCounts &counts,
     literal.draw(m_connection, database, query);
     const QString expected = fingerprint(literal);
     if (memory.builder.lastPath() != expectedPath || fingerprint(memory) != expected)
-        return u"%1 to %2, %3, path %4:\nliteral:\n%5\nmemory:\n%6"_s
-            .arg(qrt::dates::toText(query.FromDate), qrt::dates::toText(query.TillDate),
-                 query.sFilter, qrt::chart::pathName(memory.builder.lastPath()),
-                 expected.left(1200), fingerprint(memory).left(1200));
+        return u"%1 to %2, %3, path %4:\nliteral:\n%5\nmemory:\n%6"_s.arg(
+            qrt::dates::toText(query.FromDate), qrt::dates::toText(query.TillDate), query.sFilter,
+            qrt::chart::pathName(memory.builder.lastPath()), expected.left(1200),
+            fingerprint(memory).left(1200));
     return {};
 }
 
@@ -122,10 +118,9 @@ void tst_ChannelDayCounts::memoryEqualsStatement()
 {
     QFETCH(bool, postgres);
     QFETCH(quint32, seed);
-    const QString news =
-        database(postgres, u"random%1"_s.arg(seed),
-                 qrt::test::newsSchema(postgres) +
-                     qrt::test::newsInserts(qrt::test::randomItems(seed)));
+    const QString news = database(postgres, u"random%1"_s.arg(seed),
+                                  qrt::test::newsSchema(postgres) +
+                                      qrt::test::newsInserts(qrt::test::randomItems(seed)));
     if (postgres && news.isEmpty())
         QRT_SKIP_WITHOUT_POSTGRES(m_postgresWhy);
     QVERIFY(!news.isEmpty());
@@ -146,8 +141,8 @@ void tst_ChannelDayCounts::memoryEqualsStatement()
         // A filter typed by hand is the database's to read.
         const QString why =
             compare(counts, news,
-                    queryOf({0.0, qrt::test::kFirstDay + 200}, u"Channels.ID = 1 OR Channels.ID = 3"_s,
-                            series, {}),
+                    queryOf({0.0, qrt::test::kFirstDay + 200},
+                            u"Channels.ID = 1 OR Channels.ID = 3"_s, series, {}),
                     postgres ? StatisticsPath::PostgresDaily : StatisticsPath::SqliteJoinedScan);
         if (!why.isEmpty())
             QFAIL(qPrintable(why));
@@ -182,8 +177,8 @@ void tst_ChannelDayCounts::changesShowAtTheNextDrawing()
     QCOMPARE(compare(counts, news, query, StatisticsPath::Memory), QString());
     QCOMPARE(counts.scans(), 1);
 
-    QVERIFY(qrt::test::execAll(news, qrt::test::newsInserts(qrt::test::randomItems(22, 50),
-                                                            first.size() + 1)));
+    QVERIFY(qrt::test::execAll(
+        news, qrt::test::newsInserts(qrt::test::randomItems(22, 50), first.size() + 1)));
     QCOMPARE(compare(counts, news, query, StatisticsPath::Memory), QString());
     QCOMPARE(counts.scans(), 2);
     Drawing after;
@@ -220,11 +215,10 @@ void tst_ChannelDayCounts::unreadableDataGoesToTheStatement()
     QFETCH(QString, row);
     QFETCH(StatisticsPath, path);
     static int made = 0;
-    const QString news =
-        database(false, u"unreadable%1"_s.arg(++made),
-                 qrt::test::newsSchema(false) +
-                     qrt::test::newsInserts(qrt::test::randomItems(31, 200), 10) +
-                     QStringList{u"INSERT INTO News VALUES "_s + row});
+    const QString news = database(false, u"unreadable%1"_s.arg(++made),
+                                  qrt::test::newsSchema(false) +
+                                      qrt::test::newsInserts(qrt::test::randomItems(31, 200), 10) +
+                                      QStringList{u"INSERT INTO News VALUES "_s + row});
     QVERIFY(!news.isEmpty());
     qrt::chart::ChannelDayCounts counts;
     for (const auto &period : {qrt::test::Period{0.0, qrt::test::kFirstDay + 200},

@@ -12,9 +12,9 @@
 #include <QHash>
 
 #include <sqlite3.h>
-#include <sys/stat.h>
 
 #include <algorithm>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -38,7 +38,9 @@ std::optional<QString> sqliteStamp(sqlite3 *db)
         return std::nullopt;
     // A file put in its place (a new demo database, a restored copy) is
     // another file: the open connection would still read the old one.
-    struct stat file{};
+    struct stat file
+    {
+    };
     const char *path = sqlite3_db_filename(db, "main");
     if (!path || ::stat(path, &file) != 0)
         return std::nullopt;
@@ -174,11 +176,13 @@ std::unique_ptr<StatisticsRows> ChannelDayCounts::serve(const PanelFilter &filte
         auto day = std::lower_bound(days.begin(), days.end(), from,
                                     [](const ChannelDay &d, qint64 v) { return d.day < v; });
         const size_t c = size_t(column);
+        int series = -1;
         for (; day != days.end() && day->day <= till + 1; ++day) {
             const bool whole = day->day <= till;
             if (!whole && !day->atMidnight)
                 continue;
-            const int series = totals.series(row.ids[c], row.names[c]);
+            if (series < 0)
+                series = totals.series(row.ids[c], row.names[c]);
             const double last = whole ? day->lastDate : double(day->day);
             const double first = whole ? day->firstDate : double(day->day);
             if (!totals.addDay(series, first, last, whole ? day->newsCount : day->midnightCount))

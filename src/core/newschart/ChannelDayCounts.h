@@ -49,7 +49,7 @@ private:
 
     db::Connection m_connection;
     QString m_connectionString;
-    QString m_stamp;      // what the database looked like at the last read
+    QString m_stamp;       // what the database looked like at the last read
     bool m_usable = false; // that read can draw
     ChannelDays m_days;
     std::vector<ChannelRow> m_channels;

@@ -185,8 +185,8 @@ bool readPostgresNews(db::Connection &connection, ChannelDays &out)
     if (!rows.lastError().isEmpty())
         return false;
     static const QStringList wholeNumbers = {u"integer"_s, u"bigint"_s, u"smallint"_s};
-    if (!rows.IsEOF() && (rows.Text(7) != u"timestamp without time zone"_s ||
-                          !wholeNumbers.contains(rows.Text(8))))
+    if (!rows.IsEOF() &&
+        (rows.Text(7) != u"timestamp without time zone"_s || !wholeNumbers.contains(rows.Text(8))))
         return false;
     out.clear();
     for (; !rows.IsEOF(); rows.MoveNext()) {

@@ -25,7 +25,9 @@ std::optional<PanelFilter> PanelFilter::parse(const QString &text)
         const auto m = it.next();
         Term t;
         const QString table = m.captured(1).toLower();
-        t.column = table == u"categories"_s ? Category : table == u"providers"_s ? Provider : Channel;
+        t.column = table == u"categories"_s  ? Category
+                   : table == u"providers"_s ? Provider
+                                             : Channel;
         t.negated = m.hasCaptured(2);
         for (const QString &id : m.captured(3).split(u',')) {
             bool ok = false;
