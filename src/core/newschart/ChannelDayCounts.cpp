@@ -14,6 +14,7 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <map>
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -159,37 +160,62 @@ bool ChannelDayCounts::read()
 }
 
 // The statement's period: from the first day's midnight up to and including
-// the midnight after the last day.
+// the midnight after the last day. Each series adds up the days of its
+// channels in that span, as the statement's rows would fall on them.
 std::unique_ptr<StatisticsRows> ChannelDayCounts::serve(const PanelFilter &filter, int column,
                                                         double fromDate, double tillDate) const
 {
     const auto from = qint64(fromDate);
     const auto till = qint64(tillDate);
-    DailyTotals totals;
+    const auto c = size_t(column);
+    std::map<qint64, std::vector<const std::vector<ChannelDay> *>> channelsOf;
+    QHash<qint64, QString> names;
     for (const ChannelRow &row : m_channels) {
-        if (!filter.accepts(row.ids[2], row.ids[1], row.ids[0]))
-            continue;
         const auto found = m_days.find(row.ids[0]);
-        if (found == m_days.end())
+        if (found == m_days.end() || !filter.accepts(row.ids[2], row.ids[1], row.ids[0]))
             continue;
-        const std::vector<ChannelDay> &days = found->second;
-        auto day = std::lower_bound(days.begin(), days.end(), from,
-                                    [](const ChannelDay &d, qint64 v) { return d.day < v; });
-        const size_t c = size_t(column);
-        int series = -1;
-        for (; day != days.end() && day->day <= till + 1; ++day) {
-            const bool whole = day->day <= till;
-            if (!whole && !day->atMidnight)
-                continue;
-            if (series < 0)
-                series = totals.series(row.ids[c], row.names[c]);
-            const double last = whole ? day->lastDate : double(day->day);
-            const double first = whole ? day->firstDate : double(day->day);
-            if (!totals.addDay(series, first, last, whole ? day->newsCount : day->midnightCount))
-                return nullptr;
+        channelsOf[row.ids[c]].push_back(&found->second);
+        names.insert(row.ids[c], row.names[c]);
+    }
+    const auto inPeriod = [from](const std::vector<ChannelDay> &days) {
+        return std::lower_bound(days.begin(), days.end(), from,
+                                [](const ChannelDay &d, qint64 v) { return d.day < v; });
+    };
+    std::vector<DayRow> rows;
+    std::vector<DayRow> span; // the series' days from its first in the period
+    for (const auto &[id, channels] : channelsOf) {
+        qint64 first = till + 2;
+        for (const auto *days : channels)
+            if (const auto day = inPeriod(*days); day != days->end())
+                first = std::min(first, day->day);
+        span.clear();
+        for (const auto *days : channels) {
+            for (auto day = inPeriod(*days); day != days->end() && day->day <= till + 1; ++day) {
+                const bool whole = day->day <= till;
+                if (!whole && !day->atMidnight)
+                    continue;
+                const auto index = size_t(day->day - first);
+                if (index > size_t(DailyTotals::MaxDays))
+                    return nullptr; // no more days than the fast statements keep
+                if (index >= span.size())
+                    span.resize(index + 1);
+                DayRow &cell = span[index];
+                const double firstDate = whole ? day->firstDate : double(day->day);
+                const double lastDate = whole ? day->lastDate : double(day->day);
+                cell.firstDate = cell.dated ? std::min(cell.firstDate, firstDate) : firstDate;
+                cell.lastDate = cell.dated ? std::max(cell.lastDate, lastDate) : lastDate;
+                cell.newsCount += whole ? day->newsCount : day->midnightCount;
+                cell.dated = true;
+            }
+        }
+        for (DayRow &cell : span) {
+            if (cell.dated) {
+                cell.seriesId = id;
+                rows.push_back(cell);
+            }
         }
     }
-    return StatisticsReader::FromTotals(totals, StatisticsPath::Memory);
+    return StatisticsReader::FromDays(std::move(rows), std::move(names), StatisticsPath::Memory);
 }
 
 } // namespace qrt::chart

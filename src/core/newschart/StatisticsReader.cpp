@@ -64,6 +64,11 @@ public:
             if (!m_names.contains(row.seriesId))
                 m_names.insert(row.seriesId, totals.name(row.seriesId));
     }
+    DailyRows(std::vector<DayRow> rows, QHash<qint64, QString> names, StatisticsPath path)
+        : m_rows(std::move(rows))
+        , m_names(std::move(names))
+        , m_path(path)
+    {}
 
     bool next(StatisticsRow &out) override
     {
@@ -286,10 +291,11 @@ QString pathName(StatisticsPath path)
     return {};
 }
 
-std::unique_ptr<StatisticsRows> StatisticsReader::FromTotals(DailyTotals &totals,
-                                                             StatisticsPath path)
+std::unique_ptr<StatisticsRows> StatisticsReader::FromDays(std::vector<DayRow> rows,
+                                                           QHash<qint64, QString> names,
+                                                           StatisticsPath path)
 {
-    return std::make_unique<DailyRows>(totals, path);
+    return std::make_unique<DailyRows>(std::move(rows), std::move(names), path);
 }
 
 std::unique_ptr<StatisticsRows> StatisticsReader::Open(db::Connection &connection,

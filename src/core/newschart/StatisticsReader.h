@@ -6,9 +6,11 @@
 // day, with the day's count and its earliest and latest time. Any other
 // engine, and any grouping we don't recognise, gets the literal statement.
 
+#include <QHash>
 #include <QString>
 
 #include <memory>
+#include <vector>
 
 namespace qrt::db {
 class Connection;
@@ -16,7 +18,7 @@ class Connection;
 
 namespace qrt::chart {
 
-class DailyTotals;
+struct DayRow;
 
 enum class StatisticsMode {
     Fastest, // the fastest statement that gives the same chart
@@ -66,8 +68,10 @@ std::unique_ptr<StatisticsRows> Open(db::Connection &connection, const QString &
                                      const QString &order, int chartSeria,
                                      StatisticsMode mode = StatisticsMode::Fastest);
 
-// Rows of the days gathered elsewhere, ordered by series ID and day.
-std::unique_ptr<StatisticsRows> FromTotals(DailyTotals &totals, StatisticsPath path);
+// Rows of days gathered elsewhere, ordered by series ID and day, with the
+// name of each series.
+std::unique_ptr<StatisticsRows> FromDays(std::vector<DayRow> rows, QHash<qint64, QString> names,
+                                         StatisticsPath path);
 
 } // namespace StatisticsReader
 
