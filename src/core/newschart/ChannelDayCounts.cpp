@@ -8,7 +8,6 @@
 #include "newschart/StatisticsReader.h"
 #include "newschart/StatisticsStatement.h"
 
-#include <QFile>
 #include <QHash>
 
 #include <sqlite3.h>
