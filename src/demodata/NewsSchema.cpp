@@ -4,7 +4,7 @@ using namespace Qt::StringLiterals;
 
 namespace qrt::db {
 
-QStringList newsSchema(Engine engine)
+QStringList newsSchema(Engine engine, bool keysAfterRows)
 {
     if (engine == Engine::SQLite)
         return {
@@ -23,10 +23,23 @@ QStringList newsSchema(Engine engine)
             u"CREATE TABLE Channels (ID integer PRIMARY KEY, Channel text NOT NULL, "
             "Provider integer NOT NULL REFERENCES Providers(ID), "
             "Category integer NOT NULL REFERENCES Categories(ID))"_s,
-            u"CREATE TABLE News (ID bigint PRIMARY KEY, pubDate timestamp NOT NULL, "
-            "Channel integer NOT NULL REFERENCES Channels(ID), Title text)"_s,
+            keysAfterRows
+                ? u"CREATE TABLE News (ID bigint NOT NULL, pubDate timestamp NOT NULL, "
+                  "Channel integer NOT NULL, Title text)"_s
+                : u"CREATE TABLE News (ID bigint PRIMARY KEY, pubDate timestamp NOT NULL, "
+                  "Channel integer NOT NULL REFERENCES Channels(ID), Title text)"_s,
         };
     return {};
+}
+
+QStringList newsKeys(Engine engine)
+{
+    if (engine != Engine::PostgreSQL)
+        return {};
+    return {
+        u"ALTER TABLE News ADD PRIMARY KEY (ID)"_s,
+        u"ALTER TABLE News ADD FOREIGN KEY (Channel) REFERENCES Channels(ID)"_s,
+    };
 }
 
 const QList<NewsTable> &newsTables()

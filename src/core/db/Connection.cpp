@@ -208,17 +208,22 @@ bool Connection::openPostgres(const ConnectionString &cs, Access access,
     return lookAtSource(cs);
 }
 
+pg_conn *Connection::postgresHandle() const
+{
+    if (m_engine != Engine::PostgreSQL || !IsOpen())
+        return nullptr;
+    const QVariant handle = m_db.driver()->handle();
+    // The driver names the type by libpq's struct tag, "pg_conn*".
+    if (qstrcmp(handle.typeName(), "pg_conn*") != 0 && qstrcmp(handle.typeName(), "PGconn*") != 0)
+        return nullptr;
+    return *static_cast<PGconn *const *>(handle.constData());
+}
+
 std::function<void()> Connection::interrupter() const
 {
     if (sqlite3 *handle = m_sqlite)
         return [handle] { sqlite3_interrupt(handle); };
-    if (m_engine != Engine::PostgreSQL || !IsOpen())
-        return {};
-    const QVariant handle = m_db.driver()->handle();
-    // The driver names the type by libpq's struct tag, "pg_conn*".
-    if (qstrcmp(handle.typeName(), "pg_conn*") != 0 && qstrcmp(handle.typeName(), "PGconn*") != 0)
-        return {};
-    PGconn *server = *static_cast<PGconn *const *>(handle.constData());
+    PGconn *server = postgresHandle();
     const std::shared_ptr<PGcancel> cancel(server ? PQgetCancel(server) : nullptr, PQfreeCancel);
     if (!cancel)
         return {};

@@ -14,6 +14,7 @@
 #include <vector>
 
 struct sqlite3;
+struct pg_conn;
 
 namespace qrt::db {
 
@@ -59,6 +60,9 @@ public:
     QSqlDatabase database() const;
     // The engine's own handle on SQLite, for stepping statements natively.
     sqlite3 *sqliteHandle() const { return m_sqlite; }
+    // libpq's connection on PostgreSQL, for what the driver does not offer
+    // (cancelling, COPY); null on other engines.
+    pg_conn *postgresHandle() const;
     // Stops the statement running on this connection, called from any
     // thread while the connection is open: SQLite's interrupt, or a cancel
     // request to the PostgreSQL server. Empty where the engine has none.
