@@ -6,6 +6,7 @@
 // bench/peers). Targets: our aggregation faster than both peers, and our
 // memory below twice the size of the raw rows (the bytes of all values).
 
+#include "BenchData.h"
 #include "base/Dates.h"
 #include "pivot/PivotAggregator.h"
 #include "pivot/PivotData.h"
@@ -45,15 +46,6 @@ struct Dataset
     QString csv;
     qint64 rawBytes = 0; // the bytes of every value of every row
 };
-
-QString folder()
-{
-    QString path = qEnvironmentVariable("QRT_BENCH_DATA");
-    if (path.isEmpty())
-        path = QDir::tempPath();
-    QDir().mkpath(path);
-    return path;
-}
 
 QString itemsName(qint64 items)
 {
@@ -111,8 +103,8 @@ Dataset dataset(qint64 items)
     if (made.count(items))
         return made[items];
     Dataset set;
-    set.database = folder() + u"/pivot-"_s + itemsName(items) + u".db"_s;
-    set.csv = folder() + u"/pivot-"_s + itemsName(items) + u".csv"_s;
+    set.database = qrt::bench::dataFolder() + u"/pivot-"_s + itemsName(items) + u".db"_s;
+    set.csv = qrt::bench::dataFolder() + u"/pivot-"_s + itemsName(items) + u".csv"_s;
     if (!QFileInfo::exists(set.database)) {
         std::fprintf(stderr, "creating %s\n", qPrintable(set.database));
         const QString program = qEnvironmentVariable("ZORVANE_STATS");

@@ -1,7 +1,6 @@
 #include "pivot/PivotLoader.h"
 
 #include "db/Connection.h"
-#include "db/Dialect.h"
 #include "db/Recordset.h"
 #include "db/StatementGuard.h"
 #include "db/StatementInterrupt.h"
@@ -178,7 +177,7 @@ bool readSqlite(db::Connection &connection, const QString &commandText, Builders
         *error = u"statement refused: "_s + why;
         return false;
     }
-    const QByteArray sql = db::Dialect::translate(commandText, db::Engine::SQLite).toUtf8();
+    const QByteArray sql = connection.statementText(commandText).toUtf8();
     sqlite3 *handle = connection.sqliteHandle();
     sqlite3_stmt *stmt = nullptr;
     const char *tail = nullptr;
