@@ -11,6 +11,10 @@
 
 namespace qrt::test {
 
+// A filter as the panel writes it with every box of the three lists ticked.
+inline const QString kAllTicked = QStringLiteral(
+    "Categories.ID  not in (0) AND Providers.ID  not in (0) AND Channels.ID  not in (0) ");
+
 // Providers 1 and 2 with two channels each, in two categories; provider 0
 // ("Zero Desk", channel 9) only where a test asks for an ID of 0.
 inline QStringList newsSchema(bool postgres, bool withProviderZero = false)

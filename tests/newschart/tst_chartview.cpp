@@ -1,11 +1,19 @@
 // The chart view draws what its control holds: per chart type and stacked
 // flag the right plottables with holes as gaps or missing bars, the legend
 // in series order, the title label, the time axis labelled by days, the two
-// looks of the chart area on screen, and exports to PNG, SVG and PDF.
+// looks of the chart area on screen, and exports to PNG, SVG and PDF. And
+// frmChart, the form around it: the hourglass shows while rows come in
+// (never without a filter), and a redraw keeps the type, stacking and
+// legend. The algorithm itself is NewsChartBuilder's.
 
+#include "NewsFixture.h"
 #include "base/Dates.h"
 #include "controls/chart/ChartView.h"
 #include "newschart/ChartControl.h"
+#include "newschart/StatisticsStatement.h"
+#include "newschart/frmChart.h"
+
+#include <qrt/statCharts.h>
 
 #include <QFile>
 #include <QImage>
@@ -77,6 +85,12 @@ private Q_SLOTS:
     void looksOnScreen();
     void exports_data();
     void exports();
+    void formHoldsTheChart();
+    void hourglassAndRedraw();
+
+private:
+    QTemporaryDir m_dir;
+    statCharts m_component; // fills gConnection
 };
 
 void tst_ChartView::chartTypes_data()
@@ -224,6 +238,70 @@ void tst_ChartView::exports()
     if (name.endsWith(u".svg"_s))
         QVERIFY(content.contains("viewBox=\"0 0 640 360\""));
     QCOMPARE(view.drawnSeriesCount(), 2); // the view is as before
+}
+
+void tst_ChartView::formHoldsTheChart()
+{
+    frmChart form;
+    auto *chart = form.findChild<ChartView *>(u"chrtNews"_s);
+    QVERIFY(chart);
+    form.resize(640, 400);
+    form.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&form));
+    // The chart fills the form, a pixel in from each side.
+    QCOMPARE(chart->geometry(), QRect(1, 1, 638, 398));
+}
+
+// The hourglass shows while rows come in; a redraw asks again and gets the
+// same chart, and the type, stacking and legend chosen meanwhile stay.
+// Without a filter nothing is asked and no hourglass shows.
+void tst_ChartView::hourglassAndRedraw()
+{
+    const QString path = m_dir.filePath(u"news.db"_s);
+    QVERIFY(qrt::test::makeSqliteNews(path, {u"2005-01-01 07:00:00|1"_s, u"2005-01-03 07:00:00|3"_s,
+                                             u"2005-01-03 09:00:00|4"_s}));
+    m_component.ConnectionString(path);
+    frmChart form;
+    form.FromDate = qrt::dates::fromYmd(2005, 1, 1);
+    form.TillDate = qrt::dates::fromYmd(2005, 1, 31);
+    form.chartSeria = 3;
+    form.sOrder = qrt::chart::StatisticsStatement::ColumnsFor(3)->order;
+    form.sFilter = qrt::test::kAllTicked;
+    // Each series label repaints the still empty chart while rows come in.
+    QList<int> pointers;
+    QList<Qt::CursorShape> shapes;
+    connect(&form.chart(), &ChartControl::repaintNeeded, &form, [&] {
+        pointers << form.MousePointer();
+        shapes << form.cursor().shape();
+    });
+    form.DrawChart();
+    QVERIFY(pointers.contains(11));
+    QVERIFY(shapes.contains(Qt::WaitCursor));
+    QCOMPARE(pointers.first(), 0); // the clearing comes before the hourglass
+    QCOMPARE(form.MousePointer(), 0);
+    QCOMPARE(form.cursor().shape(), Qt::ArrowCursor);
+    QCOMPARE(form.chart().NumSeries(), 2);
+    QCOMPARE(form.chart().NumPoints(1), 3);
+
+    form.chart().setChartType(ChartControl::StackingBar);
+    form.chart().setIsStacked(true);
+    form.chart().setLegendIsShowing(false);
+    form.DrawChart();
+    QCOMPARE(form.chart().SeriesLabels(), (QStringList{u"Alpha Wire"_s, u"Beta News"_s}));
+    QCOMPARE(form.chart().NumPoints(1), 3);
+    QCOMPARE(form.chart().LabelCount(), 1);
+    QCOMPARE(form.chart().ChartType(), int(ChartControl::StackingBar));
+    QVERIFY(form.chart().IsStacked());
+    QVERIFY(!form.chart().LegendIsShowing());
+
+    pointers.clear();
+    form.sFilter.clear();
+    form.statisticsMode = qrt::chart::StatisticsMode::Literal; // a query would show as a new path
+    form.DrawChart();
+    QCOMPARE(form.lastStatisticsPath(), qrt::chart::StatisticsPath::Memory);
+    QVERIFY(!pointers.contains(11));
+    QCOMPARE(form.chart().NumSeries(), 0);
+    QCOMPARE(form.cursor().shape(), Qt::ArrowCursor);
 }
 
 QTEST_MAIN(tst_ChartView)

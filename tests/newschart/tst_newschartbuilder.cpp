@@ -23,8 +23,7 @@ namespace dates = qrt::dates;
 
 namespace {
 
-const QString kAllTicked =
-    u"Categories.ID  not in (0) AND Providers.ID  not in (0) AND Channels.ID  not in (0) "_s;
+using qrt::test::kAllTicked;
 constexpr int kByChannel = 2;
 constexpr int kByProvider = 3;
 constexpr int kByCategory = 4;

@@ -134,7 +134,7 @@ void tst_CAppSettings::errorTable_data()
                s.SaveSetting(Section, u"LEGEND"_s, m_setting);
            })
         << 0x80044281u << store << u"Failed saving the application setting"_s;
-    // GetAllKeys of a missing section: tst_settingscommand reads its error whole.
+    // GetAllKeys of a missing section: tst_settingsprocesses reads its error whole.
     QTest::newRow("GetSetting of a text entry without terminator") << Action([](CAppSettings &) {
         SettingsStore(qrt::settings::StoreRoot::CurrentUser)
             .setEntry(SectionPath, u"EMPTY"_s, StoreEntry{1, {}});

@@ -93,32 +93,18 @@ QString category(int id)
     return id == 0 ? u"NULL"_s : QString::number(id);
 }
 
-// FreshRSS's tables, without and with a user prefix (PostgreSQL).
+// FreshRSS's tables as far as they are read, without and with a user
+// prefix (PostgreSQL).
 QStringList freshRssSchema(const QString &prefix, bool postgres)
 {
     const QString id = postgres ? u"SERIAL PRIMARY KEY"_s : u"INTEGER PRIMARY KEY AUTOINCREMENT"_s;
     const QString t = u"\"%1"_s.arg(prefix);
     return {
-        u"CREATE TABLE %1category\" (id %2, name VARCHAR(191) NOT NULL UNIQUE, kind SMALLINT "
-        "DEFAULT 0, \"lastUpdate\" BIGINT DEFAULT 0, error SMALLINT DEFAULT 0, attributes TEXT)"_s
-            .arg(t, id),
-        u"CREATE TABLE %1feed\" (id %2, url VARCHAR(32768) NOT NULL, kind SMALLINT DEFAULT 0, "
-        "category INTEGER DEFAULT 0, name VARCHAR(191) NOT NULL, website VARCHAR(32768), "
-        "description TEXT, \"lastUpdate\" BIGINT DEFAULT 0, priority SMALLINT NOT NULL DEFAULT 10, "
-        "\"pathEntries\" VARCHAR(4096), \"httpAuth\" VARCHAR(1024), error SMALLINT DEFAULT 0, ttl "
-        "INT NOT NULL DEFAULT 0, attributes TEXT, \"cache_nbEntries\" INT DEFAULT 0, "
-        "\"cache_nbUnreads\" INT DEFAULT 0)"_s.arg(t, id),
-        u"CREATE TABLE %1entry\" (id BIGINT NOT NULL PRIMARY KEY, guid VARCHAR(767) NOT NULL, "
-        "title VARCHAR(8192) NOT NULL, author VARCHAR(1024), content TEXT, link VARCHAR(16383) NOT "
-        "NULL, date BIGINT, \"lastSeen\" BIGINT DEFAULT 0, hash %2, is_read SMALLINT NOT NULL "
-        "DEFAULT 0, is_favorite SMALLINT NOT NULL DEFAULT 0, id_feed INTEGER, tags VARCHAR(2048), "
-        "attributes TEXT, UNIQUE (id_feed, guid))"_s.arg(t,
-                                                         postgres ? u"BYTEA"_s : u"BINARY(16)"_s),
-        u"CREATE INDEX \"%1entry_feed_read_index\" ON %2entry\" (id_feed, is_read)"_s.arg(prefix,
-                                                                                          t),
-        u"CREATE TABLE %1entrytmp\" (id BIGINT NOT NULL PRIMARY KEY, guid VARCHAR(767) NOT NULL, "
-        "title VARCHAR(8192) NOT NULL, link VARCHAR(16383) NOT NULL, date BIGINT, id_feed "
-        "INTEGER)"_s.arg(t),
+        u"CREATE TABLE %1category\" (id %2, name VARCHAR(191) NOT NULL UNIQUE)"_s.arg(t, id),
+        u"CREATE TABLE %1feed\" (id %2, url VARCHAR(32768) NOT NULL, category INTEGER DEFAULT 0, "
+        "name VARCHAR(191) NOT NULL, website VARCHAR(32768))"_s.arg(t, id),
+        u"CREATE TABLE %1entry\" (id BIGINT NOT NULL PRIMARY KEY, title VARCHAR(8192) NOT NULL, "
+        "date BIGINT, id_feed INTEGER)"_s.arg(t),
     };
 }
 
@@ -137,8 +123,8 @@ QStringList freshRssRows(const World &world, const QString &prefix, int user)
                                    category(feed.category), text(feed.title), text(feed.site));
     for (const Item &item : world.items)
         if (!item.deleted && world.feeds[item.feed - 1].user == user)
-            sql << u"INSERT INTO %1entry\" (id, guid, title, link, date, id_feed) VALUES (%2, "
-                   "'g%2', 'item %2', 'https://x/%2', %3, %4)"_s.arg(t)
+            sql << u"INSERT INTO %1entry\" (id, title, date, id_feed) VALUES (%2, 'item %2', "
+                   "%3, %4)"_s.arg(t)
                        .arg(1700000000000000 + item.id)
                        .arg(item.seconds ? QString::number(item.seconds) : u"NULL"_s)
                        .arg(item.feed);
@@ -148,28 +134,16 @@ QStringList freshRssRows(const World &world, const QString &prefix, int user)
 QStringList minifluxSchema()
 {
     return {
-        u"CREATE TABLE schema_version (version text not null)"_s,
-        u"INSERT INTO schema_version VALUES ('132')"_s,
-        u"CREATE TABLE users (id SERIAL, username text not null unique, password text, is_admin "
-        "bool default 'f', language text default 'en_US', timezone text default 'UTC', primary key "
-        "(id))"_s,
-        u"CREATE TABLE categories (id SERIAL, user_id int not null references users(id), title "
-        "text not null, hide_globally boolean not null default false, primary key (id), unique "
-        "(user_id, title))"_s,
-        u"CREATE TABLE feeds (id BIGSERIAL, user_id int not null references users(id), "
+        u"CREATE TABLE users (id SERIAL PRIMARY KEY, username text not null unique)"_s,
+        u"CREATE TABLE categories (id SERIAL PRIMARY KEY, user_id int not null references "
+        "users(id), title text not null)"_s,
+        u"CREATE TABLE feeds (id BIGSERIAL PRIMARY KEY, user_id int not null references users(id), "
         "category_id int not null references categories(id), title text not null, feed_url text "
-        "not null, site_url text not null, checked_at timestamp with time zone default now(), "
-        "disabled boolean default 'f', hide_globally boolean not null default false, primary key "
-        "(id), unique (user_id, feed_url))"_s,
+        "not null, site_url text not null)"_s,
         u"CREATE TYPE entry_status as enum('unread', 'read', 'removed')"_s,
-        u"CREATE TABLE entries (id BIGSERIAL, user_id int not null references users(id), feed_id "
-        "bigint not null references feeds(id), hash text not null, published_at timestamp with "
-        "time zone not null, title text not null, url text not null, author text, content text, "
-        "status entry_status default 'unread', starred bool default 'f', created_at timestamp "
-        "with time zone not null default now(), changed_at timestamp with time zone not null "
-        "default now(), primary key (id), unique (feed_id, hash))"_s,
-        u"CREATE INDEX entries_user_status_published_idx ON entries (user_id, status, "
-        "published_at)"_s,
+        u"CREATE TABLE entries (id BIGSERIAL PRIMARY KEY, user_id int not null references "
+        "users(id), feed_id bigint not null references feeds(id), published_at timestamp with "
+        "time zone not null, title text not null, status entry_status default 'unread')"_s,
     };
 }
 
@@ -186,9 +160,8 @@ QStringList minifluxRows(const World &world)
                    QString::number(feed.id), QString::number(feed.user), category(feed.category),
                    text(feed.title), text(feed.url), text(feed.site.isNull() ? u""_s : feed.site));
     for (const Item &item : world.items)
-        sql << u"INSERT INTO entries (id, user_id, feed_id, hash, published_at, title, url, "
-               u"status) "
-               "VALUES (%1, %2, %3, 'h%1', to_timestamp(%4), 'item', 'u', '%5')"_s.arg(item.id)
+        sql << u"INSERT INTO entries (id, user_id, feed_id, published_at, title, status) VALUES "
+               "(%1, %2, %3, to_timestamp(%4), 'item', '%5')"_s.arg(item.id)
                    .arg(world.feeds[item.feed - 1].user)
                    .arg(item.feed)
                    .arg(item.seconds)
@@ -199,31 +172,20 @@ QStringList minifluxRows(const World &world)
 QStringList ttrssSchema()
 {
     return {
-        u"CREATE TABLE ttrss_version (schema_version integer not null)"_s,
-        u"INSERT INTO ttrss_version VALUES (151)"_s,
         u"CREATE TABLE ttrss_users (id serial not null primary key, login varchar(120) not null "
-        "unique, pwd_hash varchar(250) not null default '', last_login timestamp default null, "
-        "access_level integer not null default 0)"_s,
+        "unique)"_s,
         u"CREATE TABLE ttrss_feed_categories (id serial not null primary key, owner_uid integer "
-        "not null references ttrss_users(id), collapsed boolean not null default false, order_id "
-        "integer not null default 0, view_settings varchar(250) not null default '', parent_cat "
-        "integer references ttrss_feed_categories(id), title varchar(200) not null)"_s,
+        "not null references ttrss_users(id), title varchar(200) not null)"_s,
         u"CREATE TABLE ttrss_feeds (id serial not null primary key, owner_uid integer not null "
         "references ttrss_users(id), title varchar(200) not null, cat_id integer default null "
         "references ttrss_feed_categories(id), feed_url text not null, site_url varchar(250) not "
-        "null default '', unique (feed_url, owner_uid))"_s,
-        u"CREATE TABLE ttrss_entries (id serial not null primary key, title text not null, guid "
-        "text not null unique, link text not null, updated timestamp not null, content text not "
-        "null default '', content_hash varchar(250) not null default '', no_orig_date boolean not "
-        "null default false, date_entered timestamp not null, date_updated timestamp not null, "
-        "author varchar(250) not null default '')"_s,
-        u"CREATE INDEX ttrss_entries_updated_idx ON ttrss_entries (updated)"_s,
+        "null default '')"_s,
+        u"CREATE TABLE ttrss_entries (id serial not null primary key, title text not null, "
+        "updated timestamp not null)"_s,
         u"CREATE TABLE ttrss_user_entries (int_id serial not null primary key, ref_id integer not "
-        "null references ttrss_entries(id) ON DELETE CASCADE, uuid varchar(200) not null default "
-        "'', feed_id int references ttrss_feeds(id) ON DELETE CASCADE, orig_feed_id integer, "
-        "owner_uid integer not null references ttrss_users(id), marked boolean not null default "
-        "false, published boolean not null default false, tag_cache text not null default '', "
-        "label_cache text not null default '', unread boolean not null default true)"_s,
+        "null references ttrss_entries(id) ON DELETE CASCADE, feed_id int references "
+        "ttrss_feeds(id) ON DELETE CASCADE, owner_uid integer not null references "
+        "ttrss_users(id))"_s,
     };
 }
 
@@ -243,9 +205,8 @@ QStringList ttrssRows(const World &world)
                                                 category(feed.category), text(feed.url),
                                                 text(feed.site.isNull() ? u""_s : feed.site));
     for (const Item &item : world.items)
-        sql << u"INSERT INTO ttrss_entries (id, title, guid, link, updated, date_entered, "
-               "date_updated) VALUES (%1, 'item', 'g%1', 'l', to_timestamp(%2) AT TIME ZONE 'UTC', "
-               "now(), now())"_s.arg(item.id)
+        sql << u"INSERT INTO ttrss_entries (id, title, updated) VALUES (%1, 'item', "
+               "to_timestamp(%2) AT TIME ZONE 'UTC')"_s.arg(item.id)
                    .arg(item.seconds)
             << u"INSERT INTO ttrss_user_entries (ref_id, feed_id, owner_uid) VALUES (%1, %2, %3)"_s
                    .arg(item.id)
@@ -257,25 +218,13 @@ QStringList ttrssRows(const World &world)
 QStringList lifereaSchema()
 {
     return {
-        u"CREATE TABLE info (name TEXT, value TEXT, PRIMARY KEY (name))"_s,
-        u"INSERT INTO info VALUES ('schemaVersion', '11')"_s,
-        u"CREATE TABLE items (item_id INTEGER PRIMARY KEY AUTOINCREMENT, parent_item_id INTEGER, "
-        "node_id TEXT, parent_node_id TEXT, title TEXT, read INTEGER, updated INTEGER, popup "
-        "INTEGER, marked INTEGER, source TEXT, source_id TEXT, valid_guid INTEGER, description "
-        "TEXT, date INTEGER, comment_feed_id TEXT, comment INTEGER)"_s,
-        u"CREATE INDEX items_idx3 ON items (node_id)"_s,
-        u"CREATE TABLE metadata (item_id INTEGER, nr INTEGER, key TEXT, value TEXT, PRIMARY KEY "
-        "(item_id, nr))"_s,
-        u"CREATE TABLE subscription (node_id STRING, source STRING, orig_source STRING, "
-        "filter_cmd STRING, update_interval INTEGER, default_interval INTEGER, discontinued "
-        "INTEGER, available INTEGER, PRIMARY KEY (node_id))"_s,
+        u"CREATE TABLE items (item_id INTEGER PRIMARY KEY AUTOINCREMENT, node_id TEXT, title TEXT, "
+        "date INTEGER, comment INTEGER)"_s,
+        u"CREATE TABLE subscription (node_id STRING, source STRING, PRIMARY KEY (node_id))"_s,
         u"CREATE TABLE subscription_metadata (node_id STRING, nr INTEGER, key TEXT, value TEXT, "
         "PRIMARY KEY (node_id, nr))"_s,
-        u"CREATE TABLE node (node_id STRING, parent_id STRING, title STRING, type INTEGER, "
-        "expanded INTEGER, view_mode INTEGER, sort_column INTEGER, sort_reversed INTEGER, PRIMARY "
+        u"CREATE TABLE node (node_id STRING, parent_id STRING, title STRING, type INTEGER, PRIMARY "
         "KEY (node_id))"_s,
-        u"CREATE TABLE search_folder_items (node_id STRING, parent_node_id STRING, item_id "
-        "INTEGER, PRIMARY KEY (node_id, item_id))"_s,
     };
 }
 
