@@ -1,7 +1,7 @@
 // The interpreter of the pivot page's script: the language the page uses,
 // the page's fixed member functions on a real view, a layout script against
 // the same layout made in C++, and hostile texts stopped by the limits. A
-// stale name stopping at its page line is tst_pagehost's.
+// stale name stopping at its page line is tst_pivotwindow's.
 
 #include "PivotPageText.h"
 #include "PivotTestData.h"
