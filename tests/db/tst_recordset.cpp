@@ -1,14 +1,26 @@
-// The database layer on both engines: the application's statements run as
-// written, rows come back in order with their values, every write is
-// refused with the data unchanged, and anything broken ends in no rows.
-// First, the connection strings they are opened by.
+// The database layer on both engines: the connection strings it opens,
+// the application's statements run as written, rows come back in order
+// with their values, every write is refused with the data unchanged, and
+// anything broken ends in no rows. The component only reads: hostile texts
+// in the stored ORDER clause, in a chart filter and as a pivot statement
+// leave the database as it was, while a plain ORDER BY still orders the rows.
+// Last, the demo data: exactly as many items as asked, the same database for
+// the same options, a catalogue shaped like a real one, and nothing left
+// behind by a cancelled run.
 
 #include "TestDatabases.h"
 #include "base/Dates.h"
 #include "db/Connection.h"
 #include "db/ConnectionString.h"
 #include "db/Recordset.h"
+#include "db/StatementGuard.h"
+#include "demodata/DemoDatabase.h"
+#include "newschart/ChartControl.h"
+#include "newschart/NewsChartBuilder.h"
+#include "newschart/StatisticsStatement.h"
+#include "pivot/PivotLoader.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -17,10 +29,11 @@
 using namespace Qt::StringLiterals;
 using qrt::db::Connection;
 using qrt::db::ConnectionString;
+using qrt::db::DemoDatabase;
 using qrt::db::Engine;
+using qrt::db::Recordset;
 
 Q_DECLARE_METATYPE(qrt::db::Engine)
-using qrt::db::Recordset;
 
 namespace {
 
@@ -107,7 +120,79 @@ QString describe(const ConnectionString &cs)
            (reader == u" reader  user  urls  zone "_s ? QString() : reader);
 }
 
+// What must not change: the tables and their rows (and for SQLite the
+// file's every byte).
+QString fingerprint(const QString &connection, bool postgres)
+{
+    if (!postgres) {
+        QFile file(connection);
+        return file.open(QIODevice::ReadOnly)
+                   ? QString::fromLatin1(
+                         QCryptographicHash::hash(file.readAll(), QCryptographicHash::Sha256)
+                             .toHex())
+                   : QString();
+    }
+    return qrt::test::firstColumn(
+               connection, u"SELECT string_agg(table_name, ',' ORDER BY table_name) || (SELECT "
+                           "' ' || count(*) FROM News) || (SELECT ' ' || count(*) FROM "
+                           "Channels) || (SELECT ' ' || count(*) FROM Providers) || (SELECT ' ' "
+                           "|| count(*) FROM Categories) FROM information_schema.tables WHERE "
+                           "table_schema = 'public'"_s)
+        .value(0);
+}
+
+// The series the news chart of the fixture's days draws with a stored ORDER
+// and filter, or "refused".
+QStringList drawn(const QString &connection, const QString &order, const QString &filter)
+{
+    ChartControl chart;
+    qrt::chart::NewsChartBuilder builder(chart);
+    const qrt::chart::NewsChartQuery query{38400, 38500, filter,
+                                           order, 3,     qrt::chart::StatisticsMode::Literal};
+    Connection reader;
+    builder.ClearChart(query);
+    return builder.Build(reader, connection, query) ? chart.SeriesLabels()
+                                                    : QStringList{u"refused"_s};
+}
+
+enum class Route { Order, Filter, Command };
+
+QList<qint64> column(const QString &connection, const QString &statement)
+{
+    QList<qint64> values;
+    for (const QString &text : qrt::test::firstColumn(connection, statement))
+        values << text.toLongLong();
+    return values;
+}
+
+// A digest of every row of every table, in key order.
+QByteArray digest(const QString &connection)
+{
+    Connection c;
+    if (!c.Open(connection))
+        return {};
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    for (const QString &sql :
+         {u"SELECT ID, Name FROM Categories ORDER BY ID"_s,
+          u"SELECT ID, Provider FROM Providers ORDER BY ID"_s,
+          u"SELECT ID, Channel, Provider, Category FROM Channels ORDER BY ID"_s,
+          u"SELECT ID, pubDate, Channel, Title FROM News ORDER BY ID"_s}) {
+        Recordset rs;
+        for (rs.Open(sql, c); !rs.IsEOF(); rs.MoveNext())
+            for (int i = 0; i < rs.FieldCount(); ++i)
+                hash.addData(QByteArray(rs.Text(i).toUtf8() + '|'));
+    }
+    return hash.result();
+}
+
+DemoDatabase::Options options(qint64 items, quint64 seed = 1)
+{
+    return {.items = items, .seed = seed, .until = QDate(2026, 6, 30), .days = 3 * 365};
+}
+
 } // namespace
+
+Q_DECLARE_METATYPE(Route)
 
 class tst_Recordset : public QObject
 {
@@ -126,9 +211,18 @@ private Q_SLOTS:
     void badConnections_data();
     void badConnections();
     void closingConnectionEndsReaders();
+    void hostileTexts_data();
+    void hostileTexts();
+    void plainOrderStillOrders();
+    void deterministic();
+    void realisticShape();
+    void cancel();
+    void postgres();
 
 private:
     QTestData &engineRow(const QString &connection, const QString &name) const;
+    // A file a hostile text would make.
+    QString evil() const { return m_dir.filePath(u"evil"_s); }
     QString m_sqlite;
     QString m_postgres;
     QString m_postgresWhy;
@@ -137,6 +231,10 @@ private:
 
 void tst_Recordset::initTestCase()
 {
+    // The database server runs as another user: it must be able to make
+    // the file a hostile text names, for the test to see that it did not.
+    QFile::setPermissions(m_dir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
+                                            QFile::WriteOther | QFile::ExeOther | QFile::ReadOther);
     m_sqlite = m_dir.filePath(u"news.db"_s);
     QVERIFY(qrt::test::execAll(m_sqlite, fixture(false)));
     m_postgres = qrt::test::createPostgresDatabase(u"tst_recordset"_s, &m_postgresWhy);
@@ -193,7 +291,7 @@ void tst_Recordset::refusedStatements_data()
 {
     QTest::addColumn<QString>("connection");
     QTest::addColumn<QString>("statement");
-    // Hostile texts of every kind are tst_readonly's; here one write and two
+    // Hostile texts of every kind are hostileTexts()'s; here one write and two
     // broken statements show the connection serves the next reader.
     const QStringList refused = {
         u"INSERT INTO News VALUES (99, '2005-03-10 08:00:00', 1, 'z')"_s,
@@ -343,6 +441,169 @@ void tst_Recordset::refused()
         QVERIFY(!cs.error.isEmpty());
     else
         QCOMPARE(cs.odbc, text.trimmed());
+}
+
+void tst_Recordset::hostileTexts_data()
+{
+    QTest::addColumn<Route>("route");
+    QTest::addColumn<QString>("text");
+    const std::pair<Route, QString> texts[] = {
+        {Route::Order, u"ORDER BY 1; COMMIT; BEGIN READ WRITE; CREATE TABLE t(a int); COMMIT"_s},
+        {Route::Order, u"ORDER BY 1; DELETE FROM News"_s},
+        {Route::Order, u"ORDER BY 1; SET default_transaction_read_only = off"_s},
+        {Route::Order, u"ORDER BY 1; SET SESSION CHARACTERISTICS AS TRANSACTION READ WRITE"_s},
+        {Route::Order, u"ORDER BY 1; SET ROLE postgres"_s},
+        {Route::Order, u"ORDER BY 1 /* ; */; RESET ALL"_s},
+        {Route::Order, u"ORDER BY 1; DO $$BEGIN DELETE FROM News; END$$"_s},
+        {Route::Order, u"ORDER BY 1; COPY News TO PROGRAM 'touch %1'"_s.arg(evil())},
+        {Route::Order,
+         u"ORDER BY (SELECT set_config('default_transaction_read_only','off',false))"_s},
+        {Route::Order, u"ORDER BY (SELECT pg_terminate_backend(pg_backend_pid()))"_s},
+        {Route::Order, u"ORDER BY U&\"pg_terminate\\005fbackend\"(1)"_s},
+        {Route::Order, u"ORDER BY 1; ATTACH DATABASE '%1' AS evil"_s.arg(evil())},
+        {Route::Order, u"ORDER BY load_extension('%1')"_s.arg(evil())},
+        {Route::Filter, u"1=1) OR (1=1); DELETE FROM News; --"_s},
+        {Route::Filter, u"Providers.ID IN (SELECT lo_import('/etc/hostname'))"_s},
+        {Route::Filter,
+         u"Providers.ID IN (SELECT 1 FROM dblink('dbname=x', 'DELETE FROM News') AS t(a int))"_s},
+        {Route::Command, u"DELETE FROM News"_s},
+        {Route::Command, u"SELECT 1; DELETE FROM News"_s},
+        {Route::Command, u"WITH gone AS (DELETE FROM News RETURNING *) SELECT * FROM gone"_s},
+        {Route::Command, u"SELECT * INTO Evil FROM News"_s},
+        {Route::Command, u"SELECT 'a;' AS x; DROP TABLE News"_s},
+        {Route::Command, u"PRAGMA query_only = 0"_s},
+    };
+    for (const auto &[route, text] : texts)
+        QTest::newRow(qPrintable(text.left(60))) << route << text;
+}
+
+void tst_Recordset::hostileTexts()
+{
+    QFETCH(Route, route);
+    QFETCH(QString, text);
+    for (const QString &connection : {m_sqlite, m_postgres}) {
+        const bool postgres = connection == m_postgres;
+        if (postgres && connection.isEmpty())
+            QRT_SKIP_WITHOUT_POSTGRES(m_postgresWhy);
+        const QString before = fingerprint(connection, postgres);
+        QVERIFY(!before.isEmpty());
+        if (route == Route::Command) {
+            QString error;
+            QVERIFY(!qrt::pivot::PivotLoader::load(connection, text, {}, &error));
+            QVERIFY(!error.isEmpty());
+        } else {
+            const bool order = route == Route::Order;
+            drawn(connection, order ? text : qrt::chart::StatisticsStatement::ColumnsFor(3)->order,
+                  order ? kAllTicked : text);
+        }
+        QCOMPARE(fingerprint(connection, postgres), before);
+    }
+    QVERIFY(!QFile::exists(evil()));
+}
+
+// Fidelity beside safety: the stored ORDER reaches the statement unchanged
+// when it is a plain ORDER BY, also one with comments and a closing ';'.
+void tst_Recordset::plainOrderStillOrders()
+{
+    const QString order = qrt::chart::StatisticsStatement::ColumnsFor(3)->order;
+    QCOMPARE(qrt::db::StatementGuard::refusal(
+                 QString(u"SELECT 1 "_s + order + u" -- by provider\n; "_s)),
+             QString());
+    QCOMPARE(qrt::db::StatementGuard::refusal(u"SELECT ';' AS \"a;b\" /* ; */"_s), QString());
+    for (const QString &connection : {m_sqlite, m_postgres}) {
+        if (connection.isEmpty())
+            QRT_SKIP_WITHOUT_POSTGRES(m_postgresWhy);
+        QCOMPARE(drawn(connection, order + u"; "_s, kAllTicked),
+                 QStringList({u"Alpha Wire"_s, u"Beta News"_s}));
+    }
+}
+
+void tst_Recordset::deterministic()
+{
+    const QString a = m_dir.filePath(u"a.db"_s), b = m_dir.filePath(u"b.db"_s),
+                  c = m_dir.filePath(u"c.db"_s);
+    QString error;
+    QVERIFY2(DemoDatabase::create(a, options(5000, 7), &error), qPrintable(error));
+    QVERIFY2(DemoDatabase::create(b, options(5000, 7), &error), qPrintable(error));
+    QVERIFY2(DemoDatabase::create(c, options(5000, 8), &error), qPrintable(error));
+    QCOMPARE(digest(a), digest(b));
+    QVERIFY(digest(a) != digest(c));
+    QVERIFY(!QFile::exists(a + u".part"_s));
+}
+
+void tst_Recordset::realisticShape()
+{
+    const QString path = m_dir.filePath(u"shape.db"_s);
+    QString error;
+    QVERIFY2(DemoDatabase::create(path, options(60000), &error), qPrintable(error));
+    QCOMPARE(column(path, u"SELECT COUNT(*) FROM News"_s), QList<qint64>{60000});
+
+    // A few channels never publish, and activity is very unequal.
+    const QList<qint64> perChannel = column(
+        path, u"SELECT COUNT(News.ID) FROM Channels LEFT JOIN News ON News.Channel = Channels.ID "
+              "GROUP BY Channels.ID ORDER BY 1 DESC"_s);
+    QVERIFY2(perChannel.size() >= 100 && perChannel.size() <= 200,
+             qPrintable(QString::number(perChannel.size())));
+    QVERIFY(perChannel.last() == 0);
+    QVERIFY(perChannel.count(0) <= 10);
+    const qint64 median = perChannel.at(perChannel.size() / 2);
+    QVERIFY2(perChannel.first() > 10 * median,
+             qPrintable(u"%1 vs %2"_s.arg(perChannel.first()).arg(median)));
+
+    // Weekends are quieter than weekdays, nights quieter than mornings, and
+    // every item lies in the span that ends on `until`.
+    Connection conn;
+    QVERIFY(conn.Open(path));
+    Recordset shape;
+    QVERIFY(shape.Open(u"SELECT SUM(strftime('%w', pubDate) IN ('0','6')), "
+                       "SUM(substr(pubDate, 12, 2) < '05'), "
+                       "SUM(substr(pubDate, 12, 2) BETWEEN '08' AND '12'), "
+                       "MIN(pubDate), MAX(pubDate), COUNT(DISTINCT Title) FROM News"_s,
+                       conn));
+    const qint64 weekend = shape.Int(0);
+    QVERIFY(weekend * 5 < (60000 - weekend) * 2 * 0.8);
+    QVERIFY(shape.Int(1) * 3 < shape.Int(2));
+    QVERIFY(shape.Text(3) >= u"2023-07-01"_s);
+    QVERIFY(shape.Text(4) < u"2026-07-01"_s);
+    QVERIFY(shape.Int(5) > 1000); // real-looking, varied titles
+}
+
+void tst_Recordset::cancel()
+{
+    const QString path = m_dir.filePath(u"cancelled.db"_s);
+    QString error;
+    qint64 calls = 0;
+    QVERIFY(!DemoDatabase::create(path, options(300000), &error, [&](qint64 done, qint64 total) {
+        ++calls;
+        return done < total / 2;
+    }));
+    QVERIFY(calls > 0);
+    QVERIFY(!QFile::exists(path));
+    QVERIFY(!QFile::exists(path + u".part"_s));
+}
+
+void tst_Recordset::postgres()
+{
+    QString url;
+    QRT_REQUIRE_POSTGRES(url, u"tst_demodatabase"_s);
+    QString error;
+    QVERIFY2(DemoDatabase::create(url, options(5000, 7), &error), qPrintable(error));
+    QCOMPARE(column(url, u"SELECT COUNT(*) FROM News"_s), QList<qint64>{5000});
+    // A second run over existing tables is refused and leaves them whole.
+    QVERIFY(!DemoDatabase::create(url, options(10, 7), &error));
+    QCOMPARE(column(url, u"SELECT COUNT(*) FROM News"_s), QList<qint64>{5000});
+    // The same content as the SQLite file of the same options.
+    const QString file = m_dir.filePath(u"same.db"_s);
+    QVERIFY(DemoDatabase::create(file, options(5000, 7), &error));
+    QCOMPARE(column(url, u"SELECT Channel FROM News ORDER BY ID"_s),
+             column(file, u"SELECT Channel FROM News ORDER BY ID"_s));
+    QCOMPARE(qrt::test::firstColumn(url, u"SELECT Title FROM News ORDER BY ID"_s),
+             qrt::test::firstColumn(file, u"SELECT Title FROM News ORDER BY ID"_s));
+    // The keys come after the rows, and are there.
+    QCOMPARE(column(url, u"SELECT COUNT(*) FROM information_schema.table_constraints WHERE "
+                         "table_name = 'news' AND constraint_type IN ('PRIMARY KEY', "
+                         "'FOREIGN KEY')"_s),
+             QList<qint64>{2});
 }
 
 QTEST_GUILESS_MAIN(tst_Recordset)

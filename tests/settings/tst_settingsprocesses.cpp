@@ -177,7 +177,7 @@ void tst_SettingsProcesses::damagedFileIsSetAsideByTheNextProgram()
     const ProgramRun get = runSettings({u"get"_s, u"STATCHART"_s, u"LEGEND"_s});
     QCOMPARE(get.exitCode, 1);
     QVERIFY2(get.err.contains(u"no setting LEGEND in section STATCHART"_s), qPrintable(get.err));
-    // The backup's name and contents are the store's, tested in tst_settingsstore.
+    // The backup's name and contents are the store's, tested in tst_cappsettings.
     QCOMPARE(filesBeside(file).filter(u".damaged-"_s).size(), 1);
 
     const ProgramRun set = runSettings({u"set"_s, u"STATCHART"_s, u"LEGEND"_s, u"0"_s});
