@@ -3,8 +3,16 @@
 // gives on the same database, with nothing missing and nothing extra. Runs
 // on random data and on the demo generator's data. The grid model's lines
 // and cells are held against SQL too.
+// Before the numbers, the objects the views and the layout restore work
+// through: field sets and fields by name and index, the member trees and
+// their captions, axes, totals, and the typed errors a stale name must raise.
+// Last, layouts written as text, as the command line takes them, and the
+// grid the command prints for them.
 
 #include "PivotTestData.h"
+#include "ProgramRun.h"
+#include "TestDatabases.h"
+#include "base/Dates.h"
 #include "db/Recordset.h"
 #include "demodata/DemoDatabase.h"
 #include "pivot/PivotAggregator.h"
@@ -15,6 +23,7 @@
 #include "pivot/PivotLoader.h"
 #include "pivot/PivotResult.h"
 #include "pivot/PivotView.h"
+#include "settings/CAppSettings.h"
 
 #include <QSet>
 #include <QSqlDatabase>
@@ -25,6 +34,10 @@
 
 using namespace Qt::StringLiterals;
 using namespace qrt::pivot;
+
+using Action = std::function<void(PivotView &)>;
+Q_DECLARE_METATYPE(Action)
+Q_DECLARE_METATYPE(PivotError::Code)
 
 namespace {
 
@@ -217,6 +230,48 @@ struct Group
     qint64 titles = 0;
 };
 
+QStringList captions(const PivotMembers &members)
+{
+    QStringList list;
+    for (qsizetype i = 0; i < members.Count(); ++i)
+        list << members.Item(i).Caption();
+    return list;
+}
+
+// The member a path of captions leads to from the top, e.g. "2005/Qtr1/Jan".
+PivotMember memberAt(const PivotFieldSet &set, const QString &path)
+{
+    PivotMember member = set.Member();
+    for (const QString &step : path.split(u'/', Qt::SkipEmptyParts))
+        member = member.ChildMembers().Item(step);
+    return member;
+}
+
+QString describe(const PivotAxis &axis)
+{
+    QStringList sets;
+    for (const PivotFieldSet *set : axis.FieldSets()) {
+        QStringList fields, choices;
+        for (const PivotField *field : set->Fields()) {
+            if (field->IsIncluded())
+                fields << field->Name();
+            const auto members =
+                set->AllIncludeExclude() == 2 ? field->IncludedMembers() : field->ExcludedMembers();
+            for (const PivotMember &member : members)
+                choices << field->Name() + u':' + member.Caption();
+        }
+        sets << set->Name() + u'[' + fields.join(u',') + u']' +
+                    QString::number(set->AllIncludeExclude()) + u'(' + choices.join(u',') + u')';
+    }
+    return sets.join(u';');
+}
+
+// zorvane-stats pivot as a script runs it.
+qrt::test::ProgramRun runPivot(const QStringList &arguments)
+{
+    return qrt::test::runStats(QStringList{u"pivot"_s} + arguments);
+}
+
 } // namespace
 
 class tst_PivotAggregation : public QObject
@@ -225,6 +280,18 @@ class tst_PivotAggregation : public QObject
 
 private Q_SLOTS:
     void initTestCase();
+    void init();
+    void fieldsByNameAndIndex_data();
+    void fieldsByNameAndIndex();
+    void dateMembers_data();
+    void dateMembers();
+    void textMembersSortAndMatchExactly();
+    void timestampMembers();
+    void unknownNamesRaise_data();
+    void unknownNamesRaise();
+    void axesHoldAFieldSetOnce();
+    void totals();
+    void aViewWithoutData();
     void matchesGroupBy_data();
     void matchesGroupBy();
     void collapsedMembersKeepTheirTotals();
@@ -232,12 +299,22 @@ private Q_SLOTS:
     void gridModelEqualsSql();
     void gridNumberFormats_data();
     void gridNumberFormats();
+    void fieldSets_data();
+    void fieldSets();
+    void badLayoutsRaise_data();
+    void badLayoutsRaise();
+    void commandPrintsTheGrid_data();
+    void commandPrintsTheGrid();
+    void storedLayoutAsTheWindowRestoresIt();
 
 private:
     QTemporaryDir m_dir;
     QString m_random;
     QString m_demo;
+    QString m_smallPath;
     std::shared_ptr<const PivotData> m_data; // of m_random
+    std::shared_ptr<PivotData> m_small;      // of makeSmallNewsDb
+    std::unique_ptr<PivotView> m_view;       // on m_small, new for each test
 };
 
 void tst_PivotAggregation::initTestCase()
@@ -255,6 +332,15 @@ void tst_PivotAggregation::initTestCase()
     options.days = 500;
     QString error;
     QVERIFY2(qrt::db::DemoDatabase::create(m_demo, options, &error), qPrintable(error));
+    m_smallPath = m_dir.filePath(u"members.db"_s);
+    QVERIFY(qrt::test::makeSmallNewsDb(m_smallPath));
+    m_small = qrt::test::loadNews(m_smallPath);
+    QVERIFY(m_small);
+}
+
+void tst_PivotAggregation::init()
+{
+    m_view = std::make_unique<PivotView>(m_small);
 }
 
 void tst_PivotAggregation::matchesGroupBy_data()
@@ -548,6 +634,359 @@ void tst_PivotAggregation::gridNumberFormats()
     QFETCH(QString, text);
     QLocale::setDefault(QLocale::c());
     QCOMPARE(PivotGridModel::formatNumber(value, format), text);
+}
+
+void tst_PivotAggregation::fieldsByNameAndIndex_data()
+{
+    QTest::addColumn<QString>("fieldSet");
+    QTest::addColumn<QString>("fields"); // separated by ','
+    QTest::addColumn<QString>("baseName");
+    QTest::newRow("by week") << u"NewsDate By Week"_s << u"Years,Weeks,Days,Hours,Minutes,Seconds"_s
+                             << u"NewsDate"_s;
+    QTest::newRow("by month") << u"NewsDate By Month"_s
+                              << u"Years,Quarters,Months,Days,Hours,Minutes,Seconds"_s
+                              << u"NewsDate"_s;
+}
+
+void tst_PivotAggregation::fieldsByNameAndIndex()
+{
+    QFETCH(QString, fieldSet);
+    QFETCH(QString, fields);
+    QFETCH(QString, baseName);
+    const PivotFieldSet &set = m_view->FieldSets(fieldSet);
+    const QStringList expected = fields.split(u',');
+    QStringList enumerated;
+    for (const PivotField *field : set.Fields())
+        enumerated << field->Name();
+    QCOMPARE(enumerated, expected);
+    for (int i = 0; i < expected.size(); ++i) {
+        QCOMPARE(&set.Fields(expected[i]), &set.Fields(i));
+        QCOMPARE(set.Fields(i).BaseName(), baseName);
+        QVERIFY(set.Fields(i).IsIncluded());
+    }
+}
+
+void tst_PivotAggregation::dateMembers_data()
+{
+    QTest::addColumn<QString>("fieldSet");
+    QTest::addColumn<QString>("path");     // captions from the top, separated by '/'
+    QTest::addColumn<QString>("children"); // separated by '|'
+    const QString month = u"NewsDate By Month"_s;
+    const QString week = u"NewsDate By Week"_s;
+    // Every caption of the month hierarchy, its parents up to the root and
+    // its blanks are checked against SQL in tst_pivotaggregation; here the
+    // order: the blank first, then by time, months by number.
+    QTest::newRow("years") << month << QString() << u"(blank)|2004|2005|2006"_s;
+    QTest::newRow("months") << month << u"2005/Qtr1"_s << u"Jan|Mar"_s;
+    // 1 January 2005 was a Saturday: week 1 is the weekend, Monday the 3rd
+    // opens week 2; 2004 ends in a week 53.
+    QTest::newRow("weeks 2005") << week << u"2005"_s << u"Week 2|Week 14"_s;
+    QTest::newRow("weeks 2004") << week << u"2004"_s << u"Week 53"_s;
+    QTest::newRow("days of a week") << week << u"2005/Week 14"_s << u"31|1"_s;
+}
+
+void tst_PivotAggregation::dateMembers()
+{
+    QFETCH(QString, fieldSet);
+    QFETCH(QString, path);
+    QFETCH(QString, children);
+    const PivotMember member = memberAt(m_view->FieldSets(fieldSet), path);
+    const QStringList expected = children.split(u'|', Qt::SkipEmptyParts);
+    QCOMPARE(captions(member.ChildMembers()), expected);
+    for (const QString &caption : expected)
+        QCOMPARE(member.ChildMembers().Item(caption).Caption(), caption);
+}
+
+void tst_PivotAggregation::textMembersSortAndMatchExactly()
+{
+    const PivotFieldSet &categories = m_view->FieldSets(u"Category"_s);
+    QCOMPARE(captions(categories.Members()), QStringList({u"Sports"_s, u"sports"_s, u"World"_s}));
+    QCOMPARE(categories.Members()(u"sports"_s).Caption(), u"sports"_s);
+    QVERIFY(!(categories.Members()(u"sports"_s) == categories.Members()(u"Sports"_s)));
+    QCOMPARE(captions(m_view->FieldSets(u"Provider"_s).Members()),
+             QStringList({u"Alpha"_s, u"beta"_s, u"Gamma"_s}));
+    // A missing and an empty title are one blank member.
+    QCOMPARE(captions(m_view->FieldSets(u"News"_s).Members()),
+             QStringList({u"(blank)"_s, u"a"_s, u"b"_s, u"e"_s, u"f"_s}));
+}
+
+void tst_PivotAggregation::timestampMembers()
+{
+    const PivotFieldSet &stamps = m_view->FieldSets(u"NewsDate"_s);
+    QCOMPARE(captions(stamps.Members()),
+             QStringList({u"(blank)"_s, u"2004-12-31 08:00:00"_s, u"2005-01-03 10:15:30"_s,
+                          u"2005-03-31 23:59:59"_s, u"2005-04-01"_s, u"2006-12-31 12:00:00"_s}));
+    QCOMPARE(stamps.Members()(u"2005-04-01"_s).Caption(), u"2005-04-01"_s);
+    QVERIFY_THROWS_EXCEPTION(PivotError, stamps.Members()(u"2005-04-01 00:00:00"_s));
+    QVERIFY_THROWS_EXCEPTION(PivotError, stamps.Members()(u"2005-04-02"_s));
+}
+
+void tst_PivotAggregation::unknownNamesRaise_data()
+{
+    QTest::addColumn<Action>("action");
+    QTest::addColumn<PivotError::Code>("code");
+    QTest::addColumn<quint32>("number");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("field set") << Action([](PivotView &v) { v.FieldSets(u"Title"_s); })
+                               << PivotError::Code::NoSuchFieldSet << 0x80040601u
+                               << u"There is no field set named \"Title\"."_s;
+    QTest::newRow("field") << Action([](PivotView &v) {
+        v.FieldSets(u"Provider"_s).Fields(u"Months"_s);
+    }) << PivotError::Code::NoSuchField
+                           << 0x80040602u
+                           << u"The field set \"Provider\" has no field named \"Months\"."_s;
+    QTest::newRow("field index")
+        << Action([](PivotView &v) { v.FieldSets(u"Provider"_s).Fields(1); })
+        << PivotError::Code::IndexOutOfRange << 0x80040604u
+        << u"Index 1 is out of range for the fields of \"Provider\", which holds 1 item(s)."_s;
+    QTest::newRow("member") << Action([](PivotView &v) {
+        v.FieldSets(u"Provider"_s).Members()(u"Delta"_s);
+    }) << PivotError::Code::NoSuchMember
+                            << 0x80040603u
+                            << u"The member \"ALL\" has no child member \"Delta\"."_s;
+    QTest::newRow("AllIncludeExclude")
+        << Action([](PivotView &v) { v.FieldSets(u"Provider"_s).setAllIncludeExclude(3); })
+        << PivotError::Code::InvalidValue << 0x80040605u
+        << u"\"3\" is not a valid value for AllIncludeExclude."_s;
+    QTest::newRow("total twice") << Action([](PivotView &v) {
+        v.AddTotal(u"Count of News"_s, v.FieldSets(u"News"_s).Fields(0), 2);
+        v.AddTotal(u"Count of News"_s, v.FieldSets(u"Channel"_s).Fields(0), 2);
+    }) << PivotError::Code::DuplicateTotal
+                                 << 0x80040606u
+                                 << u"There is already a total named \"Count of News\"."_s;
+    QTest::newRow("member of another set")
+        << Action([](PivotView &v) {
+               v.FieldSets(u"Category"_s)
+                   .Fields(0)
+                   .setExcludedMembers({v.FieldSets(u"Provider"_s).Members()(u"Alpha"_s)});
+           })
+        << PivotError::Code::WrongFieldSet << 0x80040607u
+        << u"The member \"Alpha\" is not a member of the field \"Category\"."_s;
+}
+
+void tst_PivotAggregation::unknownNamesRaise()
+{
+    QFETCH(Action, action);
+    QFETCH(PivotError::Code, code);
+    QFETCH(quint32, number);
+    QFETCH(QString, text);
+    try {
+        action(*m_view);
+        QFAIL("no error raised");
+    } catch (const PivotError &error) {
+        QCOMPARE(error.code(), code);
+        QCOMPARE(error.description, text);
+        QCOMPARE(error.source, u"QRT_StatCharts.Pivot"_s);
+        QCOMPARE(static_cast<quint32>(error.number), number);
+    }
+    // A failed call changes nothing.
+    QCOMPARE(m_view->FieldSets(u"Provider"_s).AllIncludeExclude(), 0);
+    QVERIFY(m_view->FieldSets(u"Category"_s).Fields(0).ExcludedMembers().empty());
+}
+
+void tst_PivotAggregation::axesHoldAFieldSetOnce()
+{
+    PivotView &v = *m_view;
+    PivotFieldSet &provider = v.FieldSets(u"Provider"_s);
+    PivotFieldSet &month = v.FieldSets(u"NewsDate By Month"_s);
+    PivotFieldSet &channel = v.FieldSets(u"Channel"_s);
+    v.RowAxis().InsertFieldSet(provider);
+    v.RowAxis().InsertFieldSet(month, 0);
+    QCOMPARE(qrt::test::fieldSetNames(v.RowAxis()),
+             QStringList({u"NewsDate By Month"_s, u"Provider"_s}));
+    v.RowAxis().InsertFieldSet(channel, 1);
+    QCOMPARE(qrt::test::fieldSetNames(v.RowAxis()),
+             QStringList({u"NewsDate By Month"_s, u"Channel"_s, u"Provider"_s}));
+    v.RowAxis().InsertFieldSet(month); // to the end of its own axis
+    QCOMPARE(qrt::test::fieldSetNames(v.RowAxis()),
+             QStringList({u"Channel"_s, u"Provider"_s, u"NewsDate By Month"_s}));
+    v.ColumnAxis().InsertFieldSet(provider);
+    QCOMPARE(qrt::test::fieldSetNames(v.RowAxis()),
+             QStringList({u"Channel"_s, u"NewsDate By Month"_s}));
+    QCOMPARE(provider.Axis(), &v.ColumnAxis());
+    v.ColumnAxis().RemoveFieldSet(provider);
+    QCOMPARE(provider.Axis(), nullptr);
+    QCOMPARE(v.ColumnAxis().FieldSets().Count(), 0);
+    PivotView other(m_small);
+    QVERIFY_THROWS_EXCEPTION(PivotError, other.RowAxis().InsertFieldSet(provider));
+}
+
+void tst_PivotAggregation::totals()
+{
+    PivotView &v = *m_view;
+    PivotField &news = v.FieldSets(u"News"_s).Fields(0);
+    PivotTotal &count = v.AddTotal(u"Count of News"_s, news, PivotTotal::Count);
+    QCOMPARE(v.DataAxis().Totals().Count(), 0); // made, not yet shown
+    v.DataAxis().InsertTotal(count);
+    PivotTotal &latest =
+        v.AddTotal(u"Latest"_s, v.FieldSets(u"NewsDate"_s).Fields(0), PivotTotal::Max);
+    v.DataAxis().InsertTotal(latest, 0);
+    QCOMPARE(v.DataAxis().Totals().Count(), 2);
+    QCOMPARE(&v.DataAxis().Totals().Item(0), &latest);
+    const PivotResult result = PivotAggregator::run(v);
+    QCOMPARE(result.totalCaption(0), u"Latest"_s);
+    QCOMPARE(result.value(0, 0, 0),
+             std::optional<double>(qrt::dates::fromText("2006-12-31 12:00:00").value()));
+    QCOMPARE(result.value(0, 0, 1), std::optional<double>(4));
+    v.DeleteTotal(latest);
+    QCOMPARE(v.DataAxis().Totals().Count(), 1);
+    QCOMPARE(v.Totals().Count(), 1);
+}
+
+void tst_PivotAggregation::aViewWithoutData()
+{
+    // What a view has when its load failed: no field sets, so every stored
+    // name fails, and an empty grid.
+    PivotView empty(nullptr);
+    QCOMPARE(empty.FieldSets().Count(), 0);
+    QVERIFY_THROWS_EXCEPTION(PivotError, empty.FieldSets(u"Provider"_s));
+    const PivotResult result = PivotAggregator::run(empty);
+    QCOMPARE(result.rowNodes().size(), std::size_t(1));
+    QCOMPARE(result.columnNodes().size(), std::size_t(1));
+    QCOMPARE(result.rowsAggregated(), 0);
+    QCOMPARE(result.value(0, 0, 0), std::nullopt);
+}
+
+void tst_PivotAggregation::fieldSets_data()
+{
+    QTest::addColumn<QString>("layout");
+    QTest::addColumn<QString>("axis");
+    QTest::newRow("two sets") << u"NewsDate By Month[Years,Months];Provider"_s
+                              << u"NewsDate By Month[Years,Months]0();Provider[Provider]0()"_s;
+    QTest::newRow("blanks around") << u" Category ( Category = Sports | World ) "_s
+                                   << u"Category[Category]2(Category:Sports,Category:World)"_s;
+    // Members keep the order given, each once.
+    QTest::newRow("member path")
+        << u"NewsDate By Month[Months](Months=2005/Qtr1/Mar|2005/Qtr1/Jan|2005/Qtr1/Mar)"_s
+        << u"NewsDate By Month[Months]2(Months:Mar,Months:Jan)"_s;
+    QTest::newRow("exclude") << u"Provider(Provider!=Alpha)"_s
+                             << u"Provider[Provider]1(Provider:Alpha)"_s;
+    QTest::newRow("two fields") << u"NewsDate By Week[](Years=2004)(Weeks=2005/Week 14)"_s
+                                << u"NewsDate By Week[]2(Years:2004,Weeks:Week 14)"_s;
+    QTest::newRow("empty") << QString() << QString();
+}
+
+void tst_PivotAggregation::fieldSets()
+{
+    QFETCH(QString, layout);
+    QFETCH(QString, axis);
+    PivotView view(m_small);
+    PivotLayoutText::applyFieldSets(view, view.RowAxis(), layout);
+    QCOMPARE(describe(view.RowAxis()), axis);
+}
+
+void tst_PivotAggregation::badLayoutsRaise_data()
+{
+    QTest::addColumn<QString>("fieldSets");
+    QTest::addColumn<QString>("totals");
+    QTest::addColumn<PivotError::Code>("code");
+    // Unknown names raise as in unknownNamesRaise; these are the text's own.
+    QTest::newRow("member of a level")
+        << u"NewsDate By Month(Months=2005)"_s << QString() << PivotError::Code::WrongFieldSet;
+    QTest::newRow("both kinds") << u"Provider(Provider=Alpha)(Provider!=beta)"_s << QString()
+                                << PivotError::Code::InvalidValue;
+    QTest::newRow("unclosed") << u"Provider[Provider"_s << QString()
+                              << PivotError::Code::InvalidValue;
+    QTest::newRow("function") << QString() << u"x=Median(News)"_s << PivotError::Code::InvalidValue;
+    QTest::newRow("total field set")
+        << QString() << u"x=Count(Nope)"_s << PivotError::Code::NoSuchFieldSet;
+    QTest::newRow("total form") << QString() << u"Count(News)"_s << PivotError::Code::InvalidValue;
+}
+
+void tst_PivotAggregation::badLayoutsRaise()
+{
+    QFETCH(QString, fieldSets);
+    QFETCH(QString, totals);
+    QFETCH(PivotError::Code, code);
+    PivotView view(m_small);
+    try {
+        PivotLayoutText::applyFieldSets(view, view.FilterAxis(), fieldSets);
+        PivotLayoutText::applyTotals(view, totals);
+        QFAIL("no error raised");
+    } catch (const PivotError &error) {
+        QCOMPARE(error.code(), code);
+    }
+}
+
+void tst_PivotAggregation::commandPrintsTheGrid_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("output"); // or the last line of a refusal
+    QTest::newRow("unknown name") << QStringList{u"--rows"_s, u"Providr"_s}
+                                  << u"zorvane-stats: There is no field set named \"Providr\"."_s;
+    // Count counts titles that are not empty: beta's 2006 item and Gamma's
+    // 2005 item have none, so their cells exist and hold 0.
+    QTest::newRow("rows and columns")
+        << QStringList{u"--rows"_s, u"Provider"_s, u"--columns"_s, u"NewsDate By Month[Years]"_s}
+        << u"Provider,(blank),2004,2005,2006,Grand Total\n"
+           u"Alpha,,1,1,,2\n"
+           u"beta,,,1,0,1\n"
+           u"Gamma,1,,0,,1\n"
+           u"Grand Total,1,1,2,0,4\n"_s;
+    QTest::newRow("nested with a filter")
+        << QStringList{u"--rows"_s,   u"NewsDate By Month[Years,Quarters];Category"_s,
+                       u"--filter"_s, u"Provider(Provider!=Gamma)"_s,
+                       u"--total"_s,  u"n=Count(Channel);m=Count(News)"_s}
+        << u"Years,Quarters,Category,n,m\n"
+           u"2004,Qtr4,sports,1,1\n"
+           u"2004,Qtr4 Total,,1,1\n"
+           u"2004 Total,,,1,1\n"
+           u"2005,Qtr1,Sports,1,1\n"
+           u"2005,Qtr1,sports,1,1\n"
+           u"2005,Qtr1 Total,,2,2\n"
+           u"2005 Total,,,2,2\n"
+           u"2006,Qtr4,Sports,1,0\n"
+           u"2006,Qtr4 Total,,1,0\n"
+           u"2006 Total,,,1,0\n"
+           u"Grand Total,,,4,3\n"_s;
+}
+
+void tst_PivotAggregation::commandPrintsTheGrid()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, output);
+    const auto run = runPivot(QStringList{m_smallPath} + arguments);
+    const bool refused = output.startsWith(u"zorvane-stats:"_s);
+    QCOMPARE(run.exitCode, refused ? 2 : 0);
+    QCOMPARE(refused ? run.err.trimmed().split(u'\n').constLast() : run.out, output);
+}
+
+// The stored table layout, run through the page the window writes, gives
+// the grid of the same layout given as options; a stale name stops it at
+// its page line with the steps before it kept.
+void tst_PivotAggregation::storedLayoutAsTheWindowRestoresIt()
+{
+    CAppSettings settings;
+    settings.Init(u"Koltrin"_s, u"Zorvane"_s);
+    const QString section = u"STATMSTABLE"_s;
+    const std::pair<QString, QVariant> stored[] = {
+        {u"ROWFIELDSETSCOUNT"_s, 1},
+        {u"ROWFIELDSETNAME1"_s, u"Provider"_s},
+        {u"ROWFIELDSETFIELDS1"_s, u"Provider"_s},
+        {u"ROWFIELDSFILTERS1"_s, u"Provider||1||||(Gamma)"_s},
+        {u"COLUMNFIELDSETSCOUNT"_s, 1},
+        {u"COLUMNFIELDSETNAME1"_s, u"NewsDate By Month"_s},
+        {u"COLUMNFIELDSETFIELDS1"_s, u"Years"_s},
+    };
+    for (const auto &[key, value] : stored)
+        settings.SaveSetting(section, key, value);
+    const QString expected = runPivot({m_smallPath, u"--rows"_s, u"Provider(Provider!=Gamma)"_s,
+                                       u"--columns"_s, u"NewsDate By Month[Years]"_s})
+                                 .out;
+    QVERIFY(expected.startsWith(u"Provider,"_s));
+    QCOMPARE(runPivot({m_smallPath, u"--layout-from-settings"_s}).out, expected);
+
+    // The row axis comes last but for the totals: they are not reached.
+    settings.SaveSetting(section, u"ROWFIELDSETSCOUNT"_s, 2);
+    settings.SaveSetting(section, u"ROWFIELDSETNAME2"_s, u"Gone"_s);
+    const auto partial = runPivot({m_smallPath, u"--layout-from-settings"_s});
+    QVERIFY2(partial.err.contains(u"There is no field set named \"Gone\""_s),
+             qPrintable(partial.err));
+    QVERIFY(partial.err.contains(u"Line "_s));
+    QCOMPARE(partial.out,
+             runPivot({m_smallPath, u"--rows"_s, u"Provider(Provider!=Gamma)"_s, u"--columns"_s,
+                       u"NewsDate By Month[Years]"_s, u"--total"_s, QString()})
+                 .out);
 }
 
 QTEST_GUILESS_MAIN(tst_PivotAggregation)

@@ -214,7 +214,7 @@ QString drawing(frmCharts *w)
 
 // The same counts read straight from the tables: the providers with news and
 // the news items, all of which lie in the window's period.
-QString stored(const QString &connection)
+QString storedCounts(const QString &connection)
 {
     return qrt::test::firstColumn(
                connection,
@@ -712,8 +712,8 @@ void tst_frmCharts::sqliteFileGoesMidRead()
     const QString other = m_dir.filePath(u"other.db"_s);
     QVERIFY(makeNews(path, 3000, 1));
     QVERIFY(makeNews(other, 1000, 2));
-    const QString before = stored(path);
-    const QString after = deleted ? kEmptyLook : stored(other);
+    const QString before = storedCounts(path);
+    const QString after = deleted ? kEmptyLook : storedCounts(other);
     QVERIFY(before != after);
 
     frmCharts *w = openLoaded(path);
@@ -743,7 +743,7 @@ void tst_frmCharts::serverStopsDuringRedraw()
 {
     if (!m_server)
         QRT_SKIP_WITHOUT_POSTGRES(u"PostgreSQL is not installed"_s);
-    const QString counts = stored(newsUrl());
+    const QString counts = storedCounts(newsUrl());
     frmCharts *w = openLoaded(newsUrl());
     QVERIFY(w);
     QCOMPARE(drawing(w), counts);
@@ -777,7 +777,7 @@ void tst_frmCharts::serverStopsDuringPivotLoad()
 {
     if (!m_server)
         QRT_SKIP_WITHOUT_POSTGRES(u"PostgreSQL is not installed"_s);
-    const QString counts = stored(newsUrl());
+    const QString counts = storedCounts(newsUrl());
     QVERIFY(m_server->stop());
     frmCharts *w = openLoaded(newsUrl());
     QVERIFY(w);
