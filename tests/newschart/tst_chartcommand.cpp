@@ -144,7 +144,7 @@ void tst_ChartCommand::jsonTable()
 }
 
 // A named period, its name in any case, reaches back from today: the
-// items of the last week. The ranges themselves are tst_chartcontrol's.
+// items of the last week. The ranges themselves are tst_newschartbuilder's.
 void tst_ChartCommand::namedPeriod()
 {
     const QString table = m_dir.filePath(u"period.json"_s);

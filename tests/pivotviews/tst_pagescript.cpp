@@ -1,7 +1,12 @@
-// The interpreter of the pivot page's script: the language the page uses,
-// the page's fixed member functions on a real view, a layout script against
-// the same layout made in C++, and hostile texts stopped by the limits. A
-// stale name stopping at its page line is tst_pivotwindow's.
+// The pivot page and its script. The interpreter: the language the page
+// uses, the page's fixed member functions on a real view, a layout script
+// against the same layout made in C++, and hostile texts stopped by the
+// limits. A pivot table's layout captured into the settings store, and the
+// chart's side of reading it back: stored members found again by their
+// paths, and the filter records applied step by step. The table's page made
+// from stored keys, compared byte for byte with the page of PivotPageText.h,
+// and the file it goes to. A stale name stopping at its page line, and the
+// round trip through both in the real window, are tst_pivotwindow's.
 
 #include "PivotPageText.h"
 #include "PivotTestData.h"
@@ -11,12 +16,17 @@
 #include "pivot/PivotLayoutText.h"
 #include "pivot/PivotResult.h"
 #include "pivot/PivotView.h"
+#include "pivotpage/PivotChartLayout.h"
+#include "pivotpage/PivotLayoutCapture.h"
+#include "pivotpage/PivotMemberParser.h"
 #include "pivotpage/PivotPage.h"
 #include "pivotpage/PivotScriptObjects.h"
 #include "pivotpage/PivotTableScriptObject.h"
 #include "script/ScriptInterpreter.h"
 #include "script/ScriptPage.h"
+#include "settings/SettingsTestHome.h"
 
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -44,7 +54,73 @@ QStringList cells(const PivotResult &r)
     return out;
 }
 
+// "2005/Qtr1/Jan" for each member.
+QStringList memberPaths(const std::vector<PivotMember> &members)
+{
+    QStringList paths;
+    for (const PivotMember &member : members) {
+        QStringList captions;
+        for (PivotMember m = member; !m.isNull() && !m.isRoot(); m = m.ParentMember())
+            captions.prepend(m.Caption());
+        paths << captions.join(u'/');
+    }
+    return paths;
+}
+
+// A parser whose failed look-ups are counted, as the window's dialog would
+// be asked, and then passed over.
+PivotMemberParser countingParser(int &asked)
+{
+    return PivotMemberParser([&asked](const PivotMemberParser::Statement &statement) {
+        try {
+            statement();
+        } catch (...) {
+            ++asked;
+        }
+        return true;
+    });
+}
+
+using Block = qrt::test::PageBlock;
+using Total = qrt::test::PageTotal;
+
+const Block kByMonth{u"RowAxis"_s, u"NewsDate By Month"_s, u"Months"_s, {}};
+const Block kProvider{u"RowAxis"_s, u"Provider"_s, u"Provider"_s, {}};
+const Total kCountOfNews{u"News"_s, u"Count of News"_s, u"2"_s};
+
+// Makes a folder refuse new files. Root ignores permissions, so for root
+// the folder is also made immutable where the file system allows that.
+class FolderLock
+{
+public:
+    explicit FolderLock(const QString &folder)
+        : m_folder(folder)
+    {
+        QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner);
+        if (acceptsFiles())
+            m_immutable = QProcess::execute(u"chattr"_s, {u"+i"_s, folder}) == 0;
+    }
+    ~FolderLock()
+    {
+        if (m_immutable)
+            QProcess::execute(u"chattr"_s, {u"-i"_s, m_folder});
+        QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+    bool acceptsFiles() const
+    {
+        QFile probe(m_folder + u"/probe"_s);
+        return probe.open(QIODevice::WriteOnly) && probe.remove();
+    }
+
+private:
+    QString m_folder;
+    bool m_immutable = false;
+};
+
 } // namespace
+
+Q_DECLARE_METATYPE(Block)
+Q_DECLARE_METATYPE(Total)
 
 class tst_PageScript : public QObject
 {
@@ -60,10 +136,21 @@ private Q_SLOTS:
     void hostileTexts_data();
     void hostileTexts();
     void literalsGiveTheTextBack();
+    void capture();
+    void memberParser_data();
+    void memberParser();
+    void chartFilterRecords_data();
+    void chartFilterRecords();
+    void unreadableTypeKeepsTheChartsOwn();
+    void page_data();
+    void page();
+    void writeTextFile();
 
 private:
     QTemporaryDir m_dir;
     std::shared_ptr<PivotData> m_small;
+    std::shared_ptr<PivotData> m_capture; // the small news and a provider with a comma
+    SettingsTestHome m_home;
 };
 
 void tst_PageScript::initTestCase()
@@ -73,6 +160,16 @@ void tst_PageScript::initTestCase()
     QVERIFY(qrt::test::makeSmallNewsDb(path));
     m_small = qrt::test::loadNews(path);
     QVERIFY(m_small);
+    QVERIFY(m_home.isValid());
+    m_home.clear();
+    const QString capture = m_dir.filePath(u"capture.db"_s);
+    QVERIFY(qrt::test::makeSmallNewsDb(capture));
+    QVERIFY(qrt::test::execAll(capture,
+                               {u"INSERT INTO Providers VALUES (4, 'Smith, Jones (UK)')"_s,
+                                u"INSERT INTO Channels VALUES (4, 'Four', 4, 3)"_s,
+                                u"INSERT INTO News VALUES (7, '2006-01-02 00:00:00', 4, 'g')"_s}));
+    m_capture = qrt::test::loadNews(capture);
+    QVERIFY(m_capture);
 }
 
 void tst_PageScript::language_data()
@@ -318,6 +415,250 @@ void tst_PageScript::literalsGiveTheTextBack()
     // Latin-1 text is the literal's own text, the page's bytes as they were.
     QCOMPARE(PivotPage::scriptLiteral(u"Data Source=/srv/café & co.db"_s),
              u"\"Data Source=/srv/café & co.db\""_s);
+}
+
+void tst_PageScript::capture()
+{
+    PivotView view(m_capture);
+    PivotLayoutText::applyFieldSets(view, view.FilterAxis(), u"Provider(Provider=Alpha|Gamma)"_s);
+    PivotLayoutText::applyFieldSets(
+        view, view.RowAxis(),
+        u"NewsDate By Month[Years,Months](Months=2005/Qtr1/Mar|2005/Qtr1/Jan);"
+        u"Category[](Category=World)"_s);
+    // A choice left behind under mode 0 is no choice.
+    view.FieldSets(u"Category"_s).setAllIncludeExclude(PivotFieldSet::IncludeDefault);
+    PivotLayoutText::applyFieldSets(view, view.ColumnAxis(),
+                                    u"NewsDate By Week[Weeks](Years!=2004)(Weeks!=2005/Week 14)"_s);
+    PivotLayoutText::applyTotals(view,
+                                 u"Count of News=Count(News);Latest=Max(NewsDate By Month)"_s);
+
+    const PivotFieldSet &byMonth = view.FieldSets(u"NewsDate By Month"_s);
+    const PivotMember march = byMonth.Fields(u"Months"_s).IncludedMembers().front();
+    QCOMPARE(PivotLayoutCapture::GetMemberPath(march.ParentMember()), u"**|**2005**|**Qtr1"_s);
+    QCOMPARE(PivotLayoutCapture::GetMemberPath(byMonth.Member()), QString());
+
+    const QString section = u"STATMSTABLE"_s;
+    const CAppSettings settings = zorvaneSettings();
+    // Nothing is deleted first: a key the new layout doesn't write stays.
+    settings.SaveSetting(section, u"DATAFIELDSETNAME1"_s, u"Old"_s);
+    PivotLayoutCapture::SavePivotTableLayout(settings, view);
+
+    const QList<std::pair<QString, QVariant>> expected = {
+        {u"FILTERFIELDSETSCOUNT"_s, 1},
+        {u"FILTERFIELDSETNAME1"_s, u"Provider"_s},
+        {u"FILTERFIELDSETFIELDS1"_s, u"Provider"_s},
+        {u"FILTERFIELDSFILTERS1"_s, u"Provider||2||||(Alpha,Gamma)"_s},
+        {u"ROWFIELDSETSCOUNT"_s, 2},
+        {u"ROWFIELDSETNAME1"_s, u"NewsDate By Month"_s},
+        {u"ROWFIELDSETFIELDS1"_s, u"Years%%|%%Months"_s},
+        {u"ROWFIELDSFILTERS1"_s, u"Months||2||2005**|**Qtr1||(Mar,Jan)"_s},
+        {u"ROWFIELDSETNAME2"_s, u"Category"_s},
+        {u"ROWFIELDSETFIELDS2"_s, u""_s},
+        {u"ROWFIELDSFILTERS2"_s, u""_s},
+        {u"COLUMNFIELDSETSCOUNT"_s, 1},
+        {u"COLUMNFIELDSETNAME1"_s, u"NewsDate By Week"_s},
+        {u"COLUMNFIELDSETFIELDS1"_s, u"Weeks"_s},
+        {u"COLUMNFIELDSFILTERS1"_s, u"Years||1||||(2004)%%|%%Weeks||1||2005||(Week 14)"_s},
+        {u"DATAFIELDSETSCOUNT"_s, 0},
+        {u"DATAFIELDSETNAME1"_s, u"Old"_s},
+        {u"TOTALSCOUNT"_s, 2},
+        {u"TOTALNAME1"_s, u"Count of News"_s},
+        {u"TOTALFIELD1"_s, u"News"_s},
+        {u"TOTALFUNCTION1"_s, 2},
+        {u"TOTALNAME2"_s, u"Latest"_s},
+        {u"TOTALFIELD2"_s, u"NewsDate"_s},
+        {u"TOTALFUNCTION2"_s, 4},
+    };
+    QStringList keys, expectedKeys;
+    settings.GetAllKeys(section, keys);
+    for (const auto &[key, value] : expected) {
+        expectedKeys << key;
+        const QVariant stored = settings.GetSetting(section, key);
+        QCOMPARE(stored.typeId(), value.typeId());
+        QCOMPARE(stored, value);
+    }
+    keys.sort();
+    expectedKeys.sort();
+    QCOMPARE(keys, expectedKeys);
+}
+
+void tst_PageScript::memberParser_data()
+{
+    QTest::addColumn<QString>("fieldSet");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("members");
+    QTest::addColumn<QStringList>("found");
+    QTest::addColumn<int>("asked");
+    QTest::newRow("three steps") << u"NewsDate By Month"_s << u"2005**|**Qtr1**|**Jan"_s << u"(3)"_s
+                                 << QStringList{u"2005/Qtr1/Jan/3"_s} << 0;
+    // Stored under the first member's parent, the second is looked up there.
+    QTest::newRow("two parents") << u"NewsDate By Month"_s << u"2005**|**Qtr1"_s << u"(Jan,Apr)"_s
+                                 << QStringList{u"2005/Qtr1/Jan"_s} << 1;
+    QTest::newRow("a comma splits, parentheses go")
+        << u"Provider"_s << QString() << u"(Smith, Jones (UK),Alpha)"_s << QStringList{u"Alpha"_s}
+        << 2;
+    QTest::newRow("no member") << u"Provider"_s << QString() << u"()"_s << QStringList() << 0;
+}
+
+void tst_PageScript::memberParser()
+{
+    QFETCH(QString, fieldSet);
+    QFETCH(QString, path);
+    QFETCH(QString, members);
+    QFETCH(QStringList, found);
+    QFETCH(int, asked);
+    PivotView view(m_capture);
+    int failures = 0;
+    PivotMemberParser parser = countingParser(failures);
+    const PivotMembers root = view.FieldSets(fieldSet).Members();
+    QCOMPARE(memberPaths(parser.ParseMembers(root, path, members)), found);
+    QCOMPARE(failures, asked);
+}
+
+void tst_PageScript::chartFilterRecords_data()
+{
+    QTest::addColumn<QString>("fieldSet");
+    QTest::addColumn<QString>("records");
+    QTest::addColumn<QString>("field");
+    QTest::addColumn<QStringList>("chosen"); // included or excluded
+    QTest::addColumn<int>("code");
+    QTest::addColumn<int>("asked");
+    QTest::newRow("too short to name members")
+        << u"Provider"_s << u"Provider||2"_s << u"Provider"_s << QStringList() << 2 << 0;
+    // The months can't take a year: the code is set all the same.
+    QTest::newRow("members and code are two steps")
+        << u"NewsDate By Month"_s << u"Years||1||||(2005)%%|%%Months||2||||(2005)"_s << u"Years"_s
+        << QStringList{u"2005"_s} << 2 << 0;
+    QTest::newRow("a member that is gone asks")
+        << u"Provider"_s << u"Provider||1||||(Gone,Alpha)"_s << u"Provider"_s
+        << QStringList{u"Alpha"_s} << 1 << 1;
+}
+
+void tst_PageScript::chartFilterRecords()
+{
+    QFETCH(QString, fieldSet);
+    QFETCH(QString, records);
+    QFETCH(QString, field);
+    QFETCH(QStringList, chosen);
+    QFETCH(int, code);
+    QFETCH(int, asked);
+    const CAppSettings settings = zorvaneSettings();
+    settings.SaveSetting(PivotChartLayout::Section, u"ROWFIELDSETNAME1"_s, fieldSet);
+    settings.SaveSetting(PivotChartLayout::Section, u"ROWFIELDSFILTERS1"_s, records);
+    PivotView view(m_capture);
+    int failures = 0;
+    PivotChartLayout::RestoreChartAxis(
+        settings, view, u"ROW"_s, {}, {},
+        [parser = countingParser(failures)](const PivotMembers &root, const QString &path,
+                                            const QString &members) mutable {
+            return parser.ParseMembers(root, path, members);
+        });
+    const PivotFieldSet &set = view.FieldSets(fieldSet);
+    QCOMPARE(set.AllIncludeExclude(), code);
+    const PivotField &chosenField = set.Fields(field);
+    QCOMPARE(memberPaths(chosenField.IncludedMembers()) +
+                 memberPaths(chosenField.ExcludedMembers()),
+             chosen);
+    QCOMPARE(failures, asked);
+}
+
+// A type that can't be read leaves the chart's own; the other keys still come.
+void tst_PageScript::unreadableTypeKeepsTheChartsOwn()
+{
+    const CAppSettings settings = zorvaneSettings();
+    settings.SaveSetting(PivotChartLayout::Section, u"TYPE"_s, u"seven"_s);
+    settings.SaveSetting(PivotChartLayout::Section, u"LEGEND"_s, u"0"_s);
+    settings.SaveSetting(PivotChartLayout::Section, u"SERIESBYROWS"_s, u"1"_s);
+    const PivotChartLayout::Options options =
+        PivotChartLayout::readOptions(settings, {true, 19, false});
+    QCOMPARE(options.type, 19);
+    QVERIFY(!options.legend && options.seriesByRows);
+}
+
+void tst_PageScript::page_data()
+{
+    QTest::addColumn<QVariantMap>("stored");
+    QTest::addColumn<QString>("connection");
+    QTest::addColumn<QList<Block>>("blocks");
+    QTest::addColumn<QList<Total>>("totals");
+    const QString sqlite = u"Data Source=/srv/news.db"_s;
+    QTest::newRow("empty store") << QVariantMap() << sqlite << QList{kByMonth, kProvider}
+                                 << QList{kCountOfNews};
+    QTest::newRow("count no number") << QVariantMap{{u"ROWFIELDSETSCOUNT"_s, u"two"_s}} << sqlite
+                                     << QList{kByMonth, kProvider} << QList{kCountOfNews};
+    QTest::newRow("row count 0") << QVariantMap{{u"ROWFIELDSETSCOUNT"_s, 0}} << sqlite
+                                 << QList<Block>() << QList{kCountOfNews};
+    QTest::newRow("row count 3") << QVariantMap{{u"ROWFIELDSETSCOUNT"_s, 3}} << sqlite
+                                 << QList{kByMonth, kProvider, kProvider} << QList{kCountOfNews};
+    QTest::newRow("empty lists") << QVariantMap{{u"COLUMNFIELDSETSCOUNT"_s, u" 1 "_s},
+                                                {u"COLUMNFIELDSETNAME1"_s, u"Channel"_s},
+                                                {u"ROWFIELDSETFIELDS1"_s, QString()}}
+                                 << sqlite
+                                 << QList{Block{u"ColumnAxis"_s, u"Channel"_s, {}, {}},
+                                          Block{u"RowAxis"_s, u"NewsDate By Month"_s, {}, {}},
+                                          kProvider}
+                                 << QList{kCountOfNews};
+    // Quotes doubled, so that the literal goes on; a function that is no
+    // number a text, which AddTotal refuses at run time.
+    QTest::newRow("double quotes")
+        << QVariantMap{{u"FILTERFIELDSETSCOUNT"_s, 1},
+                       {u"FILTERFIELDSETNAME1"_s, u"Pro\"vider"_s},
+                       {u"FILTERFIELDSFILTERS1"_s, u"Provider||2||||(\"A\")"_s},
+                       {u"TOTALNAME1"_s, u"\"Count\""_s},
+                       {u"TOTALFUNCTION1"_s, u"2) & (1"_s}}
+        << u"Data Source=\"/srv/news.db\""_s
+        << QList{Block{u"FilterAxis"_s, u"Pro\"vider"_s, {}, u"Provider||2||||(\"A\")"_s}, kByMonth,
+                 kProvider}
+        << QList{Total{u"News"_s, u"\"Count\""_s, u"\"2) & (1\""_s}};
+    const QString records = u"Years||1||||(2004)%%|%%Months||2||2005**|**Qtr1||(Jan,Feb)"_s;
+    QTest::newRow("records and totals")
+        << QVariantMap{{u"DATAFIELDSETSCOUNT"_s, 1},
+                       {u"DATAFIELDSETNAME1"_s, u"NewsDate By Month"_s},
+                       {u"DATAFIELDSETFIELDS1"_s, u"Years%%|%%Months"_s},
+                       {u"DATAFIELDSFILTERS1"_s, records},
+                       {u"ROWFIELDSETSCOUNT"_s, 1},
+                       {u"TOTALSCOUNT"_s, 2},
+                       {u"TOTALFIELD1"_s, u"Provider"_s},
+                       {u"TOTALNAME1"_s, u"Providers"_s},
+                       {u"TOTALFUNCTION1"_s, 4}}
+        << sqlite
+        << QList{Block{u"DataAxis"_s, u"NewsDate By Month"_s, u"Years%%|%%Months"_s, records},
+                 kByMonth}
+        << QList{Total{u"Provider"_s, u"Providers"_s, u"4"_s}, kCountOfNews};
+    QTest::newRow("no totals") << QVariantMap{{u"TOTALSCOUNT"_s, 0}} << sqlite
+                               << QList{kByMonth, kProvider} << QList<Total>();
+}
+
+void tst_PageScript::page()
+{
+    QFETCH(QVariantMap, stored);
+    QFETCH(QString, connection);
+    QFETCH(QList<Block>, blocks);
+    QFETCH(QList<Total>, totals);
+    m_home.clear();
+    const CAppSettings settings = zorvaneSettings();
+    for (auto it = stored.cbegin(); it != stored.cend(); ++it)
+        settings.SaveSetting(u"STATMSTABLE"_s, it.key(), it.value());
+    QCOMPARE(PivotPage::BuildPivotPage(settings, connection),
+             qrt::test::expectedPage(connection, blocks, totals));
+}
+
+void tst_PageScript::writeTextFile()
+{
+    QTemporaryDir cache;
+    qputenv("XDG_CACHE_HOME", QFile::encodeName(cache.path()));
+    const QString path = PivotPage::pivotPagePath();
+    QCOMPARE(path, cache.path() + u"/QRT_StatCharts/msowc.htm"_s);
+    QVERIFY(PivotPage::WriteTextFile(path, u"an older and longer page"_s));
+    QVERIFY(PivotPage::WriteTextFile(path, u"caf\u00e9 \u20ac\r\n"_s));
+    const QByteArray written("caf\xe9 ?\r\n");
+    QCOMPARE(SettingsTestHome::contents(path), written);
+
+    FolderLock lock(QFileInfo(path).absolutePath());
+    if (lock.acceptsFiles())
+        QSKIP("this user can write into any folder here");
+    QVERIFY(!PivotPage::WriteTextFile(path, u"new"_s));
+    QCOMPARE(SettingsTestHome::contents(path), written);
 }
 
 QTEST_GUILESS_MAIN(tst_PageScript)

@@ -674,7 +674,7 @@ void tst_PivotAggregation::dateMembers_data()
     const QString month = u"NewsDate By Month"_s;
     const QString week = u"NewsDate By Week"_s;
     // Every caption of the month hierarchy, its parents up to the root and
-    // its blanks are checked against SQL in tst_pivotaggregation; here the
+    // its blanks are checked against SQL in matchesGroupBy; here the
     // order: the blank first, then by time, months by number.
     QTest::newRow("years") << month << QString() << u"(blank)|2004|2005|2006"_s;
     QTest::newRow("months") << month << u"2005/Qtr1"_s << u"Jan|Mar"_s;
