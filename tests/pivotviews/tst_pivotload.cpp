@@ -342,7 +342,7 @@ void tst_PivotLoad::isoFormsKeepTheirDay_data()
 void tst_PivotLoad::isoFormsKeepTheirDay()
 {
     QFETCH(QString, suffix);
-    // The forms themselves are tst_dates'; here each reader keeps the day.
+    // The forms themselves are tst_newschartbuilder's; here each reader keeps the day.
     const QStringList plain = {u"2005-01-31 23:30:00"_s, u"2005-01-31 23:59:59"_s,
                                u"2005-02-01 00:30:00"_s};
     QStringList written;

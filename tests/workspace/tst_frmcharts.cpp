@@ -409,7 +409,7 @@ void tst_frmCharts::calendar_data()
     QTest::newRow("cpFrom, a click") << from << QDate() << QString();
     QTest::newRow("cpTill, a click") << till << QDate() << QString();
     QTest::newRow("day 0") << from << QDate(1899, 12, 30) << u"From:00:00:00"_s;
-    // Other days' captions are the date texts of tst_dates.
+    // Other days' captions are the date texts of tst_newschartbuilder.
 }
 
 // The calendar drops under its date tool; the day clicked, or held when the
