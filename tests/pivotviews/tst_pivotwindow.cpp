@@ -234,9 +234,8 @@ private Q_SLOTS:
     void closingWithoutALoadedTableStoresNothing();
 
 private:
-    frmCharts *open(const QString &database = QString());
-    frmCharts *openChart();
-    frmCharts *openWindow();
+    enum Tab { NoTab, ChartTab, TableTab };
+    frmCharts *open(const QString &database, int tab);
     QByteArray grid(PivotTable *table);
     QString writePage(const QString &text);
 
@@ -267,20 +266,32 @@ void tst_PivotWindow::init()
     resumeNext([] { gSettings->DeleteSetting(kSection); });
 }
 
-// A shown window, its table loaded and the page's script done, on the table's tab.
-frmCharts *tst_PivotWindow::open(const QString &database)
+// A shown window on the database, deleted at its close as the host program's
+// are; with a tab, once that pivot view has loaded (the table: and its
+// page's script is done), on that tab.
+frmCharts *tst_PivotWindow::open(const QString &database, int tab)
 {
-    m_charts->ConnectionString(database.isEmpty() ? m_dir.filePath(u"news.db"_s) : database);
+    m_charts->ConnectionString(database);
     auto *w = qobject_cast<frmCharts *>(m_charts->ShowChartForm());
     if (!w)
         return nullptr;
     w->setAttribute(Qt::WA_DeleteOnClose);
     w->resize(1184, 676);
     w->show();
-    QObject *page = w->findChild<QObject *>(u"WebBrowser1"_s);
-    if (!page || !QTest::qWaitFor([page] { return !page->property("busy").toBool(); }, 20000))
+    if (tab == NoTab)
+        return w;
+    auto *chart = w->findChild<PivotChartSpace *>();
+    auto *page = w->findChild<QWidget *>(u"WebBrowser1"_s);
+    const auto loaded = [&] {
+        return tab == ChartTab ? chart && !chart->isLoading()
+                               : page && !page->property("busy").toBool();
+    };
+    if (!QTest::qWaitFor(loaded, 20000))
         return nullptr;
-    w->tabCharts->setCurrentWidget(qobject_cast<QWidget *>(page));
+    if (tab == ChartTab)
+        w->tabCharts->setCurrentIndex(1);
+    else
+        w->tabCharts->setCurrentWidget(page);
     return QTest::qWaitForWindowExposed(w) ? w : nullptr;
 }
 
@@ -293,7 +304,7 @@ QByteArray tst_PivotWindow::grid(PivotTable *table)
 
 void tst_PivotWindow::layoutMadeWithTheMouseComesBack()
 {
-    QPointer<frmCharts> w = open();
+    QPointer<frmCharts> w = open(m_database, TableTab);
     QVERIFY(w);
     auto *table = w->findChild<PivotTable *>();
     QVERIFY(table && table->ActiveView());
@@ -353,7 +364,7 @@ void tst_PivotWindow::layoutMadeWithTheMouseComesBack()
     QCOMPARE(stored(u"TOTALFUNCTION2"_s), u"2"_s);
 
     // The next window's page puts it all back.
-    QPointer<frmCharts> next = open();
+    QPointer<frmCharts> next = open(m_database, TableTab);
     QVERIFY(next);
     auto *again = next->findChild<PivotTable *>();
     QVERIFY(again && again->ActiveView());
@@ -392,7 +403,7 @@ void tst_PivotWindow::refreshKeepsTheLayouts()
     storeLayouts(providers);
     const Entries table = section(kSection), chart = section(u"STATMSCHART"_s);
     for (int round = 0; round < 2; ++round) {
-        QPointer<frmCharts> w = open(database);
+        QPointer<frmCharts> w = open(database, TableTab);
         QVERIFY(w);
         auto *pt = w->findChild<PivotTable *>();
         auto *space = w->findChild<PivotChartSpace *>();
@@ -450,11 +461,8 @@ void tst_PivotWindow::closeAsTheDataComesIn()
     QVERIFY(qrt::test::makeRandomNewsDb(database, 500, qrt::test::testSeed()));
     storeLayouts(u"Provider A,Provider B"_s);
     const Entries table = section(kSection);
-    m_charts->ConnectionString(database);
-    QPointer<QWidget> w = m_charts->ShowChartForm();
+    QPointer<frmCharts> w = open(database, NoTab);
     QVERIFY(w);
-    w->setAttribute(Qt::WA_DeleteOnClose);
-    w->show();
     auto *pt = w->findChild<PivotTable *>();
     QVERIFY(pt);
     // Queued first, the close comes before the page's script runs again.
@@ -462,23 +470,6 @@ void tst_PivotWindow::closeAsTheDataComesIn()
         pt, &PivotTable::loaded, w.data(), [w] { w->close(); }, Qt::QueuedConnection);
     QTRY_VERIFY_WITH_TIMEOUT(!w, 20000);
     QCOMPARE(section(kSection), table);
-}
-
-// A shown window whose chart space has its data and its layout.
-frmCharts *tst_PivotWindow::openChart()
-{
-    m_charts->ConnectionString(m_random);
-    auto *w = qobject_cast<frmCharts *>(m_charts->ShowChartForm());
-    if (!w)
-        return nullptr;
-    w->setAttribute(Qt::WA_DeleteOnClose);
-    w->resize(1184, 676);
-    w->show();
-    auto *chart = w->findChild<PivotChartSpace *>();
-    if (!chart || !QTest::qWaitFor([chart] { return !chart->isLoading(); }, 20000))
-        return nullptr;
-    w->tabCharts->setCurrentIndex(1);
-    return QTest::qWaitForWindowExposed(w) ? w : nullptr;
 }
 
 void tst_PivotWindow::layoutRoundTrip_data()
@@ -509,7 +500,7 @@ void tst_PivotWindow::layoutRoundTrip()
     });
     auto reregister = qScopeGuard([] { PivotChartSpace::registerClasses(); });
     DialogAnswerer answerer({}); // every stored member is there: no question comes
-    QPointer<frmCharts> w = openChart();
+    QPointer<frmCharts> w = open(m_random, ChartTab);
     QVERIFY(w);
     QCOMPARE(answerer.unanswered, 0);
     auto *chart = w->findChild<PivotChartSpace *>();
@@ -538,7 +529,7 @@ void tst_PivotWindow::missingFieldSetIsPassedOver()
 {
     store(kDefaultKeys + Keys{u"ROWFIELDSETSCOUNT=2"_s, u"ROWFIELDSETNAME1=Gone"_s,
                               u"ROWFIELDSETNAME2=Category"_s, u"ROWFIELDSETFIELDS2=Category"_s});
-    QPointer<frmCharts> w = openChart();
+    QPointer<frmCharts> w = open(m_random, ChartTab);
     QVERIFY(w);
     const PivotView *view = w->findChild<PivotChartSpace *>()->InternalPivotTable().ActiveView();
     QCOMPARE(fieldSetNames(view->RowAxis()), QStringList{u"Category"_s});
@@ -557,14 +548,10 @@ void tst_PivotWindow::missingFieldSetIsPassedOver()
 void tst_PivotWindow::noChartSpaceStoresNothing()
 {
     store(kStoredKeys);
-    m_charts->ConnectionString(m_random);
     PivotChartSpace::unregisterClasses();
     auto reregister = qScopeGuard([] { PivotChartSpace::registerClasses(); });
-    QPointer<frmCharts> w = qobject_cast<frmCharts *>(m_charts->ShowChartForm());
-    QVERIFY(w);
-    w->setAttribute(Qt::WA_DeleteOnClose);
-    w->show();
-    QVERIFY(QTest::qWaitForWindowExposed(w));
+    QPointer<frmCharts> w = open(m_random, NoTab);
+    QVERIFY(w && QTest::qWaitForWindowExposed(w));
     QVERIFY(!w->findChild<PivotChartSpace *>());
     w->close();
     QTRY_VERIFY(!w);
@@ -590,7 +577,7 @@ void tst_PivotWindow::missingMemberAsksTheUser()
     store(kDefaultKeys +
           Keys{u"COLUMNFIELDSFILTERS1=Provider||2||||(Provider A,Provider Gone,Provider B)"_s});
     DialogAnswerer answerer(answers);
-    QPointer<frmCharts> w = openChart();
+    QPointer<frmCharts> w = open(m_random, ChartTab);
     QVERIFY(w);
     QTRY_COMPARE(answerer.seen.size(), answers.size());
     QCOMPARE(answerer.unanswered, 0);
@@ -611,7 +598,7 @@ void tst_PivotWindow::drawnValuesMatchTheGrid()
 {
     store({u"ROWFIELDSETNAME1=Category"_s, u"ROWFIELDSETFIELDS1=Category"_s,
            u"FILTERFIELDSFILTERS1=Channel||1||||(Channel 1,Channel 3)"_s, u"TYPE=0"_s});
-    QPointer<frmCharts> w = openChart();
+    QPointer<frmCharts> w = open(m_random, ChartTab);
     QVERIFY(w);
     auto *chart = w->findChild<PivotChartSpace *>();
     PivotView *view = chart->InternalPivotTable().ActiveView();
@@ -656,7 +643,7 @@ void tst_PivotWindow::drawnValuesMatchTheGrid()
 void tst_PivotWindow::toolBarClicks()
 {
     store(kDefaultKeys);
-    QPointer<frmCharts> w = openChart();
+    QPointer<frmCharts> w = open(m_random, ChartTab);
     QVERIFY(w);
     auto *chart = w->findChild<PivotChartSpace *>();
     auto *toolbar = chart->findChild<QToolBar *>(u"toolbar"_s);
@@ -782,17 +769,6 @@ void tst_PivotWindow::pagesThatCannotShow()
     QVERIFY(!tableOf(&host));
 }
 
-frmCharts *tst_PivotWindow::openWindow()
-{
-    m_charts->ConnectionString(m_database);
-    auto *w = qobject_cast<frmCharts *>(m_charts->ShowChartForm());
-    if (w) {
-        w->setAttribute(Qt::WA_DeleteOnClose); // as the host program does
-        w->show();
-    }
-    return w;
-}
-
 void tst_PivotWindow::closingWithoutALoadedTableStoresNothing_data()
 {
     QTest::addColumn<bool>("registered");
@@ -807,7 +783,7 @@ void tst_PivotWindow::closingWithoutALoadedTableStoresNothing()
     auto restore = qScopeGuard([] { PivotTable::registerClasses(); });
     if (!registered)
         PivotTable::unregisterClasses();
-    QPointer<frmCharts> w = openWindow();
+    QPointer<frmCharts> w = open(m_database, NoTab);
     QVERIFY(w);
     bool tableTab = false;
     for (int i = 0; i < w->tabCharts->count(); ++i)

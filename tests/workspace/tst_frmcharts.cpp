@@ -315,11 +315,10 @@ private Q_SLOTS:
     void serverStopsDuringPivotLoad();
 
 private:
-    frmCharts *open(QSize size = kRoomy);
+    frmCharts *open(QSize size = kRoomy, const QString &connection = {});
     // A shown window whose pivot views have their first loads behind them.
     frmCharts *openLoaded(const QString &connection);
     void close(frmCharts *w);
-    void redraw(frmCharts *w);
     QVariant stored(const QString &key) const;
     QString newsUrl() const { return m_server->url(u"news"_s); }
 
@@ -365,9 +364,9 @@ void tst_frmCharts::cleanup()
     m_windows.clear();
 }
 
-frmCharts *tst_frmCharts::open(QSize size)
+frmCharts *tst_frmCharts::open(QSize size, const QString &connection)
 {
-    m_charts->ConnectionString(m_database);
+    m_charts->ConnectionString(connection.isEmpty() ? m_database : connection);
     auto *w = qobject_cast<frmCharts *>(m_charts->ShowChartForm());
     if (!w)
         return nullptr;
@@ -672,27 +671,12 @@ void tst_frmCharts::layout()
 
 frmCharts *tst_frmCharts::openLoaded(const QString &connection)
 {
-    m_charts->ConnectionString(connection);
-    auto *w = qobject_cast<frmCharts *>(m_charts->ShowChartForm());
-    if (!w)
-        return nullptr;
-    m_windows << w;
-    w->resize(1184, 676);
-    w->show();
-    QObject *page = w->findChild<QObject *>(u"WebBrowser1"_s);
-    const bool settled = QTest::qWaitFor(
-        [&] {
-            return w->ChartSpace && !w->ChartSpace->isLoading() && page &&
-                   !page->property("busy").toBool();
-        },
-        120000);
-    return settled && QTest::qWaitForWindowExposed(w) ? w : nullptr;
-}
-
-void tst_frmCharts::redraw(frmCharts *w)
-{
-    QTest::mouseClick(w->dsChart->Commands().GetToolButton(u"tbRedraw"_s)->widget(),
-                      Qt::LeftButton);
+    frmCharts *w = open(kRoomy, connection);
+    QObject *page = w ? w->findChild<QObject *>(u"WebBrowser1"_s) : nullptr;
+    const auto settled = [&] {
+        return w->ChartSpace && !w->ChartSpace->isLoading() && !page->property("busy").toBool();
+    };
+    return page && QTest::qWaitFor(settled, 120000) ? w : nullptr;
 }
 
 void tst_frmCharts::sqliteFileGoesMidRead_data()
@@ -727,13 +711,13 @@ void tst_frmCharts::sqliteFileGoesMidRead()
                            : ::rename(QFile::encodeName(other).constData(),
                                       QFile::encodeName(path).constData()) == 0;
     };
-    redraw(w);
+    click(button(w, u"tbRedraw"_s));
     QVERIFY(replaced);
     QCOMPARE(drawing(w), before);
-    redraw(w);
+    click(button(w, u"tbRedraw"_s));
     QCOMPARE(drawing(w), after);
     QVERIFY(makeNews(path, 3000, 1));
-    redraw(w);
+    click(button(w, u"tbRedraw"_s));
     QCOMPARE(drawing(w), before);
 }
 
@@ -760,13 +744,13 @@ void tst_frmCharts::serverStopsDuringRedraw()
             stopped = m_server->stop();
         }));
         stopper->start();
-        redraw(w);
+        click(button(w, u"tbRedraw"_s));
         stopper->wait();
     }
     QVERIFY(stopped);
     QCOMPARE(drawing(w), kEmptyLook);
     QVERIFY(m_server->start());
-    redraw(w);
+    click(button(w, u"tbRedraw"_s));
     QCOMPARE(drawing(w), counts);
 }
 
