@@ -271,7 +271,7 @@ void tst_Recordset::statements_data()
         u"2005-03-12 00:00:00 n=1 ids=3/2/1 Beta World|Beta News|World"_s,
     };
     // "All" from day 0 and other orders are the chart's tests of the same
-    // statement (tst_newschartbuilder, tst_statisticsequality on both engines).
+    // statement (tst_newschartbuilder, on both engines).
     for (const QString &connection : {m_sqlite, m_postgres})
         engineRow(connection, u"by provider"_s) << byProvider << providerRows;
 }
