@@ -17,6 +17,8 @@
 
 namespace qrt::test {
 
+using namespace Qt::StringLiterals;
+
 class PrivatePostgres
 {
 public:
@@ -24,7 +26,7 @@ public:
     ~PrivatePostgres()
     {
         if (m_made)
-            pgCtl({QStringLiteral("stop"), QStringLiteral("-m"), QStringLiteral("immediate")});
+            pgCtl({u"stop"_s, u"-m"_s, u"immediate"_s});
     }
     PrivatePostgres(const PrivatePostgres &) = delete;
     PrivatePostgres &operator=(const PrivatePostgres &) = delete;
@@ -32,16 +34,14 @@ public:
     // The newest installed server's programs; empty when there is none.
     static QString binDir()
     {
-        const QStringList versions = QDir(QStringLiteral("/usr/lib/postgresql"))
-                                         .entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+        const QStringList versions =
+            QDir(u"/usr/lib/postgresql"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
         QString newest;
         for (const QString &version : versions)
-            if (QFileInfo(QStringLiteral("/usr/lib/postgresql/%1/bin/pg_ctl").arg(version))
-                    .isExecutable() &&
+            if (QFileInfo(u"/usr/lib/postgresql/%1/bin/pg_ctl"_s.arg(version)).isExecutable() &&
                 (newest.isEmpty() || version.toInt() > newest.toInt()))
                 newest = version;
-        return newest.isEmpty() ? QString()
-                                : QStringLiteral("/usr/lib/postgresql/%1/bin").arg(newest);
+        return newest.isEmpty() ? QString() : u"/usr/lib/postgresql/%1/bin"_s.arg(newest);
     }
 
     // Makes the cluster and starts it; false with the reason in *why.
@@ -49,12 +49,12 @@ public:
     {
         m_bin = binDir();
         if (m_bin.isEmpty()) {
-            *why = QStringLiteral("PostgreSQL is not installed");
+            *why = u"PostgreSQL is not installed"_s;
             return false;
         }
         m_port = freePort();
         if (!m_dir.isValid() || m_port == 0) {
-            *why = QStringLiteral("no folder or port for the server");
+            *why = u"no folder or port for the server"_s;
             return false;
         }
         QFile::setPermissions(m_dir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
@@ -63,19 +63,18 @@ public:
             const passwd *postgres = getpwnam("postgres");
             if (!postgres || chown(QFile::encodeName(m_dir.path()).constData(), postgres->pw_uid,
                                    postgres->pw_gid) != 0) {
-                *why = QStringLiteral("no user postgres to run the server as");
+                *why = u"no user postgres to run the server as"_s;
                 return false;
             }
         }
-        if (!run(m_bin + QStringLiteral("/initdb"),
-                 {QStringLiteral("-D"), dataDir(), QStringLiteral("-U"), QStringLiteral("qrt"),
-                  QStringLiteral("-A"), QStringLiteral("trust"), QStringLiteral("-E"),
-                  QStringLiteral("UTF8"), QStringLiteral("-N")},
+        if (!run(m_bin + u"/initdb"_s,
+                 {u"-D"_s, dataDir(), u"-U"_s, u"qrt"_s, u"-A"_s, u"trust"_s, u"-E"_s, u"UTF8"_s,
+                  u"-N"_s},
                  why))
             return false;
         m_made = true;
         if (!start()) {
-            *why = QStringLiteral("the server did not start: ") + m_output;
+            *why = u"the server did not start: "_s + m_output;
             return false;
         }
         return true;
@@ -83,45 +82,36 @@ public:
 
     bool start()
     {
-        return pgCtl({QStringLiteral("start"), QStringLiteral("-w"), QStringLiteral("-t"),
-                      QStringLiteral("120"), QStringLiteral("-l"),
-                      m_dir.filePath(QStringLiteral("log")), QStringLiteral("-o"),
-                      QStringLiteral("-c listen_addresses=127.0.0.1 -p %1 -k %2 -c fsync=off")
-                          .arg(m_port)
-                          .arg(m_dir.path())});
+        return pgCtl({u"start"_s, u"-w"_s, u"-t"_s, u"120"_s, u"-l"_s, m_dir.filePath(u"log"_s),
+                      u"-o"_s,
+                      u"-c listen_addresses=127.0.0.1 -p %1 -k %2 -c fsync=off"_s.arg(m_port).arg(
+                          m_dir.path())});
     }
 
     // A fast shutdown, as an administrator stops a server: every session
     // ends at once, a statement in the middle of its rows too.
-    bool stop()
-    {
-        return pgCtl({QStringLiteral("stop"), QStringLiteral("-w"), QStringLiteral("-m"),
-                      QStringLiteral("fast")});
-    }
+    bool stop() { return pgCtl({u"stop"_s, u"-w"_s, u"-m"_s, u"fast"_s}); }
 
-    QString url(const QString &database = QStringLiteral("postgres")) const
+    QString url(const QString &database = u"postgres"_s) const
     {
-        return QStringLiteral("postgresql://qrt@127.0.0.1:%1/%2").arg(m_port).arg(database);
+        return u"postgresql://qrt@127.0.0.1:%1/%2"_s.arg(m_port).arg(database);
     }
 
 private:
-    QString dataDir() const { return m_dir.filePath(QStringLiteral("data")); }
+    QString dataDir() const { return m_dir.filePath(u"data"_s); }
 
     bool pgCtl(QStringList arguments)
     {
         QString why;
-        return run(m_bin + QStringLiteral("/pg_ctl"),
-                   QStringList{QStringLiteral("-D"), dataDir()} + arguments, &why);
+        return run(m_bin + u"/pg_ctl"_s, QStringList{u"-D"_s, dataDir()} + arguments, &why);
     }
 
     bool run(const QString &program, const QStringList &arguments, QString *why)
     {
         QProcess process;
         if (geteuid() == 0)
-            process.start(QStringLiteral("runuser"),
-                          QStringList{QStringLiteral("-u"), QStringLiteral("postgres"),
-                                      QStringLiteral("--"), program} +
-                              arguments);
+            process.start(u"runuser"_s,
+                          QStringList{u"-u"_s, u"postgres"_s, u"--"_s, program} + arguments);
         else
             process.start(program, arguments);
         const bool ok = process.waitForFinished(180000) &&
@@ -129,7 +119,7 @@ private:
         m_output = QString::fromLocal8Bit(process.readAllStandardOutput() +
                                           process.readAllStandardError());
         if (!ok)
-            *why = program + QStringLiteral(": ") + m_output;
+            *why = program + u": "_s + m_output;
         return ok;
     }
 

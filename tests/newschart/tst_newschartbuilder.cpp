@@ -18,7 +18,6 @@
 // with one pass over News; what changes the database shows at the next
 // drawing; what memory cannot read rightly goes to the statement.
 
-#include "ChartDrawing.h"
 #include "NewsFixture.h"
 #include "base/Dates.h"
 #include "db/Connection.h"
@@ -168,7 +167,6 @@ private Q_SLOTS:
     void qtConversions_data();
     void qtConversions();
     void timeOfDayRounding();
-    void initTestCase();
     void fastEqualsLiteral_data();
     void fastEqualsLiteral();
     void isoForms_data();

@@ -18,6 +18,8 @@
 
 namespace qrt::test {
 
+using namespace Qt::StringLiterals;
+
 inline quint32 testSeed()
 {
     static const quint32 seed = [] {
@@ -41,37 +43,30 @@ inline bool makeRandomNewsDb(const QString &path, int items, quint32 seed)
     QSqlDatabase database = writer.database();
     QSqlQuery q(database);
     // Words gives the totals other than Count a number to work on.
-    const QStringList schema = newsTables(false)
-                               << QStringLiteral("ALTER TABLE News ADD COLUMN Words INTEGER");
+    const QStringList schema = newsTables(false) << u"ALTER TABLE News ADD COLUMN Words INTEGER"_s;
     for (const QString &sql : schema)
         if (!q.exec(sql))
             return false;
     QRandomGenerator rng(seed);
-    const QStringList categories = {QStringLiteral("World"), QStringLiteral("Sports"),
-                                    QStringLiteral("sports"), QStringLiteral("Science"),
-                                    QStringLiteral("Local")};
+    const QStringList categories = {u"World"_s, u"Sports"_s, u"sports"_s, u"Science"_s, u"Local"_s};
     const int providers = 3 + rng.bounded(5);
     // Every provider and category has a channel of its own; the rest go by lot.
     const int channels = std::max(providers, static_cast<int>(categories.size())) + rng.bounded(12);
     database.transaction();
     for (int i = 0; i < categories.size(); ++i)
-        q.exec(QStringLiteral("INSERT INTO Categories VALUES (%1, '%2')")
-                   .arg(i + 1)
-                   .arg(categories[i]));
+        q.exec(u"INSERT INTO Categories VALUES (%1, '%2')"_s.arg(i + 1).arg(categories[i]));
     for (int p = 1; p <= providers; ++p)
-        q.exec(QStringLiteral("INSERT INTO Providers VALUES (%1, 'Provider %2')")
-                   .arg(p)
-                   .arg(QChar(u'A' + p - 1)));
+        q.exec(
+            u"INSERT INTO Providers VALUES (%1, 'Provider %2')"_s.arg(p).arg(QChar(u'A' + p - 1)));
     for (int c = 1; c <= channels; ++c)
-        q.exec(QStringLiteral("INSERT INTO Channels VALUES (%1, 'Channel %2', %3, %4)")
-                   .arg(c)
+        q.exec(u"INSERT INTO Channels VALUES (%1, 'Channel %2', %3, %4)"_s.arg(c)
                    .arg(c)
                    .arg(c <= providers ? c : 1 + rng.bounded(providers))
                    .arg(c <= categories.size()
                             ? c
                             : 1 + rng.bounded(static_cast<int>(categories.size()))));
     QSqlQuery insert(database);
-    insert.prepare(QStringLiteral("INSERT INTO News VALUES (?, ?, ?, ?, ?)"));
+    insert.prepare(u"INSERT INTO News VALUES (?, ?, ?, ?, ?)"_s);
     const QDateTime start(QDate(2023, 11, 20), QTime(0, 0));
     for (int i = 1; i <= items; ++i) {
         insert.bindValue(0, i);
@@ -79,15 +74,15 @@ inline bool makeRandomNewsDb(const QString &path, int items, quint32 seed)
         if (roll == 0)
             insert.bindValue(1, QVariant()); // no date
         else
-            insert.bindValue(1, start.addSecs(rng.bounded(3 * 365 * 86400))
-                                    .toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")));
+            insert.bindValue(
+                1, start.addSecs(rng.bounded(3 * 365 * 86400)).toString(u"yyyy-MM-dd HH:mm:ss"_s));
         insert.bindValue(2, 1 + rng.bounded(channels));
         if (roll == 1)
             insert.bindValue(3, QVariant()); // no title
         else if (roll == 2)
             insert.bindValue(3, QString()); // an empty one
         else
-            insert.bindValue(3, QStringLiteral("Title %1").arg(rng.bounded(items / 3 + 1)));
+            insert.bindValue(3, u"Title %1"_s.arg(rng.bounded(items / 3 + 1)));
         insert.bindValue(4, rng.bounded(500));
         if (!insert.exec()) {
             qWarning() << insert.lastError().text();
@@ -103,20 +98,16 @@ inline bool makeRandomNewsDb(const QString &path, int items, quint32 seed)
 inline bool makeSmallNewsDb(const QString &path)
 {
     return execAll(
-        path,
-        newsTables(false) +
-            QStringList{
-                QStringLiteral(
-                    "INSERT INTO Categories VALUES (1, 'Sports'), (2, 'sports'), (3, 'World')"),
-                QStringLiteral(
-                    "INSERT INTO Providers VALUES (1, 'beta'), (2, 'Alpha'), (3, 'Gamma')"),
-                QStringLiteral("INSERT INTO Channels VALUES (1, 'One', 1, 1), (2, 'Two', 2, 2), "
-                               "(3, 'Three', 3, 3)"),
-                QStringLiteral(
-                    "INSERT INTO News VALUES (1, '2005-01-03 10:15:30', 1, 'a'), "
-                    "(2, '2005-03-31 23:59:59', 2, 'b'), (3, '2005-04-01 00:00:00', 3, NULL), "
-                    "(4, '2006-12-31 12:00:00', 1, ''), (5, '2004-12-31 08:00:00', 2, 'e'), "
-                    "(6, NULL, 3, 'f')")});
+        path, newsTables(false) +
+                  QStringList{
+                      u"INSERT INTO Categories VALUES (1, 'Sports'), (2, 'sports'), (3, 'World')"_s,
+                      u"INSERT INTO Providers VALUES (1, 'beta'), (2, 'Alpha'), (3, 'Gamma')"_s,
+                      u"INSERT INTO Channels VALUES (1, 'One', 1, 1), (2, 'Two', 2, 2), "
+                      "(3, 'Three', 3, 3)"_s,
+                      u"INSERT INTO News VALUES (1, '2005-01-03 10:15:30', 1, 'a'), "
+                      "(2, '2005-03-31 23:59:59', 2, 'b'), (3, '2005-04-01 00:00:00', 3, NULL), "
+                      "(4, '2006-12-31 12:00:00', 1, ''), (5, '2004-12-31 08:00:00', 2, 'e'), "
+                      "(6, NULL, 3, 'f')"_s});
 }
 
 // The names of an axis's field sets, in order.

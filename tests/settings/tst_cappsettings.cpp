@@ -120,7 +120,6 @@ private Q_SLOTS:
     void damagedFilesAreSetAside();
     void leftoversOfDeadWritersGo();
     void concurrentWritersLoseNothing();
-    void concurrentWritersLoseNothing();
     void killedWriterLeavesAWholeFile();
     void damagedFileIsSetAsideByTheNextProgram();
     void refusedSaveLeavesTheFile_data();
