@@ -649,7 +649,7 @@ void tst_NewsChartBuilder::initTestCase()
 {
     for (quint32 seed : kSeeds) {
         const QStringList items = qrt::test::randomItems(seed);
-        const QString path = m_dir.filePath(u"news%1.db"_s.arg(seed));
+        const QString path = m_dir.filePath(u"seed%1.db"_s.arg(seed));
         QVERIFY(qrt::test::makeSqliteNews(path, items));
         m_sqlite[seed] = path;
         const QString url =
