@@ -382,8 +382,6 @@ void tst_Recordset::parse_data()
     QTest::newRow("bare path") << u"/srv/news.db"_s << u"1 /srv/news.db @:-1 /"_s;
     QTest::newRow("path with =") << u"/tmp/a=b.db"_s << u"1 /tmp/a=b.db @:-1 /"_s;
     QTest::newRow("file URL") << u"file:///srv/news.db"_s << u"1 /srv/news.db @:-1 /"_s;
-    QTest::newRow("SQLite provider")
-        << u"Provider=SQLite;Data Source=/srv/news.db"_s << u"1 /srv/news.db @:-1 /"_s;
     QTest::newRow("Jet provider, keys in any case")
         << u"PROVIDER=Microsoft.Jet.OLEDB.4.0;data source=/srv/news.mdb;User ID=admin;Password="_s
         << u"1 /srv/news.mdb @:-1 admin/"_s;

@@ -65,16 +65,20 @@ QStringList allCells(const ChartControl &chart)
     return out;
 }
 
+NewsChartQuery queryOf(const qrt::test::Period &period, const QString &filter, int series,
+                       StatisticsMode mode)
+{
+    return {period.from, period.till,
+            filter,      qrt::chart::StatisticsStatement::ColumnsFor(series)->order,
+            series,      mode};
+}
+
 NewsChartQuery query(const QString &from, const QString &till, int series,
                      const QString &filter = kAllTicked,
                      StatisticsMode mode = StatisticsMode::Fastest)
 {
-    return {dates::fromText(from).value_or(-1),
-            dates::fromText(till).value_or(-1),
-            filter,
-            qrt::chart::StatisticsStatement::ColumnsFor(series)->order,
-            series,
-            mode};
+    return queryOf({dates::fromText(from).value_or(-1), dates::fromText(till).value_or(-1)}, filter,
+                   series, mode);
 }
 
 using qrt::test::Drawing;
@@ -137,13 +141,6 @@ QString randomPanelFilter(QRandomGenerator &random)
     };
     return u"Categories.ID "_s + clause({1, 2, 5}) + u"AND Providers.ID "_s + clause({1, 2, 7}) +
            u"AND Channels.ID "_s + clause({1, 2, 3, 4});
-}
-
-NewsChartQuery queryOf(const Period &period, const QString &filter, int series, StatisticsMode mode)
-{
-    return {period.from, period.till,
-            filter,      qrt::chart::StatisticsStatement::ColumnsFor(series)->order,
-            series,      mode};
 }
 
 } // namespace

@@ -377,7 +377,6 @@ void tst_PivotWindow::refreshKeepsTheLayouts_data()
     QTest::addColumn<QString>("folder");
     QTest::addColumn<QString>("provider"); // the name of the first provider
     QTest::addColumn<bool>("comesLater");  // the database, after the first loads failed
-    QTest::newRow("plain") << u"plain"_s << u"Provider A"_s << false;
     QTest::newRow("a folder and a member outside Latin-1") << u"Журнал"_s << u"Вести"_s << false;
     QTest::newRow("double quotes in a stored member")
         << u"quotes"_s << u"Ace \"Daily\" News"_s << false;
