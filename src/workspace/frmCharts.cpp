@@ -42,8 +42,8 @@
 #include <optional>
 
 using namespace Qt::StringLiterals;
-using qrt::chart::NamedPeriod;
-using qrt::chart::StatisticsStatement;
+namespace NamedPeriod = qrt::chart::NamedPeriod;
+namespace StatisticsStatement = qrt::chart::StatisticsStatement;
 using qrt::pivot::PivotView;
 namespace PivotPage = qrt::pivot::PivotPage;
 namespace dates = qrt::dates;

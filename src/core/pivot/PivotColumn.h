@@ -5,6 +5,8 @@
 // value, codes 1..n follow the sort order of the values, so a code is also
 // the member's position. A date column keeps per row its day (as a code from
 // the first day) and, when the values carry one, its second of the day.
+// A column loaded by its counts alone (see PivotGrain) has no values: every
+// row is blank, and counts() gives each row's number of non-blank values.
 // Immutable once built; shared between threads.
 
 #include <QString>
@@ -61,6 +63,13 @@ public:
     const std::vector<qint64> &presentTimes() const;
     static double dateValue(qint32 day, quint32 second);
 
+    // Columns loaded by their counts alone.
+    bool isCountOnly() const { return !m_counts.empty(); }
+    const std::vector<quint32> &counts(int chunk) const
+    {
+        return m_counts[static_cast<std::size_t>(chunk)];
+    }
+
     qint64 memoryBytes() const;
 
 private:
@@ -77,6 +86,7 @@ private:
     quint32 m_dayCodes = 0;
     std::vector<std::vector<quint32>> m_seconds;
     std::vector<qint32> m_presentDays;
+    std::vector<std::vector<quint32>> m_counts;
     mutable std::once_flag m_timesOnce;
     mutable std::vector<qint64> m_presentTimes;
 };

@@ -43,6 +43,8 @@ public:
     PivotHierarchy(const PivotColumn &column, Shape shape);
 
     const PivotColumn &column() const { return *m_column; }
+    // The same column of a load at another grain: keys stay what they were.
+    void rebind(const PivotColumn &column) { m_column = &column; }
     Shape shape() const { return m_shape; }
     int levelCount() const { return static_cast<int>(m_levels.size()); }
     Level level(int index) const { return m_levels[static_cast<std::size_t>(index)]; }
