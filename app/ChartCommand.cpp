@@ -20,7 +20,7 @@
 
 using namespace Qt::StringLiterals;
 namespace dates = qrt::dates;
-using qrt::chart::NamedPeriod;
+namespace NamedPeriod = qrt::chart::NamedPeriod;
 using qrt::chart::NewsChartBuilder;
 using qrt::chart::NewsChartQuery;
 

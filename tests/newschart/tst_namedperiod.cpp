@@ -7,7 +7,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using qrt::chart::NamedPeriod;
+namespace NamedPeriod = qrt::chart::NamedPeriod;
 using qrt::dates::fromYmd;
 
 class tst_NamedPeriod : public QObject

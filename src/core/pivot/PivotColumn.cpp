@@ -31,6 +31,7 @@ PivotColumn &PivotColumn::operator=(PivotColumn &&other) noexcept
     m_seconds = std::move(other.m_seconds);
     m_presentDays = std::move(other.m_presentDays);
     m_counts = std::move(other.m_counts);
+    m_timeStep = other.m_timeStep;
     m_presentTimes.clear(); // worked out again on demand
     return *this;
 }

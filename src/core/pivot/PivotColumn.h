@@ -62,6 +62,10 @@ public:
     // out on first use, since only views below a day need them.
     const std::vector<qint64> &presentTimes() const;
     static double dateValue(qint32 day, quint32 second);
+    // The seconds a grouped load cut the dates to (86400: whole days); 1
+    // when they are as stored. Members below that are not in the column.
+    quint32 timeStep() const { return m_timeStep; }
+    void setTimeStep(quint32 seconds) { m_timeStep = seconds; }
 
     // Columns loaded by their counts alone.
     bool isCountOnly() const { return !m_counts.empty(); }
@@ -87,6 +91,7 @@ private:
     std::vector<std::vector<quint32>> m_seconds;
     std::vector<qint32> m_presentDays;
     std::vector<std::vector<quint32>> m_counts;
+    quint32 m_timeStep = 1;
     mutable std::once_flag m_timesOnce;
     mutable std::vector<qint64> m_presentTimes;
 };

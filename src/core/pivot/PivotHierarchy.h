@@ -66,6 +66,7 @@ public:
     static qint64 dateKey(Level level, qint32 day, quint32 second);
 
 private:
+    std::optional<qint64> keyBelowCut(int level, qint64 parentKey, QStringView caption) const;
     // The days [first, last] a member at a date level spans.
     void daySpan(Level level, qint64 key, qint64 &first, qint64 &last) const;
 

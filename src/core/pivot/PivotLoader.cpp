@@ -488,10 +488,15 @@ Outcome readGrouped(db::Connection &connection, const QString &commandText,
         return Outcome::Failed;
     }
     columns = sink.finish();
-    for (std::size_t i = 0; i < plan.size(); ++i)
-        if (plan[i].kind == PivotGroupedStatement::Column::Kind::Date &&
-            columns[i].kind() != PivotColumn::Kind::Date && columns[i].rowCount() > 0)
+    for (std::size_t i = 0; i < plan.size(); ++i) {
+        if (plan[i].kind != PivotGroupedStatement::Column::Kind::Date)
+            continue;
+        if (columns[i].kind() != PivotColumn::Kind::Date && columns[i].rowCount() > 0)
             return Outcome::AllRowsInstead;
+        columns[i].setTimeStep(plan[i].time == PivotGrain::Time::Hours     ? 3600
+                               : plan[i].time == PivotGrain::Time::Minutes ? 60
+                                                                           : 86400);
+    }
     held = PivotGroupedStatement::heldGrain(samples, plan);
     weights = sink.takeWeights();
     return Outcome::Done;
