@@ -7,8 +7,8 @@
 #include "pivot/PivotAggregator.h"
 #include "pivot/PivotChartData.h"
 #include "pivot/PivotData.h"
-#include "pivot/PivotLayoutText.h"
 #include "pivot/PivotGrain.h"
+#include "pivot/PivotLayoutText.h"
 #include "pivot/PivotLoad.h"
 #include "pivot/PivotResult.h"
 #include "pivot/PivotResultWriter.h"
@@ -217,7 +217,8 @@ int run(const QStringList &arguments)
             return 2;
     }
     const QString connection = parser.positionalArguments().at(1);
-    const QString command = parser.isSet(u"command"_s) ? parser.value(u"command"_s) : pivotStatement();
+    const QString command =
+        parser.isSet(u"command"_s) ? parser.value(u"command"_s) : pivotStatement();
     // The layout first goes on the rows grouped by day; a layout that asks
     // for more (hours, titles, a member below the day) gets the grain it
     // needs, or every row when a member it names is not in the grouped rows.

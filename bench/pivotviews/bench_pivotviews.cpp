@@ -15,8 +15,8 @@
 // expansion under 0.5 s.
 
 #include "base/Dates.h"
-#include "pivot/PivotAggregator.h"
 #include "demodata/DemoDatabase.h"
+#include "pivot/PivotAggregator.h"
 #include "pivot/PivotData.h"
 #include "pivot/PivotGrain.h"
 #include "pivot/PivotLoader.h"
@@ -168,9 +168,9 @@ int measureLoad(const QString &database, bool grouped)
 {
     const qint64 before = procStatus("VmRSS:");
     QString error;
-    const std::shared_ptr<PivotData> data = PivotLoader::load(
-        database, pivotStatement(), {}, &error, nullptr,
-        grouped ? PivotGrain() : PivotGrain::allRows());
+    const std::shared_ptr<PivotData> data =
+        PivotLoader::load(database, pivotStatement(), {}, &error, nullptr,
+                          grouped ? PivotGrain() : PivotGrain::allRows());
     if (!data)
         return 1;
     const QJsonObject figures{{u"before"_s, double(before)},
@@ -299,8 +299,8 @@ QString postgresDataset(qint64 items)
     options.items = items;
     options.until = QDate(2025, 12, 31);
     // The database itself is made through the server's own "postgres" one.
-    QProcess::execute(u"psql"_s, {admin.toString(), u"-qc"_s,
-                                  u"CREATE DATABASE "_s + url.path().mid(1)});
+    QProcess::execute(u"psql"_s,
+                      {admin.toString(), u"-qc"_s, u"CREATE DATABASE "_s + url.path().mid(1)});
     if (!qrt::db::DemoDatabase::create(target, options, &error))
         std::fprintf(stderr, "cannot create it: %s\n", qPrintable(error));
     return error.isEmpty() ? target : QString();
@@ -332,7 +332,7 @@ Opened openViews(const std::shared_ptr<const PivotData> &data)
     return views;
 }
 
-std::map<QString, double> g_openMs;   // "<engine> <items>" -> load and both grids
+std::map<QString, double> g_openMs;    // "<engine> <items>" -> load and both grids
 std::map<QString, double> g_memoryMiB; // "<items>" -> resident memory the grouped data added
 std::map<qint64, double> g_expandMs;
 
@@ -423,8 +423,9 @@ void registerAll()
             ->UseRealTime()
             ->Unit(benchmark::kMillisecond);
         for (const bool postgres : {false, true})
-            benchmark::RegisterBenchmark(postgres ? "BM_PivotOpen_PostgreSQL" : "BM_PivotOpen_SQLite",
-                                         [postgres](benchmark::State &s) { BM_PivotOpen(s, postgres); })
+            benchmark::RegisterBenchmark(
+                postgres ? "BM_PivotOpen_PostgreSQL" : "BM_PivotOpen_SQLite",
+                [postgres](benchmark::State &s) { BM_PivotOpen(s, postgres); })
                 ->Arg(items)
                 ->Iterations(3)
                 ->UseManualTime()
@@ -464,16 +465,18 @@ void printWindowSummary()
         const qint64 items = key.section(u' ', 1).toLongLong();
         const auto &peers = g_figures[items].peers;
         const auto duck = peers.find(u"duckdb"_s);
-        const double duckMs = duck == peers.end() ? 0
-                                                  : duck->second.value(u"load_ms"_s).toDouble() +
-                                                        duck->second.value(u"aggregate_ms"_s).toDouble();
+        const double duckMs = duck == peers.end()
+                                  ? 0
+                                  : duck->second.value(u"load_ms"_s).toDouble() +
+                                        duck->second.value(u"aggregate_ms"_s).toDouble();
         std::printf("  %-22s open and both grids %8.0f ms  DuckDB reading and grouping %8.0f ms  "
                     "target <= 1500 ms and faster: %s\n",
                     qPrintable(key + u" items"_s), ms, duckMs,
                     ms <= 1500 && duckMs > ms ? "met" : "NOT met");
     }
     for (const auto &[items, mib] : g_memoryMiB)
-        std::printf("  memory held by the grouped data, %s items: %.1f MiB\n", qPrintable(items), mib);
+        std::printf("  memory held by the grouped data, %s items: %.1f MiB\n", qPrintable(items),
+                    mib);
     for (const auto &[items, ms] : g_expandMs)
         std::printf("  a year's months to days, %lld items: %.1f ms (target <= 500 ms)\n",
                     static_cast<long long>(items), ms);

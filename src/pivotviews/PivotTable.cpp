@@ -413,7 +413,8 @@ void PivotTable::showLoadError(const QString &error)
 void PivotTable::loadFinished()
 {
     if (m_view) { // the finer grain the layout on screen asked for
-        if (std::shared_ptr<const PivotData> data = m_loadPanel->data(); data && m_view->setData(data))
+        if (std::shared_ptr<const PivotData> data = m_loadPanel->data();
+            data && m_view->setData(data))
             showLayout();
         else
             showLoadError(m_loadPanel->error());

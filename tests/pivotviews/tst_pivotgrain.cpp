@@ -25,9 +25,10 @@ using namespace qrt::pivot;
 
 namespace {
 
-const QStringList kNames = {u"Reuters"_s,      u"O'Brien \"Daily\""_s, u"Zürich Ost"_s,
-                            u"Łódź Express"_s, u"Новости"_s,           u"東京"_s,
-                            u"Ελλάδα"_s,       u"reuters"_s};
+const QStringList kNames = {u"Reuters"_s,    u"O'Brien \"Daily\""_s,
+                            u"Zürich Ost"_s, u"Łódź Express"_s,
+                            u"Новости"_s,    u"東京"_s,
+                            u"Ελλάδα"_s,     u"reuters"_s};
 
 QString sqlText(const QVariant &value)
 {
@@ -64,8 +65,9 @@ QStringList randomNews(bool postgres, QRandomGenerator &rng)
     QStringList sql = qrt::test::newsTables(postgres);
     sql << u"ALTER TABLE News ADD COLUMN Words integer"_s;
     auto name = [&](int i) {
-        return i % 7 == 6 ? QVariant() : QVariant(kNames[rng.bounded(kNames.size())] + u' ' +
-                                                  QString::number(i % 3));
+        return i % 7 == 6
+                   ? QVariant()
+                   : QVariant(kNames[rng.bounded(kNames.size())] + u' ' + QString::number(i % 3));
     };
     QStringList rows;
     for (int i = 1; i <= 4; ++i)
@@ -138,9 +140,9 @@ std::vector<qint64> someKeys(const PivotHierarchy &h, int level, QRandomGenerato
 // the grain fine.
 void layOut(QRandomGenerator &rng, PivotView &view)
 {
-    const QStringList sets = {u"Provider"_s,         u"Channel"_s, u"Category"_s,
-                              u"NewsDate By Month"_s, u"NewsDate By Week"_s, u"NewsDate"_s,
-                              u"News"_s};
+    const QStringList sets = {
+        u"Provider"_s,         u"Channel"_s,  u"Category"_s, u"NewsDate By Month"_s,
+        u"NewsDate By Week"_s, u"NewsDate"_s, u"News"_s};
     auto put = [&](PivotAxis &axis) {
         PivotFieldSet &set =
             view.FieldSets(sets[rng.bounded(rng.bounded(4) == 0 ? sets.size() : 5)]);
@@ -275,7 +277,8 @@ void tst_PivotGrain::groupedGridIsAllRowsGrid()
             QVERIFY(all.setData(grouped));
             QVERIFY(!grouped->grain().isAllRows());
             const QStringList wrong = differences(expected, cells(PivotAggregator::run(all)));
-            QVERIFY2(wrong.isEmpty(), qPrintable(u"layout %1: %2"_s.arg(layout).arg(wrong.join(u", "))));
+            QVERIFY2(wrong.isEmpty(),
+                     qPrintable(u"layout %1: %2"_s.arg(layout).arg(wrong.join(u", "))));
         }
     }
 }

@@ -370,9 +370,9 @@ private:
                 continue;
             const PivotColumn &column = *total.column;
             auto accOf = [&](quint32 cell) -> Acc & {
-                return acc.accs[static_cast<std::size_t>(cell) *
-                                    static_cast<std::size_t>(acc.slotCount) +
-                                static_cast<std::size_t>(total.slot)];
+                return acc
+                    .accs[static_cast<std::size_t>(cell) * static_cast<std::size_t>(acc.slotCount) +
+                          static_cast<std::size_t>(total.slot)];
             };
             if (column.isCountOnly()) { // only a Count asks for it
                 const std::vector<quint32> &counts = column.counts(chunk);

@@ -99,24 +99,23 @@ std::shared_ptr<PivotDataCache::Entry> PivotDataCache::start(const QString &conn
     const QString key = keyOf(connectionString, commandText, grain);
     auto interrupt = std::make_shared<db::StatementInterrupt>();
     entry->m_interrupt = interrupt;
-    entry->m_future = QtConcurrent::run(
-        &m_pool,
-        [this, connectionString, commandText, grain, key, interrupt](QPromise<Result> &promise) {
-            promise.setProgressRange(0, 0); // the number of rows is not known ahead
-            const auto progress = [&promise](qint64 rows) {
-                promise.setProgressValue(
-                    static_cast<int>(std::min<qint64>(rows, std::numeric_limits<int>::max())));
-                return !promise.isCanceled();
-            };
-            Result result;
-            result.data = PivotLoader::load(connectionString, commandText, progress, &result.error,
-                                            interrupt.get(), grain);
-            if (result.data) {
-                QMutexLocker lock(&m_mutex);
-                m_loaded.insert(key, result.data);
-            }
-            promise.addResult(std::move(result));
-        });
+    entry->m_future = QtConcurrent::run(&m_pool, [this, connectionString, commandText, grain, key,
+                                                  interrupt](QPromise<Result> &promise) {
+        promise.setProgressRange(0, 0); // the number of rows is not known ahead
+        const auto progress = [&promise](qint64 rows) {
+            promise.setProgressValue(
+                static_cast<int>(std::min<qint64>(rows, std::numeric_limits<int>::max())));
+            return !promise.isCanceled();
+        };
+        Result result;
+        result.data = PivotLoader::load(connectionString, commandText, progress, &result.error,
+                                        interrupt.get(), grain);
+        if (result.data) {
+            QMutexLocker lock(&m_mutex);
+            m_loaded.insert(key, result.data);
+        }
+        promise.addResult(std::move(result));
+    });
     return entry;
 }
 

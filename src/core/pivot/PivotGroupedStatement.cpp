@@ -59,8 +59,8 @@ std::vector<Column> plan(const std::vector<Sample> &samples, const PivotGrain &g
         const PivotGrain::Time time = grain.time(s.name);
         if (isDates(s)) {
             // Texts on SQLite, values of a date type on PostgreSQL.
-            const bool cuttable = engine == db::Engine::SQLite ? s.dateValues == 0
-                                                               : s.dateTexts == 0;
+            const bool cuttable =
+                engine == db::Engine::SQLite ? s.dateValues == 0 : s.dateTexts == 0;
             if (cuttable && time != PivotGrain::Time::Exact) {
                 column.kind = Column::Kind::Date;
                 column.time = time;
@@ -100,34 +100,50 @@ QString sampleStatement(const QString &statement)
            QString::number(SampleRows);
 }
 
-QString statement(const QString &statement, const std::vector<Column> &plan, db::Engine engine)
+namespace {
+
+// The statement as a common table expression of numbered columns, and the
+// planned columns over it: grouped, the counted ones as COUNT, else row by
+// row as 1 or 0. The line breaks keep a comment that ends the statement
+// inside it.
+QString select(const QString &statement, const std::vector<Column> &plan, db::Engine engine,
+               bool grouping, QStringList &grouped)
 {
-    QStringList names, selected, grouped;
+    QStringList names, selected;
     for (std::size_t i = 0; i < plan.size(); ++i) {
         const QString x = columnName(i);
         names << x;
-        switch (plan[i].kind) {
-        case Column::Kind::Value:
-            selected << x;
-            grouped << x;
-            break;
-        case Column::Kind::Date: {
-            const QString cut = engine == db::Engine::SQLite ? sqliteDate(x, plan[i].time)
-                                                             : postgresDate(x, plan[i].time);
-            selected << cut;
-            grouped << cut;
-            break;
-        }
-        case Column::Kind::Count:
-            selected << u"COUNT(CASE WHEN CAST(%1 AS TEXT) <> '' THEN 1 END)"_s.arg(x);
-            break;
-        }
+        QString value = x;
+        if (plan[i].kind == Column::Kind::Date)
+            value = engine == db::Engine::SQLite ? sqliteDate(x, plan[i].time)
+                                                 : postgresDate(x, plan[i].time);
+        if (plan[i].kind != Column::Kind::Count)
+            grouped << value;
+        else if (grouping)
+            value = u"COUNT(CASE WHEN CAST(%1 AS TEXT) <> '' THEN 1 END)"_s.arg(x);
+        else
+            value = u"CASE WHEN CAST(%1 AS TEXT) <> '' THEN 1 ELSE 0 END"_s.arg(x);
+        selected << value;
     }
-    selected << u"COUNT(*)"_s;
-    // The line breaks keep a comment that ends the statement inside it.
+    if (grouping)
+        selected << u"COUNT(*)"_s;
     return u"WITH q ("_s + names.join(u", "_s) + u") AS (\n"_s + nestable(statement) +
-           u"\n) SELECT "_s + selected.join(u", "_s) + u" FROM q GROUP BY "_s +
-           grouped.join(u", "_s);
+           u"\n) SELECT "_s + selected.join(u", "_s) + u" FROM q"_s;
+}
+
+} // namespace
+
+QString rowsStatement(const QString &statement, const std::vector<Column> &plan, db::Engine engine)
+{
+    QStringList grouped;
+    return select(statement, plan, engine, false, grouped);
+}
+
+QString statement(const QString &statement, const std::vector<Column> &plan, db::Engine engine)
+{
+    QStringList grouped;
+    const QString text = select(statement, plan, engine, true, grouped);
+    return text + u" GROUP BY "_s + grouped.join(u", "_s);
 }
 
 } // namespace qrt::pivot::PivotGroupedStatement

@@ -1,7 +1,8 @@
 #pragma once
 // The statement of a grouped load: the page's statement, unchanged, as a
 // common table expression whose columns are renamed by position, grouped
-// by its columns at the grain asked for, with the number of rows of each
+// by its columns at the grain asked for (in the engine, or on SQLite as
+// the rows arrive, see rowsStatement()), with the number of rows of each
 // group and, for a column of nearly unique texts, the number of its
 // non-blank values. Only standard grouping and the engine's own date
 // functions, so an engine that spreads a table over many machines runs it
@@ -58,5 +59,11 @@ QString sampleStatement(const QString &statement);
 // per planned column, in order, then the number of rows of the group. The
 // plan groups by at least one column.
 QString statement(const QString &statement, const std::vector<Column> &plan, db::Engine engine);
+// The same columns row by row, a counted column as 1 or 0, for the load to
+// group as the rows arrive. SQLite groups by sorting every row, several
+// times the cost of the scan itself; it runs in this process, so a hash
+// table over the rows as they are stepped does the same work at the
+// speed of the scan.
+QString rowsStatement(const QString &statement, const std::vector<Column> &plan, db::Engine engine);
 
 } // namespace qrt::pivot::PivotGroupedStatement

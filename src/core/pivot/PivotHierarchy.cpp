@@ -324,8 +324,8 @@ std::optional<qint64> PivotHierarchy::keyBelowCut(int levelIndex, qint64 parent,
     // has it, when it exists.
     const Level l = level(levelIndex);
     const int width = l == Level::Hours ? 3600 : l == Level::Minutes ? 60 : 1;
-    if (levelIndex == 0 || parent == BlankKey || !(l == Level::Hours || l == Level::Minutes ||
-                                                    l == Level::Seconds) ||
+    if (levelIndex == 0 || parent == BlankKey ||
+        !(l == Level::Hours || l == Level::Minutes || l == Level::Seconds) ||
         static_cast<quint32>(width) >= m_column->timeStep() || text.size() != 2)
         return std::nullopt;
     bool ok = false;

@@ -1,5 +1,6 @@
 #include "pivot/PivotLoader.h"
 
+#include "base/Dates.h"
 #include "db/Connection.h"
 #include "db/Dialect.h"
 #include "db/Recordset.h"
@@ -8,7 +9,6 @@
 #include "pivot/PivotColumnBuilder.h"
 #include "pivot/PivotData.h"
 #include "pivot/PivotGroupedStatement.h"
-#include "base/Dates.h"
 
 #include <QSet>
 
@@ -24,6 +24,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <unordered_map>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -163,23 +164,77 @@ public:
     using Kind = PivotGroupedStatement::Column::Kind;
 
     Sink() = default;
+    // `merging`: the rows come one by one and are grouped here.
     Sink(const std::vector<PivotGroupedStatement::Sample> &samples,
-         const std::vector<PivotGroupedStatement::Column> &plan)
+         const std::vector<PivotGroupedStatement::Column> &plan, bool merging)
+        : m_merging(merging)
     {
         for (std::size_t i = 0; i < samples.size(); ++i) {
             m_builders.emplace_back(samples[i].name);
             m_kinds.push_back(plan[i].kind);
         }
+        m_counts.resize(samples.size());
     }
 
     bool isGrouped() const { return !m_kinds.empty(); }
+    bool isMerging() const { return m_merging; }
+
+    // One row of a merging load: a new group's values go to the builders,
+    // a known group's weight and counts go up.
+    void merge(const Batch::Value *row, std::string_view bytes)
+    {
+        m_key.clear();
+        for (std::size_t c = 0; c < m_builders.size(); ++c) {
+            if (m_kinds[c] == Kind::Count)
+                continue;
+            const Batch::Value &v = row[c];
+            m_key += static_cast<char>(v.type);
+            if (v.type == SQLITE_TEXT) {
+                const auto length = static_cast<quint32>(v.length);
+                m_key.append(reinterpret_cast<const char *>(&length), sizeof length);
+                m_key.append(bytes.substr(v.offset, v.length));
+            } else if (v.type != SQLITE_NULL) {
+                m_key.append(reinterpret_cast<const char *>(&v.number), sizeof v.number);
+            }
+        }
+        const auto [it, added] =
+            m_groups.try_emplace(m_key, static_cast<quint32>(m_weightsSoFar.size()));
+        if (added) {
+            m_weightsSoFar.push_back(0);
+            for (std::size_t c = 0; c < m_builders.size(); ++c) {
+                if (m_kinds[c] == Kind::Count)
+                    m_counts[c].push_back(0);
+                else
+                    add(c, row[c], bytes);
+            }
+        }
+        ++m_weightsSoFar[it->second];
+        for (std::size_t c = 0; c < m_builders.size(); ++c)
+            if (m_kinds[c] == Kind::Count && row[c].type != SQLITE_NULL)
+                m_counts[c][it->second] += static_cast<quint32>(row[c].number);
+    }
+    void add(std::size_t c, const Batch::Value &value, std::string_view bytes)
+    {
+        switch (value.type) {
+        case SQLITE_INTEGER:
+        case SQLITE_FLOAT:
+            return number(c, value.number);
+        case SQLITE_TEXT:
+            return text(c, bytes.substr(value.offset, value.length));
+        default:
+            return null(c);
+        }
+    }
     // Names the columns of an all-rows load once the statement is ready.
     void name(const QString &column)
     {
         if (!isGrouped())
             m_builders.emplace_back(column);
     }
-    std::size_t columnCount() const { return m_builders.size() + (isGrouped() ? 1 : 0); }
+    std::size_t columnCount() const
+    {
+        return m_builders.size() + (isGrouped() && !m_merging ? 1 : 0);
+    }
 
     void number(std::size_t c, double value)
     {
@@ -208,6 +263,14 @@ public:
 
     std::vector<PivotColumn> finish()
     {
+        if (m_merging) {
+            for (std::size_t c = 0; c < m_builders.size(); ++c)
+                for (quint32 count : m_counts[c])
+                    m_builders[c].addCount(count);
+            for (quint32 weight : m_weightsSoFar)
+                count(m_builders.size(), weight);
+            m_groups = {};
+        }
         std::vector<PivotColumn> columns;
         columns.reserve(m_builders.size());
         for (PivotColumnBuilder &builder : m_builders)
@@ -220,7 +283,7 @@ public:
 private:
     bool isCount(std::size_t c) const
     {
-        return isGrouped() && (c == m_builders.size() || m_kinds[c] == Kind::Count);
+        return isGrouped() && (c >= m_builders.size() || m_kinds[c] == Kind::Count);
     }
     void count(std::size_t c, double value)
     {
@@ -235,26 +298,24 @@ private:
     Builders m_builders;
     std::vector<Kind> m_kinds;
     std::vector<std::vector<quint32>> m_weights;
+    bool m_merging = false;
+    std::string m_key;
+    std::unordered_map<std::string, quint32> m_groups;
+    std::vector<quint32> m_weightsSoFar;
+    std::vector<std::vector<quint32>> m_counts; // merging: per counted column, per group
 };
 
 void encode(const Batch &batch, Sink &sink)
 {
     const std::size_t columns = sink.columnCount();
     const std::string_view bytes(batch.bytes);
-    for (std::size_t i = 0; i < batch.values.size(); ++i) {
-        const Batch::Value &value = batch.values[i];
-        switch (value.type) {
-        case SQLITE_INTEGER:
-        case SQLITE_FLOAT:
-            sink.number(i % columns, value.number);
-            break;
-        case SQLITE_TEXT:
-            sink.text(i % columns, bytes.substr(value.offset, value.length));
-            break;
-        default:
-            sink.null(i % columns);
-        }
+    if (sink.isMerging()) {
+        for (std::size_t i = 0; i < batch.values.size(); i += columns)
+            sink.merge(&batch.values[i], bytes);
+        return;
     }
+    for (std::size_t i = 0; i < batch.values.size(); ++i)
+        sink.add(i % columns, batch.values[i], bytes);
 }
 
 sqlite3_stmt *prepareSqlite(sqlite3 *handle, const QString &sql, QString *error)
@@ -440,9 +501,9 @@ bool sample(db::Connection &connection, const QString &commandText, Sampler &sam
                 value = sqlite3_column_double(stmt, c);
                 break;
             default:
-                value = QString::fromUtf8(
-                    reinterpret_cast<const char *>(sqlite3_column_text(stmt, c)),
-                    sqlite3_column_bytes(stmt, c));
+                value =
+                    QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(stmt, c)),
+                                      sqlite3_column_bytes(stmt, c));
             }
             sampler.add(static_cast<std::size_t>(c), value);
         }
@@ -456,10 +517,9 @@ enum class Outcome { Done, Failed, AllRowsInstead };
 // The grouped load; AllRowsInstead when the statement cannot be grouped
 // (it does not nest, a column the sample took for dates is not all dates,
 // nothing is left to group by), so that the rows themselves are read.
-Outcome readGrouped(db::Connection &connection, const QString &commandText,
-                    const PivotGrain &grain, const PivotLoader::Progress &progress,
-                    std::vector<PivotColumn> &columns, PivotGrain &held,
-                    std::vector<std::vector<quint32>> &weights, QString *error)
+Outcome readGrouped(db::Connection &connection, const QString &commandText, const PivotGrain &grain,
+                    const PivotLoader::Progress &progress, std::vector<PivotColumn> &columns,
+                    PivotGrain &held, std::vector<std::vector<quint32>> &weights, QString *error)
 {
     if (const QString why = db::StatementGuard::refusal(commandText); !why.isEmpty()) {
         *error = u"statement refused: "_s + why;
@@ -474,9 +534,12 @@ Outcome readGrouped(db::Connection &connection, const QString &commandText,
             return column.kind != PivotGroupedStatement::Column::Kind::Count;
         }))
         return Outcome::AllRowsInstead;
-    const QString sql = PivotGroupedStatement::statement(
-        db::Dialect::translate(commandText, connection.engine()), plan, connection.engine());
-    Sink sink(samples, plan);
+    const bool sqlite = connection.engine() == db::Engine::SQLite;
+    const QString translated = db::Dialect::translate(commandText, connection.engine());
+    const QString sql =
+        sqlite ? PivotGroupedStatement::rowsStatement(translated, plan, connection.engine())
+               : PivotGroupedStatement::statement(translated, plan, connection.engine());
+    Sink sink(samples, plan, sqlite);
     QString reason;
     const bool read = connection.engine() == db::Engine::SQLite
                           ? readSqlite(connection, sql, sink, progress, &reason)

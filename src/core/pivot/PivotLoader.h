@@ -1,8 +1,9 @@
 #pragma once
 // Runs a command text over a connection string and reads its rows into a
 // PivotData: every row, or the rows grouped in the database at a grain (see
-// PivotGrain, PivotGroupedStatement); a statement that cannot be grouped is
-// read row by row. Works on whatever thread calls it, on a connection of
+// PivotGrain, PivotGroupedStatement; on SQLite the rows come with their
+// dates cut and are grouped here as they are stepped); a statement that
+// cannot be grouped is read row by row. Works on whatever thread calls it, on a connection of
 // its own.
 // On SQLite it steps the engine's statement itself and hands the text bytes
 // straight to the dictionaries, with no QString or QVariant per value.

@@ -43,8 +43,8 @@ bool PivotView::setData(std::shared_ptr<const PivotData> data)
             isDate(data->column(c)) != isDate(m_data->column(c)))
             return false;
     for (const auto &fieldSet : m_fieldSets)
-        fieldSet->rebind(data->column(
-            static_cast<int>(&fieldSet->hierarchy().column() - &m_data->column(0))));
+        fieldSet->rebind(
+            data->column(static_cast<int>(&fieldSet->hierarchy().column() - &m_data->column(0))));
     m_data = std::move(data);
     touch();
     return true;
