@@ -222,6 +222,8 @@ int run(const QStringList &arguments)
     builder.ClearChart(form);
     qrt::db::Connection connection;
     builder.Build(connection, parser.positionalArguments().at(1), form);
+    if (const QString notice = connection.source().notice(); !notice.isEmpty())
+        std::fprintf(stderr, "zorvane-stats chart: %s\n", qPrintable(notice));
 
     if (chart.NumSeries() == 0) {
         if (const QString why = connection.lastError(); !why.isEmpty()) {

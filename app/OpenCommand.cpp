@@ -53,8 +53,11 @@ void reportUnreadableDatabase(const QString &connection)
 {
     qrt::db::Connection probe;
     qrt::db::Recordset rows;
-    if (probe.Open(connection) && rows.Open(u"SELECT 1 FROM News WHERE 1 = 0"_s, probe))
+    if (probe.Open(connection) && rows.Open(u"SELECT 1 FROM News WHERE 1 = 0"_s, probe)) {
+        if (const QString notice = probe.source().notice(); !notice.isEmpty())
+            std::fprintf(stderr, "zorvane-stats: %s\n", qPrintable(notice));
         return;
+    }
     std::fprintf(stderr, "zorvane-stats: %s\n", qPrintable(probe.lastError()));
 }
 
@@ -180,7 +183,20 @@ namespace OpenCommand {
 int run(const QStringList &arguments)
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription(u"Statistic charts over a news database."_s);
+    parser.setApplicationDescription(
+        u"Statistic charts over a news database.\n"
+        "Commands, each with its own --help: chart, pivot, settings, demo-db, import.\n\n"
+        "Feed readers' own databases open read-only, found by their tables: Newsboat\n"
+        "(cache.db), Liferea (liferea.db), FreshRSS (SQLite or PostgreSQL), Miniflux and\n"
+        "Tiny Tiny RSS (PostgreSQL). Keys of a connection string for them (query items\n"
+        "of a postgresql:// URL):\n"
+        "  Reader=newsboat|liferea|freshrss|miniflux|ttrss  this reader's tables\n"
+        "  User=NAME      the reader's user, where the database holds several\n"
+        "                 (the login is User ID=)\n"
+        "  Urls=FILE      Newsboat's urls file (default: beside cache.db, else\n"
+        "                 ~/.newsboat/urls or ~/.config/newsboat/urls)\n"
+        "  TimeZone=ZONE  whose calendar days count the items (default: the machine's)\n"
+        "Example: \"Provider=SQLite;Data Source=cache.db;Urls=/home/me/urls\""_s);
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addPositionalArgument(

@@ -3,6 +3,7 @@
 
 #include "ChartCommand.h"
 #include "DemoDbCommand.h"
+#include "ImportCommand.h"
 #include "OpenCommand.h"
 #include "PivotCommand.h"
 #include "SettingsCommand.h"
@@ -49,6 +50,7 @@ struct Command
 constexpr Command kCommands[] = {
     {"chart", &ChartCommand::run, &ChartCommand::needsWidgets},
     {"demo-db", &DemoDbCommand::run, nullptr},
+    {"import", &ImportCommand::run, nullptr},
     {"pivot", &PivotCommand::run, &PivotCommand::needsWidgets},
     {"settings", &SettingsCommand::run, nullptr},
 };

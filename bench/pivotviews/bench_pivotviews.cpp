@@ -14,6 +14,7 @@
 // DuckDB, the same memory within 10% at 1M and 10M and under 60 MiB, the
 // expansion under 0.5 s.
 
+#include "BenchData.h"
 #include "base/Dates.h"
 #include "demodata/DemoDatabase.h"
 #include "pivot/PivotAggregator.h"
@@ -56,15 +57,6 @@ struct Dataset
     QString csv;
     qint64 rawBytes = 0; // the bytes of every value of every row
 };
-
-QString folder()
-{
-    QString path = qEnvironmentVariable("QRT_BENCH_DATA");
-    if (path.isEmpty())
-        path = QDir::tempPath();
-    QDir().mkpath(path);
-    return path;
-}
 
 QString itemsName(qint64 items)
 {
@@ -122,8 +114,8 @@ Dataset dataset(qint64 items)
     if (made.count(items))
         return made[items];
     Dataset set;
-    set.database = folder() + u"/pivot-"_s + itemsName(items) + u".db"_s;
-    set.csv = folder() + u"/pivot-"_s + itemsName(items) + u".csv"_s;
+    set.database = qrt::bench::dataFolder() + u"/pivot-"_s + itemsName(items) + u".db"_s;
+    set.csv = qrt::bench::dataFolder() + u"/pivot-"_s + itemsName(items) + u".csv"_s;
     if (!QFileInfo::exists(set.database)) {
         std::fprintf(stderr, "creating %s\n", qPrintable(set.database));
         const QString program = qEnvironmentVariable("ZORVANE_STATS");

@@ -2,13 +2,18 @@
 
 #include "db/Connection.h"
 #include "demodata/DemoGenerator.h"
+#include "demodata/NewsSchema.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QSqlError>
 #include <QSqlQuery>
 
+#include <libpq-fe.h>
 #include <sqlite3.h>
+
+#include <charconv>
+#include <string>
 
 using namespace Qt::StringLiterals;
 
@@ -17,27 +22,7 @@ namespace qrt::db {
 namespace {
 
 constexpr qint64 kProgressStep = 1 << 16;
-constexpr int kPostgresBatch = 2000;
-
-const char *const kSqliteSchema = R"(
-CREATE TABLE Categories (ID INTEGER PRIMARY KEY, Name TEXT NOT NULL);
-CREATE TABLE Providers (ID INTEGER PRIMARY KEY, Provider TEXT NOT NULL);
-CREATE TABLE Channels (ID INTEGER PRIMARY KEY, Channel TEXT NOT NULL,
-    Provider INTEGER NOT NULL REFERENCES Providers(ID),
-    Category INTEGER NOT NULL REFERENCES Categories(ID));
-CREATE TABLE News (ID INTEGER PRIMARY KEY, pubDate TEXT NOT NULL,
-    Channel INTEGER NOT NULL REFERENCES Channels(ID), Title TEXT);
-)";
-
-const QStringList kPostgresSchema = {
-    u"CREATE TABLE Categories (ID integer PRIMARY KEY, Name text NOT NULL)"_s,
-    u"CREATE TABLE Providers (ID integer PRIMARY KEY, Provider text NOT NULL)"_s,
-    u"CREATE TABLE Channels (ID integer PRIMARY KEY, Channel text NOT NULL, "
-    "Provider integer NOT NULL REFERENCES Providers(ID), "
-    "Category integer NOT NULL REFERENCES Categories(ID))"_s,
-    u"CREATE TABLE News (ID bigint PRIMARY KEY, pubDate timestamp NOT NULL, "
-    "Channel integer NOT NULL REFERENCES Channels(ID), Title text)"_s,
-};
+constexpr size_t kCopyChunk = 1 << 20;
 
 bool report(const DemoDatabase::Progress &progress, qint64 done, qint64 total)
 {
@@ -70,7 +55,7 @@ public:
                             SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) != SQLITE_OK)
             return fail(error);
         if (!exec("PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF; PRAGMA page_size=8192;") ||
-            !exec(kSqliteSchema) || !exec("BEGIN") || !writeCatalogue(gen))
+            !createTables() || !exec("BEGIN") || !writeCatalogue(gen))
             return fail(error);
         sqlite3_stmt *news = prepare("INSERT INTO News VALUES (?,?,?,?)");
         if (!news)
@@ -118,6 +103,13 @@ private:
     bool exec(const char *sql)
     {
         return sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+    }
+    bool createTables()
+    {
+        for (const QString &statement : newsSchema(Engine::SQLite))
+            if (!exec(statement.toUtf8().constData()))
+                return false;
+        return true;
     }
     sqlite3_stmt *prepare(const char *sql)
     {
@@ -170,7 +162,28 @@ QString sqlText(const QString &text)
     return u'\'' + QString(text).replace(u'\'', u"''"_s) + u'\'';
 }
 
-// Writes to a PostgreSQL database in one transaction, in multi-row INSERTs.
+// COPY's text form of one item: tab-separated, with backslash, tab and line
+// ends in the title escaped.
+void appendCopyRow(std::string &out, const DemoGenerator::Item &item)
+{
+    char number[24];
+    out.append(number, std::to_chars(number, number + sizeof number, item.id).ptr);
+    out += '\t';
+    out.append(item.pubDate, 19);
+    out += '\t';
+    out.append(number, std::to_chars(number, number + sizeof number, item.channel).ptr);
+    out += '\t';
+    for (const char c : *item.title) {
+        if (c == '\\' || c == '\t' || c == '\n' || c == '\r')
+            out += '\\';
+        out += c == '\t' ? 't' : c == '\n' ? 'n' : c == '\r' ? 'r' : c;
+    }
+    out += '\n';
+}
+
+// Writes to a PostgreSQL database in one transaction: the catalogue in
+// INSERTs, the news through COPY into a table made in the same transaction
+// (FREEZE: no later pass to mark the rows visible), then the keys.
 class PostgresWriter
 {
 public:
@@ -180,40 +193,75 @@ public:
         if (!m_connection.Open(target, Connection::Access::ReadWrite))
             return fail(error, m_connection.lastError());
         m_db = m_connection.database();
+        PGconn *pg = m_connection.postgresHandle();
+        if (!pg)
+            return fail(error, u"no PostgreSQL client connection"_s);
         if (!m_db.transaction())
             return fail(error, m_db.lastError().text());
         if (replace && !exec(u"DROP TABLE IF EXISTS News, Channels, Providers, Categories"_s))
             return fail(error, m_lastError);
-        for (const QString &statement : kPostgresSchema)
+        for (const QString &statement : newsSchema(Engine::PostgreSQL, true))
             if (!exec(statement))
                 return fail(error, m_lastError);
         if (!writeCatalogue(gen))
             return fail(error, m_lastError);
-        QString batch;
-        int rows = 0;
         bool cancelled = false;
-        const bool ok = gen.generate([&](const DemoGenerator::Item &item) {
-            batch += (rows++ ? u",("_s : u"INSERT INTO News VALUES ("_s) +
-                     QString::number(item.id) + u",'"_s + QLatin1StringView(item.pubDate) +
-                     u"',"_s + QString::number(item.channel) + u',' +
-                     sqlText(QString::fromStdString(*item.title)) + u')';
-            if (rows == kPostgresBatch && !flush(batch, rows))
-                return false;
-            if (item.id % kProgressStep == 0 && !report(progress, item.id, total))
-                return !(cancelled = true);
-            return true;
-        });
-        if (cancelled) {
+        if (!copyNews(pg, gen, total, progress, cancelled)) {
             m_db.rollback();
-            return fail(error, u"cancelled"_s);
+            return fail(error, cancelled ? u"cancelled"_s : m_lastError);
         }
-        if (!ok || !flush(batch, rows) || !m_db.commit())
-            return fail(error, m_lastError.isEmpty() ? m_db.lastError().text() : m_lastError);
+        for (const QString &statement : newsKeys(Engine::PostgreSQL))
+            if (!exec(statement))
+                return fail(error, m_lastError);
+        if (!m_db.commit())
+            return fail(error, m_db.lastError().text());
         report(progress, total, total);
         return true;
     }
 
 private:
+    bool copyNews(PGconn *pg, DemoGenerator &gen, qint64 total,
+                  const DemoDatabase::Progress &progress, bool &cancelled)
+    {
+        if (!result(PQexec(pg, "COPY News (ID, pubDate, Channel, Title) FROM STDIN WITH (FREEZE)"),
+                    PGRES_COPY_IN))
+            return false;
+        std::string chunk;
+        chunk.reserve(kCopyChunk + 4096);
+        const auto send = [&] {
+            const bool sent = PQputCopyData(pg, chunk.data(), int(chunk.size())) == 1;
+            chunk.clear();
+            return sent;
+        };
+        const bool ok = gen.generate([&](const DemoGenerator::Item &item) {
+            appendCopyRow(chunk, item);
+            if (chunk.size() >= kCopyChunk && !send())
+                return false;
+            if (item.id % kProgressStep == 0 && !report(progress, item.id, total))
+                return !(cancelled = true);
+            return true;
+        });
+        const bool sent = ok && (chunk.empty() || send());
+        if (PQputCopyEnd(pg, sent ? nullptr : "stopped") != 1)
+            return result(nullptr, PGRES_COMMAND_OK);
+        return result(PQgetResult(pg), PGRES_COMMAND_OK) && sent;
+    }
+    // Takes a libpq result (and any after it); true when it had the status.
+    bool result(PGresult *first, ExecStatusType wanted)
+    {
+        PGconn *pg = m_connection.postgresHandle();
+        const bool ok = first && PQresultStatus(first) == wanted;
+        if (!ok)
+            m_lastError =
+                QString::fromUtf8(first ? PQresultErrorMessage(first) : PQerrorMessage(pg))
+                    .trimmed();
+        PQclear(first);
+        if (wanted != PGRES_COPY_IN)
+            while (PGresult *more = PQgetResult(pg))
+                PQclear(more);
+        return ok;
+    }
+
     bool fail(QString *error, const QString &why)
     {
         *error = why;
@@ -226,13 +274,6 @@ private:
             return true;
         m_lastError = query.lastError().text();
         return false;
-    }
-    bool flush(QString &batch, int &rows)
-    {
-        const bool ok = rows == 0 || exec(batch);
-        batch.clear();
-        rows = 0;
-        return ok;
     }
     bool writeCatalogue(const DemoGenerator &gen)
     {

@@ -25,6 +25,7 @@ frmChart::frmChart(QWidget *parent)
     , m_chart(new ChartControl(this))
     , m_builder(*m_chart)
 {
+    m_builder.setCounts(&m_counts);
     setObjectName(u"frmChart"_s);
     elstMain = new QWidget(this);
     elstMain->setObjectName(u"elstMain"_s);

@@ -5,6 +5,7 @@
 // control chrtNews fills the form.
 
 #include "base/Dates.h"
+#include "newschart/ChannelDayCounts.h"
 #include "newschart/NewsChartBuilder.h"
 
 #include <QString>
@@ -50,6 +51,9 @@ private:
 
     QWidget *elstMain = nullptr;
     ChartControl *m_chart;
+    // Read at the first drawing, so that a redraw with another period,
+    // filter or grouping asks the database only whether it changed.
+    qrt::chart::ChannelDayCounts m_counts;
     qrt::chart::NewsChartBuilder m_builder;
     int m_mousePointer = 0;
 };

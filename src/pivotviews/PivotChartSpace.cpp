@@ -448,17 +448,9 @@ void PivotChartSpace::startLoad()
 {
     if (m_connectionString.isEmpty() || m_commandText.isEmpty())
         return;
-    // A member filter open on the old view would outlive it.
-    for (PivotMemberFilter *filter : findChildren<PivotMemberFilter *>())
-        filter->close();
-    m_poll->stop();
-    for (PivotDropZone *zone : {m_filterZone, m_dataZone, m_rowZone, m_columnZone})
-        zone->setView(nullptr);
-    m_fieldList->setView(nullptr);
-    m_view.reset();
-    m_result.reset();
+    // The chart on screen stays, and the user's to change, until the new
+    // rows are in; the new view then takes its layout.
     m_message->hide();
-    redraw();
     m_loadPanel->start(m_connectionString, m_commandText);
 }
 
@@ -477,9 +469,21 @@ void PivotChartSpace::loadFinished()
         return;
     }
     if (std::shared_ptr<const PivotData> data = m_loadPanel->data()) {
-        m_view = std::make_unique<PivotView>(std::move(data));
+        auto view = std::make_unique<PivotView>(std::move(data));
+        if (m_view)
+            view->takeLayout(*m_view);
+        // A member filter open on the old view would outlive it.
+        for (PivotMemberFilter *filter : findChildren<PivotMemberFilter *>())
+            filter->close();
+        for (PivotDropZone *zone : {m_filterZone, m_dataZone, m_rowZone, m_columnZone})
+            zone->setView(nullptr);
+        m_fieldList->setView(nullptr);
+        m_result.reset(); // it points into the old view
+        m_view = std::move(view);
     } else {
-        m_message->setText(tr("No data: %1 Refresh (F5) loads again.").arg(loadError()));
+        m_message->setText(m_view
+                               ? tr("Not refreshed: %1 Refresh (F5) loads again.").arg(loadError())
+                               : tr("No data: %1 Refresh (F5) loads again.").arg(loadError()));
         m_message->show();
     }
     Q_EMIT loaded();

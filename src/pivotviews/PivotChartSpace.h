@@ -172,7 +172,8 @@ public:
     bool isLoading() const;
     // Why the last load gave no data; empty while loading or once loaded.
     QString loadError() const;
-    // Loads again from the database, keeping nothing of the old layout.
+    // Loads again from the database; the layout on screen stays, over the
+    // new rows, and so does the old view when the load gives none.
     void Refresh();
 
     PivotChartView *chartView() const { return m_chart; }

@@ -390,22 +390,16 @@ void PivotTable::startLoad()
 {
     if (m_connectionString.isEmpty() || m_commandText.isEmpty())
         return;
-    // A member filter open on the old view would outlive it.
-    for (PivotMemberFilter *filter : findChildren<PivotMemberFilter *>())
-        filter->close();
-    m_poll->stop();
-    for (PivotDropZone *zone : {m_filterZone, m_rowZone, m_columnZone, m_dataZone})
-        zone->setView(nullptr);
-    m_fieldList->setView(nullptr);
-    m_grid->setView(nullptr);
-    m_view.reset();
+    // The view on screen stays, and the user's to change, until the new
+    // rows are in; the new view then takes its layout.
     m_message->hide();
     m_loadPanel->start(m_connectionString, m_commandText);
 }
 
 void PivotTable::showLoadError(const QString &error)
 {
-    m_message->setText(tr("No data: %1 Refresh (F5) loads again.").arg(error));
+    m_message->setText(m_view ? tr("Not refreshed: %1 Refresh (F5) loads again.").arg(error)
+                              : tr("No data: %1 Refresh (F5) loads again.").arg(error));
     m_message->show();
 }
 
@@ -421,8 +415,25 @@ void PivotTable::loadFinished()
         return;
     }
     if (std::shared_ptr<const PivotData> data = m_loadPanel->data()) {
-        m_view = std::make_unique<PivotView>(std::move(data));
-        m_grid->setView(m_view.get());
+        auto view = std::make_unique<PivotView>(std::move(data));
+        QStringList descending; // the grid's sorting is the user's too
+        if (m_view) {
+            view->takeLayout(*m_view);
+            for (const PivotFieldSet *fieldSet : m_view->FieldSets())
+                if (m_grid->gridModel()->sortOrder(fieldSet) == Qt::DescendingOrder)
+                    descending << fieldSet->Name();
+        }
+        // A member filter open on the old view would outlive it.
+        for (PivotMemberFilter *filter : findChildren<PivotMemberFilter *>())
+            filter->close();
+        for (PivotDropZone *zone : {m_filterZone, m_rowZone, m_columnZone, m_dataZone})
+            zone->setView(nullptr);
+        m_fieldList->setView(nullptr);
+        m_grid->setView(view.get());
+        m_view = std::move(view);
+        for (const PivotFieldSet *fieldSet : m_view->FieldSets())
+            if (descending.contains(fieldSet->Name()))
+                m_grid->gridModel()->setSortOrder(fieldSet, Qt::DescendingOrder);
         showLayout();
         m_poll->start();
     } else {

@@ -8,7 +8,8 @@
 // worker thread; a progress bar with Cancel shows meanwhile, and the window
 // never waits. `loaded()` says the data is in and ActiveView is there, so
 // the page's script can lay the view out; a load that fails or is
-// cancelled shows why instead, and ActiveView stays null. Setting a value
+// cancelled shows why instead, and ActiveView stays what it was (null at
+// the first load). A later load keeps the layout on screen. Setting a value
 // it already has loads nothing again. Changes of the layout from the
 // script or from another view of the same object show within a moment.
 //
@@ -100,7 +101,8 @@ public:
     bool isLoading() const;
     // The reason the last load gave no data; empty when it gave data.
     QString loadError() const override;
-    // Loads again from the database, keeping nothing of the old layout.
+    // Loads again from the database; the layout on screen stays, over the
+    // new rows, and so does the old view when the load gives none.
     void Refresh();
 
     PivotGrid *grid() const { return m_grid; }

@@ -150,12 +150,16 @@ void WebBrowser::runOnLoad(quint64 page)
         }
         return;
     }
-    if (outcome.isPending() && objectsFailedToLoad())
-        finish(QString()); // each object says itself why it has no data
-    else if (outcome.isPending())
+    if (outcome.isPending() && objectsFailedToLoad()) {
+        // Each object says itself why it has no data. Once a Refresh brings
+        // it, the script runs again and lays it out, as the first load would.
+        m_waiting = true;
+        finish(QString());
+    } else if (outcome.isPending()) {
         finish(u"Line %1: The object is not ready."_s.arg(outcome.line()));
-    else
+    } else {
         finish(outcome.isFailed() ? outcome.text() : QString());
+    }
 }
 
 bool WebBrowser::objectsFailedToLoad() const

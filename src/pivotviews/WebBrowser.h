@@ -9,7 +9,8 @@
 // Nothing waits for the page: Navigate2 returns before the script runs, as a
 // browser loads a document after the call that asked for it. An object that
 // is still loading its data makes the run pending; the script then runs once
-// more from the start when the object says it has loaded. A script error
+// more from the start when the object says it has loaded, also when that
+// load failed and a later one brings the data. A script error
 // stops the script at its line, leaves what ran before it in force, and
 // shows "Line 23: ..." at the foot of the page, as a browser's status bar
 // does; so does a page that cannot be read or an object that cannot be made.
@@ -77,6 +78,9 @@ public:
     // The line at the foot of the page: empty while all is well.
     QString statusText() const;
     bool isBusy() const { return m_busy; }
+    // The script stopped at an object that has no data yet, and runs again
+    // once it has: until then the page's objects are not laid out.
+    bool isAwaitingData() const { return m_waiting; }
 
 Q_SIGNALS:
     // The page's script has completed or stopped, or the page could not be
@@ -97,6 +101,6 @@ private:
     QString m_path;
     quint64 m_page = 0; // counts navigations, so that a late run of an old page does nothing
     bool m_busy = false;
-    bool m_rerun = false;   // the run after a wait for the data, once per page
+    bool m_rerun = false;   // the run after a wait for the data
     bool m_waiting = false; // for the first object that has loaded
 };

@@ -280,7 +280,10 @@ void frmCharts::Form_Unload()
     SavePivotChartLayout();
     ChartSpace = nullptr;
     resumeNext([&] {
-        if (WebBrowser1)
+        // Until the page's script has laid the table out (it waits for the
+        // data, or runs again in the next turn), the table shows no layout
+        // of the user's: the stored one stays.
+        if (WebBrowser1 && !WebBrowser1->isBusy() && !WebBrowser1->isAwaitingData())
             PivotTableObject = WebBrowser1->Document().getElementById(u"PT"_s).object();
     });
     SavePivotTableLayout();
@@ -524,11 +527,11 @@ void frmCharts::InitPivotChart()
     chart.setCommandText(qrt::pivot::pivotStatement());
     chart.setPlotAllAggregates(1);
     // The layout goes on the internal pivot table's view, which is there
-    // once the data is in; the chart space says so before it first draws.
-    if (chart.isLoading())
-        connect(&chart, &PivotChartSpace::loaded, this, &frmCharts::RestorePivotChartLayout,
-                Qt::SingleShotConnection);
-    else
+    // once the data is in (the chart space says so before it first draws):
+    // at the first load that brings it, a Refresh after a failed one too.
+    // Later loads keep the layout on screen themselves.
+    connect(&chart, &PivotChartSpace::loaded, this, &frmCharts::RestorePivotChartLayout);
+    if (!chart.isLoading())
         RestorePivotChartLayout();
 }
 
@@ -537,15 +540,20 @@ void frmCharts::RestorePivotChartLayout()
     namespace Layout = qrt::pivot::PivotChartLayout;
     if (!gSettings || !ChartSpace || m_unloaded)
         return;
-    const Layout::Options options = Layout::readOptions(*gSettings);
+    PivotView *view = ChartSpace->InternalPivotTable().ActiveView();
+    if (!view)
+        return;
+    disconnect(ChartSpace, &PivotChartSpace::loaded, this, &frmCharts::RestorePivotChartLayout);
+    const Layout::Options options = Layout::readOptions(
+        *gSettings, {ChartSpace->HasChartSpaceLegend(), ChartSpace->Charts(0).Type(),
+                     ChartSpace->HasSeriesByRows()});
     ChartSpace->setHasChartSpaceLegend(options.legend);
     ChartSpace->Charts(0).setType(options.type);
     ChartSpace->setHasSeriesByRows(options.seriesByRows);
-    if (PivotView *view = ChartSpace->InternalPivotTable().ActiveView())
-        Layout::RestoreChartAxes(
-            *gSettings, *view,
-            [this](const qrt::pivot::PivotMembers &root, const QString &memberspath,
-                   const QString &Members) { return ParseMembers(root, memberspath, Members); });
+    Layout::RestoreChartAxes(
+        *gSettings, *view,
+        [this](const qrt::pivot::PivotMembers &root, const QString &memberspath,
+               const QString &Members) { return ParseMembers(root, memberspath, Members); });
 }
 
 // A member that no longer exists reaches the error dialog: Abort leaves

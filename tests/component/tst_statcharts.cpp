@@ -159,6 +159,9 @@ void tst_statCharts::accessKeysAndProbes_data()
     // The middle page goes while the last one stays.
     QTest::newRow("chart only") << QStringList{u"OWC11.Chartspace"_s}
                                 << QStringList{u"elsBorder"_s, u"elstMSchart"_s};
+    // Without a chart space the table keeps what its own probe decided.
+    QTest::newRow("table only") << QStringList{u"OWC11.PivotTable"_s}
+                                << QStringList{u"elsBorder"_s, u"WebBrowser1"_s};
 }
 
 void tst_statCharts::accessKeysAndProbes()

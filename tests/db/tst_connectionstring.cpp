@@ -19,13 +19,17 @@ private Q_SLOTS:
     void refused();
 };
 
-// What a parsed string says, in one line: "ENGINE database @host:port user/password".
+// What a parsed string says, in one line: "ENGINE database @host:port
+// user/password", and the feed reader's keys where there are any.
 QString describe(const ConnectionString &cs)
 {
+    const QString reader =
+        u" reader %1 user %2 urls %3 zone %4"_s.arg(cs.reader, cs.readerUser, cs.urls, cs.timeZone);
     return u"%1 %2 @%3:%4 %5/%6"_s.arg(int(cs.engine))
-        .arg(cs.database, cs.host)
-        .arg(cs.port)
-        .arg(cs.user, cs.password);
+               .arg(cs.database, cs.host)
+               .arg(cs.port)
+               .arg(cs.user, cs.password) +
+           (reader == u" reader  user  urls  zone "_s ? QString() : reader);
 }
 
 void tst_ConnectionString::parse_data()
@@ -54,6 +58,14 @@ void tst_ConnectionString::parse_data()
     QTest::newRow("PostgreSQL OLE DB style")
         << u"Provider=PostgreSQL OLE DB Provider;Data Source=db:6000;Location=news;UID=u;PWD=p"_s
         << u"2 news @db:6000 u/p"_s;
+    QTest::newRow("a feed reader's keys; User= is the reader's, User ID= the login")
+        << u"Provider=SQLite;Data Source=cache.db;READER=NewsBoat;Urls='/home/a b/urls';"
+           "TimeZone=Europe/Berlin;User=alice"_s
+        << u"1 cache.db @:-1 alice/ reader newsboat user alice urls /home/a b/urls zone "
+           "Europe/Berlin"_s;
+    QTest::newRow("a feed reader's keys in a URL")
+        << u"postgresql://miniflux@db/mf?reader=miniflux&user=bob&timezone=Asia/Tokyo"_s
+        << u"2 mf @db:-1 miniflux/ reader miniflux user bob urls  zone Asia/Tokyo"_s;
 }
 
 void tst_ConnectionString::parse()

@@ -147,6 +147,13 @@ void tst_DemoDatabase::postgres()
     QVERIFY(DemoDatabase::create(file, options(5000, 7), &error));
     QCOMPARE(column(url, u"SELECT Channel FROM News ORDER BY ID"_s),
              column(file, u"SELECT Channel FROM News ORDER BY ID"_s));
+    QCOMPARE(qrt::test::firstColumn(url, u"SELECT Title FROM News ORDER BY ID"_s),
+             qrt::test::firstColumn(file, u"SELECT Title FROM News ORDER BY ID"_s));
+    // The keys come after the rows, and are there.
+    QCOMPARE(column(url, u"SELECT COUNT(*) FROM information_schema.table_constraints WHERE "
+                         "table_name = 'news' AND constraint_type IN ('PRIMARY KEY', "
+                         "'FOREIGN KEY')"_s),
+             QList<qint64>{2});
 }
 
 QTEST_GUILESS_MAIN(tst_DemoDatabase)

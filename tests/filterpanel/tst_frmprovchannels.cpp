@@ -4,6 +4,7 @@
 // back to ticks at load, also after IDs came and went.
 
 #include "TestDatabases.h"
+#include "TickClicks.h"
 #include "component/modUtils.h"
 #include "controls/tools/ButtonTool.h"
 #include "controls/tools/DockStudio.h"
@@ -17,14 +18,13 @@
 #include <qrt/statCharts.h>
 
 #include <QPointer>
-#include <QStyle>
-#include <QStyleOptionViewItem>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <memory>
 
 using namespace Qt::StringLiterals;
+using qrt::test::clickTick;
 
 namespace {
 
@@ -94,7 +94,6 @@ private:
     frmCharts *open(const QString &database, const QVariant &stored = {});
     TickList *grid(const QString &name) const;
     ButtonTool *redraw() const;
-    void clickTick(TickList *list, int row);
     void pressSpace(TickList *list, int row);
     static QString tickedIds(const TickList *list);
     static QStringList column(const TickList *list, int role);
@@ -152,18 +151,6 @@ TickList *tst_frmProvChannels::grid(const QString &name) const
 ButtonTool *tst_frmProvChannels::redraw() const
 {
     return m_window->dsChart->Commands().GetToolButton(u"tbRedraw"_s);
-}
-
-// A click on the row's tick box, where the style draws it.
-void tst_frmProvChannels::clickTick(TickList *list, int row)
-{
-    QStyleOptionViewItem option;
-    option.initFrom(list->viewport());
-    option.rect = list->visualRect(list->model()->index(row));
-    option.features = QStyleOptionViewItem::HasCheckIndicator | QStyleOptionViewItem::HasDisplay;
-    const QRect box =
-        list->style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, list);
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, box.center());
 }
 
 // Walks to the row with the arrow keys, then the space key.

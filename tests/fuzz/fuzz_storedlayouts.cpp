@@ -2,7 +2,8 @@
 // STATMSCHART for the chart), as an older version, a crash or a user may
 // have left them. The table's page is generated from them and run against
 // the data, and the chart's restore puts them on a view: neither may crash
-// or run unbounded, and a failed run says where and why.
+// or run unbounded, and a failed run says where and why. Whatever is
+// stored, the page is single-byte text whose script parses.
 //
 // The input is lines "T KEY=VALUE" (table) or "C KEY=VALUE" (chart); a
 // value of digits is stored as a number, anything else as text.
@@ -16,6 +17,8 @@
 #include "pivotpage/PivotMemberParser.h"
 #include "pivotpage/PivotPage.h"
 #include "pivotpage/PivotPageRun.h"
+#include "script/ScriptInterpreter.h"
+#include "script/ScriptPage.h"
 #include "settings/CAppSettings.h"
 #include "settings/SettingsStore.h"
 
@@ -90,6 +93,12 @@ void runTablePage()
     PivotView view(qrt::fuzz::smallPivotData());
     const QString page = PivotPage::BuildPivotPage(settings(), u"news.db"_s,
                                                    PivotPage::GetAdditionalScriptFunctions());
+    qrt::fuzz::check(
+        std::all_of(page.begin(), page.end(), [](QChar c) { return c.unicode() <= 0xFF; }),
+        "the page is single-byte text");
+    qrt::script::ScriptInterpreter parser;
+    qrt::fuzz::check(parser.load(qrt::script::ScriptPage::fromHtml(page)).isCompleted(),
+                     "no stored value breaks the page's script");
     const auto outcome = runPivotPage(page, view);
     qrt::fuzz::check(!outcome.isPending(), "the page runs against loaded data");
     if (outcome.isFailed())

@@ -90,7 +90,7 @@ void tst_frmChart::hourglassAndRedraw()
     form.sFilter.clear();
     form.statisticsMode = qrt::chart::StatisticsMode::Literal; // a query would show as a new path
     form.DrawChart();
-    QCOMPARE(form.lastStatisticsPath(), qrt::chart::StatisticsPath::SqliteNewsScan);
+    QCOMPARE(form.lastStatisticsPath(), qrt::chart::StatisticsPath::Memory);
     QVERIFY(!pointers.contains(11));
     QCOMPARE(form.chart().NumSeries(), 0);
     QCOMPARE(form.cursor().shape(), Qt::ArrowCursor);

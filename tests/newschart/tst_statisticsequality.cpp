@@ -6,6 +6,7 @@
 // several channels of one provider on one day, items without an ID, and
 // periods with no news at all.
 
+#include "ChartDrawing.h"
 #include "NewsFixture.h"
 #include "base/Dates.h"
 #include "db/Connection.h"
@@ -13,7 +14,6 @@
 #include "newschart/NewsChartBuilder.h"
 #include "newschart/StatisticsStatement.h"
 
-#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -26,91 +26,10 @@ namespace dates = qrt::dates;
 
 namespace {
 
-constexpr int kWindowDays = 120;
-const double kFirstDay = dates::fromYmd(2005, 1, 1);
-
-QStringList randomItems(quint32 seed)
-{
-    QRandomGenerator random(seed);
-    QStringList items;
-    QString previous;
-    for (int i = 0; i < 3000; ++i) {
-        if (!previous.isEmpty() && random.bounded(10) == 0) { // same instant, same channel
-            items << previous;
-            continue;
-        }
-        const double day = kFirstDay + random.bounded(kWindowDays);
-        const int kind = random.bounded(20);
-        const int second = kind < 5 ? 0 : kind < 7 ? 86399 : random.bounded(86400);
-        const QString pubDate = dates::toTimestampText(day + second / 86400.0);
-        QString item = pubDate + u'|' + QString::number(1 + random.bounded(4));
-        if (random.bounded(50) == 0)
-            item += u"|null"_s;
-        items << item;
-        previous = item;
-    }
-    return items;
-}
-
-struct Period
-{
-    double from;
-    double till;
-};
-
-QList<Period> periods(quint32 seed)
-{
-    QRandomGenerator random(seed * 7919u + 1);
-    QList<Period> out = {
-        {0.0, kFirstDay + kWindowDays},           // "All"
-        {kFirstDay - 60, kFirstDay - 1},          // before any news
-        {kFirstDay + 10, kFirstDay + 10},         // one day, its midnight after counted
-        {kFirstDay + kWindowDays + 5, kFirstDay}, // first day after the last
-    };
-    for (int i = 0; i < 8; ++i) {
-        const double from = kFirstDay - 5 + random.bounded(kWindowDays + 5);
-        out << Period{from, from + random.bounded(60)};
-    }
-    return out;
-}
-
-// One drawing: a chart and the builder that filled it, as frmChart draws.
-struct Drawing
-{
-    ChartControl chart;
-    NewsChartBuilder builder{chart};
-
-    void draw(qrt::db::Connection &connection, const QString &where, const NewsChartQuery &query)
-    {
-        builder.ClearChart(query);
-        builder.Build(connection, where, query);
-    }
-};
-
-QString fingerprint(const Drawing &drawing)
-{
-    const ChartControl &chart = drawing.chart;
-    QStringList parts = {
-        u"%1\nseries=%2 points=%3\nmin=%4 max=%5"_s.arg(chart.SeriesLabels().join(u'|'))
-            .arg(chart.NumSeries())
-            .arg(chart.NumPoints(1))
-            .arg(drawing.builder.MinDate(), 0, 'g', 17)
-            .arg(drawing.builder.MaxDate(), 0, 'g', 17)};
-    for (int i = 1; i <= chart.NumSeries(); ++i) {
-        QString cells;
-        for (int k = 1; k <= chart.NumPoints(i); ++k) {
-            double v = 0;
-            chart.Y(i, k, v);
-            cells += (chart.IsHole(v) ? u"_"_s : QString::number(v, 'g', 17)) + u',';
-        }
-        parts << cells;
-    }
-    for (int l = 0; l < chart.LabelCount(); ++l) {
-        const ChartLabel *label = chart.Label(l);
-        parts << label->Text + u" @ %1,%2"_s.arg(label->DataX).arg(label->DataY);
-    }
-    return parts.join(u'\n');
-}
+using qrt::test::Drawing;
+using qrt::test::fingerprint;
+using qrt::test::kFirstDay;
+using qrt::test::Period;
 
 struct Filter
 {
@@ -181,7 +100,7 @@ static const QList<quint32> kSeeds = {1, 2, 3};
 void tst_StatisticsEquality::initTestCase()
 {
     for (quint32 seed : kSeeds) {
-        const QStringList items = randomItems(seed);
+        const QStringList items = qrt::test::randomItems(seed);
         const QString path = m_dir.filePath(u"news%1.db"_s.arg(seed));
         QVERIFY(qrt::test::makeSqliteNews(path, items));
         m_sqlite[seed] = path;
@@ -220,7 +139,7 @@ void tst_StatisticsEquality::fastEqualsLiteral()
         postgres ? StatisticsPath::PostgresDaily : filters()[filter].sqlitePath;
     int drawn = 0, empty = 0;
     for (const int series : {2, 3, 4}) {
-        for (const Period &period : periods(seed)) {
+        for (const Period &period : qrt::test::randomPeriods(seed)) {
             Drawing fast, literal;
             NewsChartQuery query{period.from,
                                  period.till,

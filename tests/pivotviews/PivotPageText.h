@@ -70,6 +70,14 @@ struct PageTotal
     QString field, name, function;
 };
 
+// A stored value as the page writes it when it is Latin-1 text without
+// line breaks: between double quotes, each one inside doubled.
+inline QString quoted(const QString &text)
+{
+    using namespace Qt::StringLiterals;
+    return u'"' + QString(text).replace(u"\""_s, u"\"\""_s) + u'"';
+}
+
 inline QString expectedPage(const QString &connection, const QList<PageBlock> &blocks,
                             const QList<PageTotal> &totals)
 {
@@ -83,7 +91,7 @@ inline QString expectedPage(const QString &connection, const QList<PageBlock> &b
         u"Sub Window_OnLoad()"_s,
         u"Dim pFieldSet, pField , aFields, aFieldsFilters, aFilters, I, J "_s,
         u"With PT"_s,
-        u".ConnectionString = \"%1\" "_s.arg(connection),
+        u".ConnectionString = %1 "_s.arg(quoted(connection)),
         u".CommandText = \"SELECT Providers.Provider, Channels.Channel, News.Title AS News, "
         u"News.pubDate as NewsDate, Categories.Name AS Category \" & _"_s,
         u"\"FROM Categories INNER JOIN (Providers INNER JOIN (Channels INNER JOIN News ON "
@@ -97,11 +105,11 @@ inline QString expectedPage(const QString &connection, const QList<PageBlock> &b
         u"End With"_s,
     };
     for (const PageBlock &b : blocks)
-        lines << u"Set pFieldSet = PT.ActiveView.FieldSets(\"%1\")"_s.arg(b.name)
+        lines << u"Set pFieldSet = PT.ActiveView.FieldSets(%1)"_s.arg(quoted(b.name))
               << u"PT.ActiveView.%1.InsertFieldSet pFieldSet"_s.arg(b.axis)
               << u"For Each pField In pFieldSet.Fields"_s << u"pField.IsIncluded = False"_s
-              << u"Next"_s << u"aFields = Split(\"%1\" , \"%%|%%\" )"_s.arg(b.fields)
-              << u"aFieldsFilters = Split(\"%1\" , \"%%|%%\" )"_s.arg(b.filters)
+              << u"Next"_s << u"aFields = Split(%1 , \"%%|%%\" )"_s.arg(quoted(b.fields))
+              << u"aFieldsFilters = Split(%1 , \"%%|%%\" )"_s.arg(quoted(b.filters))
               << u"For J = 0 To UBound(aFields)"_s
               << u"pFieldSet.Fields(aFields(J)).IsIncluded = True"_s << u"Next"_s
               << u"For J = 0 To UBound(aFieldsFilters)"_s
@@ -114,9 +122,9 @@ inline QString expectedPage(const QString &connection, const QList<PageBlock> &b
               << u"pFieldSet.AllIncludeExclude = aFilters(1)"_s << u"End If"_s << u"Next"_s;
     lines << u"Dim pTotal "_s;
     for (const PageTotal &t : totals)
-        lines << u"Set pFieldSet = PT.ActiveView.FieldSets(\"%1\")"_s.arg(t.field)
-              << u"Set pTotal = PT.ActiveView.AddTotal(\"%1\", pFieldSet.Fields(0), %2) "_s.arg(
-                     t.name, t.function)
+        lines << u"Set pFieldSet = PT.ActiveView.FieldSets(%1)"_s.arg(quoted(t.field))
+              << u"Set pTotal = PT.ActiveView.AddTotal(%1, pFieldSet.Fields(0), %2) "_s.arg(
+                     quoted(t.name), t.function)
               << u"PT.ActiveView.DataAxis.InsertTotal pTotal "_s;
     lines << u"PT.ActiveView.ExpandDetails = 2"_s << u"PT.ActiveView.ExpandMembers = 2"_s
           << u"PT.ActiveData.HideDetails"_s << u"End Sub"_s << fixedScriptFunctions() << QString()

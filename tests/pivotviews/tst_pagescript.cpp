@@ -11,6 +11,7 @@
 #include "pivot/PivotLayoutText.h"
 #include "pivot/PivotResult.h"
 #include "pivot/PivotView.h"
+#include "pivotpage/PivotPage.h"
 #include "pivotpage/PivotScriptObjects.h"
 #include "pivotpage/PivotTableScriptObject.h"
 #include "script/ScriptInterpreter.h"
@@ -58,6 +59,7 @@ private Q_SLOTS:
     void layoutScriptMatchesTheLayoutMadeDirectly();
     void hostileTexts_data();
     void hostileTexts();
+    void literalsGiveTheTextBack();
 
 private:
     QTemporaryDir m_dir;
@@ -265,6 +267,9 @@ void tst_PageScript::hostileTexts_data()
         << u"Line 5: arrays are nested too deeply"_s;
     QTest::newRow("open string") << u"Sub Main()\nx = \"abc\nEnd Sub"_s
                                  << u"Line 2: unterminated string"_s;
+    QTest::newRow("no character for the code") << u"Sub Main()\nx = Chr(256)\nEnd Sub"_s
+                                               << u"Line 2: Invalid procedure call or argument: "
+                                                  u"'Chr(256)'"_s;
 }
 
 void tst_PageScript::hostileTexts()
@@ -277,6 +282,42 @@ void tst_PageScript::hostileTexts()
     const ScriptOutcome loaded = interpreter.load(script);
     const ScriptOutcome outcome = loaded.isFailed() ? loaded : interpreter.run(u"Main"_s);
     QCOMPARE(expected.startsWith(u"Line"_s) ? outcome.text() : outcome.message(), expected);
+}
+
+// Any text the page puts in a literal comes back from the script exactly,
+// written on one line of single-byte text that can't end the script.
+void tst_PageScript::literalsGiveTheTextBack()
+{
+    QRandomGenerator random(qrt::test::testSeed());
+    const QStringList pieces = {
+        u"\""_s, u"\r\n"_s, u"\n"_s, u"\r"_s,           u"</script>"_s,          u"Журнал"_s,
+        u"é"_s,  u"\t"_s,   u"&"_s,  QString(QChar(0)), u"Ace \"Daily\" News"_s, u" "_s};
+    for (int i = 0; i < 300; ++i) {
+        QString text;
+        for (int n = random.bounded(8); n > 0; --n) {
+            if (random.bounded(3) == 0) {
+                const char32_t code = random.bounded(0x10FFFF);
+                if (code < 0xD800 || code > 0xDFFF)
+                    text += QString::fromUcs4(&code, 1);
+            } else {
+                text += pieces[random.bounded(pieces.size())];
+            }
+        }
+        const QString literal = PivotPage::scriptLiteral(text);
+        QVERIFY2(!literal.contains(u'\n') && !literal.contains(u'\r') &&
+                     !literal.contains(u"</"_s) &&
+                     std::all_of(literal.begin(), literal.end(),
+                                 [](QChar c) { return c.unicode() <= 0xFF; }),
+                 qPrintable(literal));
+        ScriptInterpreter interpreter;
+        const ScriptOutcome loaded =
+            interpreter.load(u"Function Main()\r\nMain = %1\r\nEnd Function"_s.arg(literal));
+        QVERIFY2(loaded.isCompleted(), qPrintable(loaded.text()));
+        QCOMPARE(interpreter.run(u"Main"_s).result().toText(), text);
+    }
+    // Latin-1 text is the literal's own text, the page's bytes as they were.
+    QCOMPARE(PivotPage::scriptLiteral(u"Data Source=/srv/café & co.db"_s),
+             u"\"Data Source=/srv/café & co.db\""_s);
 }
 
 QTEST_GUILESS_MAIN(tst_PageScript)

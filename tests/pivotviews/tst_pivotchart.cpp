@@ -6,6 +6,7 @@
 #include "../errors/DialogAnswerer.h"
 #include "PivotTestData.h"
 #include "base/ResumeNext.h"
+#include "component/EmbeddableClasses.h"
 #include "component/modUtils.h"
 #include "controls/pivot/PivotChartView.h"
 #include "pivot/PivotAggregator.h"
@@ -145,6 +146,20 @@ void tst_PivotChart::layoutRoundTrip()
     QFETCH(Keys, before);
     QFETCH(Keys, after);
     store(before);
+    // A chart space that comes up unlike the window's setup: the window
+    // sets each of these.
+    const char *const flags[] = {
+        "AllowFiltering",       "AllowGrouping",     "AllowLayoutEvents",
+        "AllowPropertyToolbox", "AllowRenderEvents", "AllowScreenTipEvents",
+        "AllowUISelection",     "DisplayToolbar",    "DisplayFieldList"};
+    EmbeddableClasses::registerClass(u"OWC11.Chartspace"_s, [&flags](QWidget *parent) {
+        auto *made = new PivotChartSpace(parent);
+        made->Interior().SetSolid(u"Red"_s);
+        for (const char *flag : flags)
+            made->setProperty(flag, false);
+        return made;
+    });
+    auto reregister = qScopeGuard([] { PivotChartSpace::registerClasses(); });
     DialogAnswerer answerer({}); // every stored member is there: no question comes
     QPointer<frmCharts> w = open();
     QVERIFY(w);
@@ -153,6 +168,9 @@ void tst_PivotChart::layoutRoundTrip()
     QVERIFY(chart->InternalPivotTable().ActiveView());
     QCOMPARE(chart->border().Color(), 14480885);
     QCOMPARE(chart->Interior().color(), QColor(u"beige"_s));
+    QCOMPARE(chart->PlotAllAggregates(), 1);
+    for (const char *flag : flags)
+        QVERIFY2(chart->property(flag).toBool(), flag);
     // What the store says shows: the legend, the type and the direction.
     const int type = after.filter(QRegularExpression(u"^TYPE="_s)).value(0).mid(5).toInt();
     QCOMPARE(chart->HasChartSpaceLegend(), after.contains(u"LEGEND=1"_s));
@@ -160,6 +178,8 @@ void tst_PivotChart::layoutRoundTrip()
     QCOMPARE(chart->chartView()->chartType(), type);
     QCOMPARE(chart->HasSeriesByRows(), after.contains(u"SERIESBYROWS=1"_s));
     QVERIFY(chart->chartView()->legendShown() == chart->HasChartSpaceLegend());
+    // What the close stores is the capture's own writing.
+    resumeNext([] { gSettings->DeleteSetting(kSection); });
     w->close();
     QTRY_VERIFY(!w);
     for (const QString &key : after)

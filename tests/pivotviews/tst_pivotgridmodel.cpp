@@ -3,12 +3,14 @@
 // GROUP BY count of the rows under its row and column members.
 
 #include "PivotTestData.h"
+#include "pivot/PivotChartData.h"
 #include "pivot/PivotData.h"
 #include "pivot/PivotGridModel.h"
 #include "pivot/PivotLayoutText.h"
 #include "pivot/PivotLoader.h"
 #include "pivot/PivotView.h"
 
+#include <QSet>
 #include <QSqlDatabase>
 #include <QTemporaryDir>
 #include <QTest>
@@ -185,6 +187,31 @@ void tst_PivotGridModel::valuesEqualSql()
             if (count > 0)
                 QCOMPARE(value.toLongLong(), titles);
         }
+    }
+    // The first column of the copied text names each outer member whole,
+    // as SQL does (a month with its year and quarter), where the grid
+    // shows its caption alone; the chart's tips the same.
+    const QStringList text = model.toTabText().split(u'\n');
+    QSet<QString> outerKeys;
+    for (const Group &g : groups)
+        outerKeys << g.rows.value(0);
+    for (int r = 0; r < model.rowCount(); ++r) {
+        const PivotResult::Line rowLine = model.line(Qt::Vertical, r);
+        const QString first =
+            text.value(model.headerLevels(Qt::Horizontal) + r).section(u'\t', 0, 0);
+        if (rowLine.kind == PivotResult::LineKind::GrandTotal)
+            continue;
+        QCOMPARE(QString(first).remove(u" Total"_s).replace(u" \u203A "_s, u"/"_s),
+                 nodeKeys(rowNodes, rowLine.node).value(0));
+        QVERIFY2(outerKeys.contains(nodeKeys(rowNodes, rowLine.node).value(0)), qPrintable(first));
+        QCOMPARE(model.headerCell(Qt::Vertical, r, 0).caption.contains(u'\u203A'), false);
+    }
+    const PivotChartData chart = PivotChartData::from(model.result(), false, 0);
+    for (std::size_t c = 0; c < chart.categories.size(); ++c) {
+        const QString outer =
+            chart.categoryTips[c].section(u" / "_s, 0, 0).replace(u" \u203A "_s, u"/"_s);
+        QVERIFY2(outerKeys.contains(outer) && outer.endsWith(chart.categories[c].value(0)),
+                 qPrintable(chart.categoryTips[c]));
     }
     // The outer members in member order, or the other way round.
     std::vector<int> order;

@@ -1,11 +1,15 @@
-// A pivot table's layout captured into the settings store. The page made
-// from stored keys is tst_pivotpage's, the round trip through both in the
-// real window tst_pivotwindow's.
+// A pivot table's layout captured into the settings store, and the chart's
+// side of reading it back: stored members found again by their paths, and
+// the filter records applied step by step. The page made from stored keys
+// is tst_pivotpage's, the round trip through both in the real window
+// tst_pivotwindow's.
 
 #include "PivotTestData.h"
 #include "pivot/PivotLayoutText.h"
 #include "pivot/PivotView.h"
+#include "pivotpage/PivotChartLayout.h"
 #include "pivotpage/PivotLayoutCapture.h"
+#include "pivotpage/PivotMemberParser.h"
 #include "settings/SettingsTestHome.h"
 
 #include <QTemporaryDir>
@@ -14,6 +18,37 @@
 using namespace Qt::StringLiterals;
 using namespace qrt::pivot;
 
+namespace {
+
+// "2005/Qtr1/Jan" for each member.
+QStringList memberPaths(const std::vector<PivotMember> &members)
+{
+    QStringList paths;
+    for (const PivotMember &member : members) {
+        QStringList captions;
+        for (PivotMember m = member; !m.isNull() && !m.isRoot(); m = m.ParentMember())
+            captions.prepend(m.Caption());
+        paths << captions.join(u'/');
+    }
+    return paths;
+}
+
+// A parser whose failed look-ups are counted, as the window's dialog would
+// be asked, and then passed over.
+PivotMemberParser countingParser(int &asked)
+{
+    return PivotMemberParser([&asked](const PivotMemberParser::Statement &statement) {
+        try {
+            statement();
+        } catch (...) {
+            ++asked;
+        }
+        return true;
+    });
+}
+
+} // namespace
+
 class tst_PivotLayoutCapture : public QObject
 {
     Q_OBJECT
@@ -21,6 +56,11 @@ class tst_PivotLayoutCapture : public QObject
 private Q_SLOTS:
     void initTestCase();
     void capture();
+    void memberParser_data();
+    void memberParser();
+    void chartFilterRecords_data();
+    void chartFilterRecords();
+    void unreadableTypeKeepsTheChartsOwn();
 
 private:
     SettingsTestHome m_home;
@@ -34,6 +74,10 @@ void tst_PivotLayoutCapture::initTestCase()
     m_home.clear();
     const QString path = m_dir.filePath(u"small.db"_s);
     QVERIFY(qrt::test::makeSmallNewsDb(path));
+    QVERIFY(qrt::test::execAll(path,
+                               {u"INSERT INTO Providers VALUES (4, 'Smith, Jones (UK)')"_s,
+                                u"INSERT INTO Channels VALUES (4, 'Four', 4, 3)"_s,
+                                u"INSERT INTO News VALUES (7, '2006-01-02 00:00:00', 4, 'g')"_s}));
     m_data = qrt::test::loadNews(path);
     QVERIFY(m_data);
 }
@@ -101,6 +145,99 @@ void tst_PivotLayoutCapture::capture()
     keys.sort();
     expectedKeys.sort();
     QCOMPARE(keys, expectedKeys);
+}
+
+void tst_PivotLayoutCapture::memberParser_data()
+{
+    QTest::addColumn<QString>("fieldSet");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("members");
+    QTest::addColumn<QStringList>("found");
+    QTest::addColumn<int>("asked");
+    QTest::newRow("three steps") << u"NewsDate By Month"_s << u"2005**|**Qtr1**|**Jan"_s << u"(3)"_s
+                                 << QStringList{u"2005/Qtr1/Jan/3"_s} << 0;
+    // Stored under the first member's parent, the second is looked up there.
+    QTest::newRow("two parents") << u"NewsDate By Month"_s << u"2005**|**Qtr1"_s << u"(Jan,Apr)"_s
+                                 << QStringList{u"2005/Qtr1/Jan"_s} << 1;
+    QTest::newRow("a comma splits, parentheses go")
+        << u"Provider"_s << QString() << u"(Smith, Jones (UK),Alpha)"_s << QStringList{u"Alpha"_s}
+        << 2;
+    QTest::newRow("no member") << u"Provider"_s << QString() << u"()"_s << QStringList() << 0;
+}
+
+void tst_PivotLayoutCapture::memberParser()
+{
+    QFETCH(QString, fieldSet);
+    QFETCH(QString, path);
+    QFETCH(QString, members);
+    QFETCH(QStringList, found);
+    QFETCH(int, asked);
+    PivotView view(m_data);
+    int failures = 0;
+    PivotMemberParser parser = countingParser(failures);
+    const PivotMembers root = view.FieldSets(fieldSet).Members();
+    QCOMPARE(memberPaths(parser.ParseMembers(root, path, members)), found);
+    QCOMPARE(failures, asked);
+}
+
+void tst_PivotLayoutCapture::chartFilterRecords_data()
+{
+    QTest::addColumn<QString>("fieldSet");
+    QTest::addColumn<QString>("records");
+    QTest::addColumn<QString>("field");
+    QTest::addColumn<QStringList>("chosen"); // included or excluded
+    QTest::addColumn<int>("code");
+    QTest::addColumn<int>("asked");
+    QTest::newRow("too short to name members")
+        << u"Provider"_s << u"Provider||2"_s << u"Provider"_s << QStringList() << 2 << 0;
+    // The months can't take a year: the code is set all the same.
+    QTest::newRow("members and code are two steps")
+        << u"NewsDate By Month"_s << u"Years||1||||(2005)%%|%%Months||2||||(2005)"_s << u"Years"_s
+        << QStringList{u"2005"_s} << 2 << 0;
+    QTest::newRow("a member that is gone asks")
+        << u"Provider"_s << u"Provider||1||||(Gone,Alpha)"_s << u"Provider"_s
+        << QStringList{u"Alpha"_s} << 1 << 1;
+}
+
+void tst_PivotLayoutCapture::chartFilterRecords()
+{
+    QFETCH(QString, fieldSet);
+    QFETCH(QString, records);
+    QFETCH(QString, field);
+    QFETCH(QStringList, chosen);
+    QFETCH(int, code);
+    QFETCH(int, asked);
+    const CAppSettings settings = zorvaneSettings();
+    settings.SaveSetting(PivotChartLayout::Section, u"ROWFIELDSETNAME1"_s, fieldSet);
+    settings.SaveSetting(PivotChartLayout::Section, u"ROWFIELDSFILTERS1"_s, records);
+    PivotView view(m_data);
+    int failures = 0;
+    PivotChartLayout::RestoreChartAxis(
+        settings, view, u"ROW"_s, {}, {},
+        [parser = countingParser(failures)](const PivotMembers &root, const QString &path,
+                                            const QString &members) mutable {
+            return parser.ParseMembers(root, path, members);
+        });
+    const PivotFieldSet &set = view.FieldSets(fieldSet);
+    QCOMPARE(set.AllIncludeExclude(), code);
+    const PivotField &chosenField = set.Fields(field);
+    QCOMPARE(memberPaths(chosenField.IncludedMembers()) +
+                 memberPaths(chosenField.ExcludedMembers()),
+             chosen);
+    QCOMPARE(failures, asked);
+}
+
+// A type that can't be read leaves the chart's own; the other keys still come.
+void tst_PivotLayoutCapture::unreadableTypeKeepsTheChartsOwn()
+{
+    const CAppSettings settings = zorvaneSettings();
+    settings.SaveSetting(PivotChartLayout::Section, u"TYPE"_s, u"seven"_s);
+    settings.SaveSetting(PivotChartLayout::Section, u"LEGEND"_s, u"0"_s);
+    settings.SaveSetting(PivotChartLayout::Section, u"SERIESBYROWS"_s, u"1"_s);
+    const PivotChartLayout::Options options =
+        PivotChartLayout::readOptions(settings, {true, 19, false});
+    QCOMPARE(options.type, 19);
+    QVERIFY(!options.legend && options.seriesByRows);
 }
 
 QTEST_GUILESS_MAIN(tst_PivotLayoutCapture)

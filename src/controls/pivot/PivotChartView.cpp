@@ -595,8 +595,13 @@ QString PivotChartView::toolTipAt(const QPointF &pos) const
     const auto value = rawValue(m_data, s, c);
     if (!value)
         return {};
-    QStringList lines{m_data.series[s].name, PivotChartAxes::pathText(m_data.categories[c]),
-                      valueText(*value)};
+    // Whole paths: months shown without their year say which one they are.
+    const QString category = c < m_data.categoryTips.size() && !m_data.categoryTips[c].isEmpty()
+                                 ? m_data.categoryTips[c]
+                                 : PivotChartAxes::pathText(m_data.categories[c]);
+    const QString &series =
+        m_data.series[s].tip.isEmpty() ? m_data.series[s].name : m_data.series[s].tip;
+    QStringList lines{series, category, valueText(*value)};
     const Form form = PivotChartTypes::form(m_type);
     const double share = m_pie ? m_pie->share(point->series, point->category)
                                : shareOf(std::abs(*value), categoryTotal(m_data, c));

@@ -247,11 +247,7 @@ bool PivotHeaderView::viewportEvent(QEvent *event)
         orientation() == Qt::Vertical ? grid->result().rowNodes() : grid->result().columnNodes();
     QString tip = cell.caption;
     if (cell.node > 0 && cell.kind == LineKind::Member) {
-        QStringList path;
-        for (auto m = nodes[static_cast<std::size_t>(cell.node)].member();
-             !m.isNull() && !m.isRoot(); m = m.ParentMember())
-            path.prepend(m.Caption());
-        tip = path.join(u" / "_s);
+        tip = grid->result().wholePath(nodes, cell.node);
         if (cell.expandable)
             tip += cell.expanded ? tr(" (click the box to collapse)")
                                  : tr(" (click the box to expand)");

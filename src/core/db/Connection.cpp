@@ -1,6 +1,7 @@
 #include "db/Connection.h"
 
 #include "db/DbLog.h"
+#include "db/Dialect.h"
 #include "db/Recordset.h"
 #include "db/SqliteFunctions.h"
 
@@ -8,6 +9,7 @@
 #include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QUrl>
 
 #include <libpq-fe.h>
 #include <sqlite3.h>
@@ -45,6 +47,18 @@ constexpr int kKeepaliveIdleSeconds = 10;
 constexpr int kKeepaliveIntervalSeconds = 5;
 constexpr int kKeepaliveCount = 3;
 
+// A read-only connection to a file in WAL mode that cannot make its -shm
+// file says so at its first read: CANTOPEN, or READONLY where the folder
+// refuses it.
+bool cannotMakeShm(const QSqlDatabase &db)
+{
+    QSqlQuery probe(db);
+    if (probe.exec(u"SELECT 1 FROM sqlite_master"_s))
+        return false;
+    const int code = probe.lastError().nativeErrorCode().toInt() & 0xff;
+    return code == SQLITE_CANTOPEN || code == SQLITE_READONLY;
+}
+
 } // namespace
 
 Connection::Connection()
@@ -76,6 +90,7 @@ bool Connection::Open(const QString &connectionString, Access access, int statem
 {
     Close();
     m_lastError.clear();
+    m_source = {};
     m_access = access;
     const ConnectionString cs = ConnectionString::parse(connectionString);
     bool ok = false;
@@ -108,6 +123,27 @@ bool Connection::finishOpen()
     return false;
 }
 
+// A reader of a feed reader's database sees it through the mapping; one
+// that the mapping does not fit is refused with the reason. Writers (the
+// demo data, tests) see the tables as they are.
+bool Connection::lookAtSource(const ConnectionString &cs)
+{
+    if (m_access != Access::ReadOnly)
+        return true;
+    m_source = sources::SourceView::open(m_db, cs.engine, cs);
+    if (m_source.error().isEmpty())
+        return true;
+    setLastError(u"cannot read the database: "_s + m_source.error());
+    return false;
+}
+
+QString Connection::statementText(const QString &statement) const
+{
+    QString sql = m_source.apply(Dialect::translate(statement, m_engine));
+    qCDebug(lcDb).noquote() << sql;
+    return sql;
+}
+
 bool Connection::openSqlite(const ConnectionString &cs, Access access)
 {
     if (access == Access::ReadOnly && !QFileInfo(cs.database).isFile()) {
@@ -121,9 +157,26 @@ bool Connection::openSqlite(const ConnectionString &cs, Access access)
     if (!finishOpen())
         return false;
     m_sqlite = *static_cast<sqlite3 *const *>(m_db.driver()->handle().constData());
+    if (access == Access::ReadOnly && cannotMakeShm(m_db)) {
+        // In WAL mode, with its reader not running, in a folder we may not
+        // write: a read-only connection cannot make the -shm file it needs.
+        // Nobody writes the file then, so it is read as it stands.
+        m_db.close();
+        QUrl uri = QUrl::fromLocalFile(QFileInfo(cs.database).absoluteFilePath());
+        uri.setQuery(u"immutable=1"_s);
+        m_db.setDatabaseName(uri.toString(QUrl::FullyEncoded));
+        m_db.setConnectOptions(
+            u"QSQLITE_OPEN_READONLY;QSQLITE_OPEN_URI;QSQLITE_BUSY_TIMEOUT=5000"_s);
+        if (!finishOpen())
+            return false;
+        m_sqlite = *static_cast<sqlite3 *const *>(m_db.driver()->handle().constData());
+    }
     SqliteFunctions::install(m_sqlite);
     if (access == Access::ReadOnly) { // also refuses writes to ATTACHed files
         QSqlQuery(u"PRAGMA query_only = 1"_s, m_db);
+        // The catalogue reads pragma_table_info, before the fence goes up.
+        if (!lookAtSource(cs))
+            return false;
         SqliteFunctions::denyOutsideReach(m_sqlite);
     }
     return true;
@@ -152,20 +205,25 @@ bool Connection::openPostgres(const ConnectionString &cs, Access access,
         return false;
     if (access == Access::ReadOnly)
         QSqlQuery(u"SET SESSION CHARACTERISTICS AS TRANSACTION READ ONLY"_s, m_db);
-    return true;
+    return lookAtSource(cs);
+}
+
+pg_conn *Connection::postgresHandle() const
+{
+    if (m_engine != Engine::PostgreSQL || !IsOpen())
+        return nullptr;
+    const QVariant handle = m_db.driver()->handle();
+    // The driver names the type by libpq's struct tag, "pg_conn*".
+    if (qstrcmp(handle.typeName(), "pg_conn*") != 0 && qstrcmp(handle.typeName(), "PGconn*") != 0)
+        return nullptr;
+    return *static_cast<PGconn *const *>(handle.constData());
 }
 
 std::function<void()> Connection::interrupter() const
 {
     if (sqlite3 *handle = m_sqlite)
         return [handle] { sqlite3_interrupt(handle); };
-    if (m_engine != Engine::PostgreSQL || !IsOpen())
-        return {};
-    const QVariant handle = m_db.driver()->handle();
-    // The driver names the type by libpq's struct tag, "pg_conn*".
-    if (qstrcmp(handle.typeName(), "pg_conn*") != 0 && qstrcmp(handle.typeName(), "PGconn*") != 0)
-        return {};
-    PGconn *server = *static_cast<PGconn *const *>(handle.constData());
+    PGconn *server = postgresHandle();
     const std::shared_ptr<PGcancel> cancel(server ? PQgetCancel(server) : nullptr, PQfreeCancel);
     if (!cancel)
         return {};

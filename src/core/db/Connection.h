@@ -5,6 +5,7 @@
 // statement that tries to write fails and leaves the data as it was.
 
 #include "db/ConnectionString.h"
+#include "sources/SourceView.h"
 
 #include <QSqlDatabase>
 #include <QString>
@@ -13,6 +14,7 @@
 #include <vector>
 
 struct sqlite3;
+struct pg_conn;
 
 namespace qrt::db {
 
@@ -50,9 +52,17 @@ public:
     const QString &lastError() const { return m_lastError; }
     void setLastError(const QString &error);
 
+    // The statement in the application's dialect as this connection's
+    // engine runs it, seen through a feed reader's mapping where there is one.
+    QString statementText(const QString &statement) const;
+    const sources::SourceView &source() const { return m_source; }
+
     QSqlDatabase database() const;
     // The engine's own handle on SQLite, for stepping statements natively.
     sqlite3 *sqliteHandle() const { return m_sqlite; }
+    // libpq's connection on PostgreSQL, for what the driver does not offer
+    // (cancelling, COPY); null on other engines.
+    pg_conn *postgresHandle() const;
     // Stops the statement running on this connection, called from any
     // thread while the connection is open: SQLite's interrupt, or a cancel
     // request to the PostgreSQL server. Empty where the engine has none.
@@ -67,6 +77,7 @@ private:
     bool openPostgres(const ConnectionString &cs, Access access, int statementTimeoutSeconds);
     bool openOdbc(const ConnectionString &cs, Access access);
     bool finishOpen();
+    bool lookAtSource(const ConnectionString &cs);
 
     QString m_name;
     // Held while open, not looked up by name: at the application's end Qt
@@ -80,6 +91,7 @@ private:
     Access m_access = Access::ReadOnly;
     sqlite3 *m_sqlite = nullptr;
     QString m_lastError;
+    sources::SourceView m_source;
     std::vector<Recordset *> m_recordsets; // open on this connection
 };
 

@@ -97,6 +97,9 @@ ConnectionString fromUrl(const QString &text)
     cs.password = url.password();
     cs.database = url.path().mid(1);
     const QUrlQuery query(url);
+    cs.reader = query.queryItemValue(u"reader"_s, QUrl::FullyDecoded).toLower();
+    cs.readerUser = query.queryItemValue(u"user"_s, QUrl::FullyDecoded);
+    cs.timeZone = query.queryItemValue(u"timezone"_s, QUrl::FullyDecoded);
     if (cs.host.isEmpty())
         cs.host = query.queryItemValue(u"host"_s, QUrl::FullyDecoded);
     if (cs.port < 0 && query.hasQueryItem(u"port"_s)) {
@@ -137,8 +140,12 @@ ConnectionString fromPairs(const QString &text, const Pairs &pairs)
     cs.engine = engineOfProvider(provider);
     if (cs.engine == Engine::None)
         return fail(u"unknown provider \"%1\""_s.arg(provider));
-    cs.user = first(pairs, {u"user id"_s, u"uid"_s, u"user"_s, u"username"_s});
+    cs.user = first(pairs, {u"user id"_s, u"uid"_s, u"username"_s, u"user"_s});
     cs.password = first(pairs, {u"password"_s, u"pwd"_s});
+    cs.reader = first(pairs, {u"reader"_s}).toLower();
+    cs.readerUser = first(pairs, {u"user"_s});
+    cs.urls = first(pairs, {u"urls"_s});
+    cs.timeZone = first(pairs, {u"timezone"_s, u"time zone"_s});
     if (cs.engine == Engine::SQLite) {
         cs.database = first(pairs, {u"data source"_s, u"database"_s, u"dbq"_s, u"filename"_s});
         if (cs.database.isEmpty())

@@ -41,7 +41,7 @@ bool Recordset::Open(const QString &statement, Connection &connection)
     }
     m_statement = statement;
     m_foldsNames = connection.engine() == Engine::PostgreSQL;
-    const QString sql = Dialect::translate(statement, connection.engine());
+    const QString sql = connection.statementText(statement);
     if (connection.engine() == Engine::SQLite)
         m_source = std::make_unique<SqliteRecordSource>(connection.sqliteHandle(), sql);
     else

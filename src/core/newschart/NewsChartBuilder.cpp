@@ -1,6 +1,7 @@
 #include "newschart/NewsChartBuilder.h"
 
 #include "db/Connection.h"
+#include "newschart/ChannelDayCounts.h"
 #include "newschart/ChartControl.h"
 #include "newschart/StatisticsStatement.h"
 
@@ -78,32 +79,39 @@ void NewsChartBuilder::FillPoints()
 bool NewsChartBuilder::LoadSeries(db::Connection &connection, const QString &connectionString,
                                   const NewsChartQuery &query)
 {
-    bool hasRows = false;
+    const QString where =
+        StatisticsStatement::PeriodClause(query.FromDate, query.TillDate, query.sFilter);
+    m_statement = StatisticsStatement::Compose(where, query.sOrder);
+    if (m_counts && query.mode == StatisticsMode::Fastest)
+        if (const auto rows = m_counts->Open(connectionString, query))
+            return ReadSeries(*rows);
     connection.Open(connectionString);
-    {
-        // A connection that did not open gives no rows.
-        const QString where =
-            StatisticsStatement::PeriodClause(query.FromDate, query.TillDate, query.sFilter);
-        const auto rows =
-            StatisticsReader::Open(connection, where, query.sOrder, query.chartSeria, query.mode);
-        m_lastPath = rows->path();
-        qint32 lastId = 0;
-        StatisticsRow row;
-        while (rows->next(row)) {
-            if (row.seriesId != lastId) {
-                lastId = row.seriesId;
-                m_chart.AddSeriesLabel(rows->seriesName());
-                SeriesData.emplace_back();
-            }
-            SeriesData.back().Points.push_back({row.pointDate, row.newsCount});
-            if (row.dated && row.firstDate < m_minDate)
-                m_minDate = row.firstDate;
-            if (row.dated && row.lastDate > m_maxDate)
-                m_maxDate = row.lastDate;
-            hasRows = true;
-        }
-    }
+    // A connection that did not open gives no rows.
+    const bool hasRows = ReadSeries(
+        *StatisticsReader::Open(connection, where, query.sOrder, query.chartSeria, query.mode));
     connection.Close();
+    return hasRows;
+}
+
+bool NewsChartBuilder::ReadSeries(StatisticsRows &rows)
+{
+    m_lastPath = rows.path();
+    bool hasRows = false;
+    qint32 lastId = 0;
+    StatisticsRow row;
+    while (rows.next(row)) {
+        if (row.seriesId != lastId) {
+            lastId = row.seriesId;
+            m_chart.AddSeriesLabel(rows.seriesName());
+            SeriesData.emplace_back();
+        }
+        SeriesData.back().Points.push_back({row.pointDate, row.newsCount});
+        if (row.dated && row.firstDate < m_minDate)
+            m_minDate = row.firstDate;
+        if (row.dated && row.lastDate > m_maxDate)
+            m_maxDate = row.lastDate;
+        hasRows = true;
+    }
     return hasRows;
 }
 

@@ -21,6 +21,8 @@ class Connection;
 
 namespace qrt::chart {
 
+class ChannelDayCounts;
+
 // What one drawing asks for: frmChart's public fields.
 struct NewsChartQuery
 {
@@ -37,6 +39,10 @@ class NewsChartBuilder
 public:
     explicit NewsChartBuilder(ChartControl &chart);
 
+    // The window's counts in memory: drawings they can serve take no
+    // statement. Without them every drawing asks the database.
+    void setCounts(ChannelDayCounts *counts) { m_counts = counts; }
+
     // Empties the chart into the look of a chart without news.
     void ClearChart(const NewsChartQuery &query);
     // Opens the connection, reads the rows, closes it and fills the chart;
@@ -48,6 +54,9 @@ public:
     dates::Date MinDate() const { return m_minDate; }
     dates::Date MaxDate() const { return m_maxDate; }
     StatisticsPath lastPath() const { return m_lastPath; }
+    // The statistics statement the last drawing stands for, whichever way
+    // its rows were read.
+    const QString &Statement() const { return m_statement; }
 
 private:
     struct NewsPoint
@@ -62,6 +71,7 @@ private:
 
     bool LoadSeries(db::Connection &connection, const QString &connectionString,
                     const NewsChartQuery &query);
+    bool ReadSeries(StatisticsRows &rows);
     void FillPoints();
     void SetupAxes();
     void SetupTimeAxis();
@@ -72,6 +82,8 @@ private:
     dates::Date m_maxDate = 0.0;
     std::vector<SeriesRecord> SeriesData = std::vector<SeriesRecord>(1); // [0] is a spare
     StatisticsPath m_lastPath = StatisticsPath::None;
+    QString m_statement;
+    ChannelDayCounts *m_counts = nullptr;
 };
 
 } // namespace qrt::chart

@@ -64,6 +64,11 @@ public:
             if (!m_names.contains(row.seriesId))
                 m_names.insert(row.seriesId, totals.name(row.seriesId));
     }
+    DailyRows(std::vector<DayRow> rows, QHash<qint64, QString> names, StatisticsPath path)
+        : m_rows(std::move(rows))
+        , m_names(std::move(names))
+        , m_path(path)
+    {}
 
     bool next(StatisticsRow &out) override
     {
@@ -138,10 +143,8 @@ std::unique_ptr<StatisticsRows> sqliteNewsScan(db::Connection &connection, const
     {
         db::Recordset channels;
         channels.Open(u"SELECT Channels.ID, "_s + columns.id + u", "_s + columns.name +
-                          u", typeof(Channels.ID) = 'integer' FROM Categories INNER JOIN "
-                          "(Providers INNER JOIN Channels ON Providers.ID = Channels.Provider) ON "
-                          "Categories.ID = Channels.Category WHERE "_s +
-                          where.filter,
+                          u", typeof(Channels.ID) = 'integer' FROM "_s +
+                          StatisticsStatement::ChannelJoins + u" WHERE "_s + where.filter,
                       connection);
         if (!channels.lastError().isEmpty())
             return nullptr;
@@ -282,8 +285,17 @@ QString pathName(StatisticsPath path)
         return u"sqlite-joined-scan"_s;
     case StatisticsPath::PostgresDaily:
         return u"postgres-daily"_s;
+    case StatisticsPath::Memory:
+        return u"memory"_s;
     }
     return {};
+}
+
+std::unique_ptr<StatisticsRows> StatisticsReader::FromDays(std::vector<DayRow> rows,
+                                                           QHash<qint64, QString> names,
+                                                           StatisticsPath path)
+{
+    return std::make_unique<DailyRows>(std::move(rows), std::move(names), path);
 }
 
 std::unique_ptr<StatisticsRows> StatisticsReader::Open(db::Connection &connection,

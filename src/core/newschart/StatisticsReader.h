@@ -6,15 +6,19 @@
 // day, with the day's count and its earliest and latest time. Any other
 // engine, and any grouping we don't recognise, gets the literal statement.
 
+#include <QHash>
 #include <QString>
 
 #include <memory>
+#include <vector>
 
 namespace qrt::db {
 class Connection;
 }
 
 namespace qrt::chart {
+
+struct DayRow;
 
 enum class StatisticsMode {
     Fastest, // the fastest statement that gives the same chart
@@ -27,6 +31,7 @@ enum class StatisticsPath {
     SqliteNewsScan,   // series of each channel first, then one pass over News
     SqliteJoinedScan, // one pass over the joined, filtered rows
     PostgresDaily,    // the server groups by series and day
+    Memory,           // the window's per-day counts of each channel
 };
 
 QString pathName(StatisticsPath path);
@@ -62,6 +67,11 @@ namespace StatisticsReader {
 std::unique_ptr<StatisticsRows> Open(db::Connection &connection, const QString &where,
                                      const QString &order, int chartSeria,
                                      StatisticsMode mode = StatisticsMode::Fastest);
+
+// Rows of days gathered elsewhere, ordered by series ID and day, with the
+// name of each series.
+std::unique_ptr<StatisticsRows> FromDays(std::vector<DayRow> rows, QHash<qint64, QString> names,
+                                         StatisticsPath path);
 
 } // namespace StatisticsReader
 

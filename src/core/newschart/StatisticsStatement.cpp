@@ -17,6 +17,10 @@ const QString StatisticsStatement::Joins =
     u"Categories INNER JOIN (Providers INNER JOIN (Channels INNER JOIN News ON Channels.ID = "
     "News.Channel) ON Providers.ID = Channels.Provider) ON Categories.ID = Channels.Category"_s;
 
+const QString StatisticsStatement::ChannelJoins =
+    u"Categories INNER JOIN (Providers INNER JOIN Channels ON Providers.ID = Channels.Provider) ON "
+    "Categories.ID = Channels.Category"_s;
+
 const QString StatisticsStatement::GroupBy =
     u" GROUP BY News.pubDate, Channels.ID, Channels.Channel, Providers.ID, Providers.Provider, "
     "Categories.ID, Categories.Name "_s;

@@ -20,6 +20,8 @@ namespace StatisticsStatement {
 // The select list and the joins of the statement, as the pieces write them.
 extern const QString SelectList;
 extern const QString Joins;
+// The same joins without News: each channel with its provider and category.
+extern const QString ChannelJoins;
 extern const QString GroupBy;
 
 // "(News.pubDate >= CDate("from") AND News.pubDate<=CDate("till + 1")) AND "

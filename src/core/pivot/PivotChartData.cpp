@@ -74,8 +74,10 @@ PivotChartData PivotChartData::from(const PivotResult &result, bool seriesByRows
     const std::vector<int> series = leaves(seriesNodes);
     const int totals =
         plotAggregates == FirstTotal ? std::min(result.totalCount(), 1) : result.totalCount();
-    for (int node : categories)
+    for (int node : categories) {
         chart.categories.push_back(result.path(categoryNodes, node));
+        chart.categoryTips.push_back(result.wholePath(categoryNodes, node));
+    }
     chart.categoryTitle = levelTitle(categoryNodes, categories);
     chart.seriesTitle = levelTitle(seriesNodes, series);
     if (totals == 1)
@@ -86,6 +88,9 @@ PivotChartData PivotChartData::from(const PivotResult &result, bool seriesByRows
             s.path = result.path(seriesNodes, node);
             s.total = total;
             s.name = seriesName(s.path, result.totalCaption(total), totals > 1);
+            const QString whole = result.wholePath(seriesNodes, node);
+            s.tip = seriesName(whole.isEmpty() ? QStringList() : QStringList{whole},
+                               result.totalCaption(total), totals > 1);
             s.values.reserve(categories.size());
             for (int category : categories)
                 s.values.push_back(seriesByRows ? result.value(node, category, total)

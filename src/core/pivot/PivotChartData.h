@@ -29,10 +29,12 @@ struct PivotChartData
         QStringList path; // the member's captions, outermost first; empty for the grand total
         int total = 0;
         QString name;                              // as the legend shows it
+        QString tip;                               // the same, by the whole path
         std::vector<std::optional<double>> values; // one per category; empty: nothing there
     };
 
     std::vector<QStringList> categories; // captions, outermost first, one list per category
+    std::vector<QString> categoryTips;   // PivotResult::wholePath of each category
     QString categoryTitle;               // the field names of the category levels
     QString seriesTitle;                 // the field names of the series levels
     QString valueTitle;                  // the caption of the total, when one is plotted

@@ -53,6 +53,8 @@ public:
 
     std::optional<bool> memberExpanded(int level, qint64 key) const;
     void setMemberExpanded(int level, qint64 key, bool expanded);
+    // The members expanded or collapsed on their own, by level and key.
+    const std::map<std::pair<int, qint64>, bool> &expandedMembers() const { return m_expanded; }
     // Every member follows the view's ExpandMembers again.
     void clearMemberExpanded();
 

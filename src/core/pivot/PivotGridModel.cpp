@@ -420,7 +420,16 @@ QString PivotGridModel::toText(QChar separator) const
     const QStringList names = rowLevelNames();
     auto headerText = [&](Qt::Orientation orientation, int section, int level) {
         const HeaderCell cell = headerCell(orientation, section, level);
-        return cell.level == level ? escaped(cell.caption, separator) : QString();
+        if (cell.level != level)
+            return QString();
+        // The first column names its members whole: months shown without
+        // their year are told apart there.
+        if (orientation == Qt::Vertical && level == 0 && cell.node > 0 &&
+            cell.kind != LineKind::GrandTotal) {
+            const QString path = m_result.wholePath(m_result.rowNodes(), cell.node);
+            return escaped(cell.kind == LineKind::Subtotal ? path + u" Total"_s : path, separator);
+        }
+        return escaped(cell.caption, separator);
     };
     for (int level = 0; level < columnLevels; ++level) {
         QStringList fields;

@@ -86,8 +86,9 @@ public:
     void setSubtotalsShown(bool shown);
 
     // The grid as text: the column header lines, then a line per row line
-    // with its member captions (a member's caption on every line it covers)
-    // and the values as plain numbers.
+    // with its member captions (a member's caption on every line it covers;
+    // in the first column its whole path, PivotResult::wholePath) and the
+    // values as plain numbers.
     QString toCsv() const { return toText(u','); }
     QString toTabText() const { return toText(u'\t'); }
 

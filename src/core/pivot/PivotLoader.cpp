@@ -341,13 +341,13 @@ sqlite3_stmt *prepareSqlite(sqlite3 *handle, const QString &sql, QString *error)
     return stmt;
 }
 
-// The SQLite path: one prepared statement (already translated), values
-// read as the engine keeps them.
+// The SQLite path: one prepared statement (already translated; the
+// source's own tables go in front here), values read as the engine keeps them.
 bool readSqlite(db::Connection &connection, const QString &sql, Sink &sink,
                 const PivotLoader::Progress &progress, QString *error)
 {
     sqlite3 *handle = connection.sqliteHandle();
-    sqlite3_stmt *stmt = prepareSqlite(handle, sql, error);
+    sqlite3_stmt *stmt = prepareSqlite(handle, connection.source().apply(sql), error);
     if (!stmt)
         return false;
     const int columns = sqlite3_column_count(stmt);
@@ -482,8 +482,8 @@ bool sample(db::Connection &connection, const QString &commandText, Sampler &sam
                 sampler.add(static_cast<std::size_t>(c), rs.Value(c));
         return rs.lastError().isEmpty();
     }
-    sqlite3_stmt *stmt = prepareSqlite(
-        connection.sqliteHandle(), db::Dialect::translate(commandText, db::Engine::SQLite), error);
+    sqlite3_stmt *stmt =
+        prepareSqlite(connection.sqliteHandle(), connection.statementText(commandText), error);
     if (!stmt)
         return false;
     const int columns = sqlite3_column_count(stmt);

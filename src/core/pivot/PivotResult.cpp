@@ -4,6 +4,8 @@
 
 #include <QStringList>
 
+using namespace Qt::StringLiterals;
+
 namespace qrt::pivot {
 
 QStringList PivotResult::path(const std::vector<Node> &nodes, int node) const
@@ -12,6 +14,24 @@ QStringList PivotResult::path(const std::vector<Node> &nodes, int node) const
     for (; node > 0; node = nodes[static_cast<std::size_t>(node)].parent)
         captions.prepend(nodes[static_cast<std::size_t>(node)].caption);
     return captions;
+}
+
+QString PivotResult::wholePath(const std::vector<Node> &nodes, int node) const
+{
+    QStringList members;
+    const PivotFieldSet *inner = nullptr;
+    for (; node > 0; node = nodes[static_cast<std::size_t>(node)].parent) {
+        const Node &n = nodes[static_cast<std::size_t>(node)];
+        // A member of the same field set as the one below it is in that one's path.
+        if (n.fieldSet && n.fieldSet == inner)
+            continue;
+        inner = n.fieldSet;
+        QStringList captions;
+        for (PivotMember m = n.member(); !m.isNull() && !m.isRoot(); m = m.ParentMember())
+            captions.prepend(m.Caption());
+        members.prepend(captions.isEmpty() ? n.caption : captions.join(u" \u203A "_s));
+    }
+    return members.join(u" / "_s);
 }
 
 std::vector<PivotResult::Line> PivotResult::lines(const std::vector<Node> &nodes)

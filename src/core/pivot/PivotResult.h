@@ -73,6 +73,11 @@ public:
     std::vector<Line> columnLines() const { return lines(m_columns); }
     // The captions from the outermost member down to the node.
     QStringList path(const std::vector<Node> &nodes, int node) const;
+    // The same for a tip, each member with every level of its field set
+    // above it, also those the layout leaves out, so that months shown
+    // without their year tell which one they are: "2024 › Qtr4 › Nov", and
+    // "2024 › Qtr4 › Nov / Provider A" below it. Empty for the grand total.
+    QString wholePath(const std::vector<Node> &nodes, int node) const;
 
     int totalCount() const { return static_cast<int>(m_totalCaptions.size()); }
     const QString &totalCaption(int total) const

@@ -1,5 +1,6 @@
 #include "pivot/PivotView.h"
 
+#include "base/ResumeNext.h"
 #include "pivot/PivotData.h"
 
 using namespace Qt::StringLiterals;
@@ -100,6 +101,84 @@ void PivotView::setExpandMembers(int value)
     if (value < ExpandAutomatic || value > ExpandNever)
         throw PivotError::invalidValue(u"ExpandMembers"_s, QString::number(value));
     m_expandMembers = value;
+    touch();
+}
+
+namespace {
+
+// The member of `fieldSet` with the captions of `member`, a member of the
+// same field set in another view.
+PivotMember sameMember(const PivotFieldSet &fieldSet, const PivotMember &member)
+{
+    QStringList captions;
+    for (PivotMember m = member; !m.isNull() && !m.isRoot(); m = m.ParentMember())
+        captions.prepend(m.Caption());
+    PivotMember found = fieldSet.Member();
+    for (const QString &caption : std::as_const(captions))
+        found = found.ChildMembers()(caption);
+    return found;
+}
+
+std::vector<PivotMember> sameMembers(const PivotFieldSet &fieldSet,
+                                     const std::vector<PivotMember> &members)
+{
+    std::vector<PivotMember> found;
+    for (const PivotMember &member : members)
+        resumeNext([&] { found.push_back(sameMember(fieldSet, member)); });
+    return found;
+}
+
+void takeFieldSet(const PivotFieldSet &from, PivotFieldSet &to)
+{
+    for (const PivotField *field : from.Fields()) {
+        resumeNext([&] {
+            PivotField &mine = to.Fields(field->Name());
+            mine.setIsIncluded(field->IsIncluded());
+            mine.setIncludedMembers(sameMembers(to, field->IncludedMembers()));
+            mine.setExcludedMembers(sameMembers(to, field->ExcludedMembers()));
+        });
+    }
+    to.setAllIncludeExclude(from.AllIncludeExclude());
+    for (const auto &entry : from.expandedMembers()) {
+        resumeNext([&] {
+            const auto [level, key] = entry.first;
+            const PivotMember mine = sameMember(to, PivotMember(&from, level, key));
+            to.setMemberExpanded(mine.level(), mine.key(), entry.second);
+        });
+    }
+}
+
+} // namespace
+
+void PivotView::takeLayout(const PivotView &other)
+{
+    for (const PivotFieldSet *fieldSet : other.FieldSets())
+        resumeNext([&] { takeFieldSet(*fieldSet, FieldSets(fieldSet->Name())); });
+    const std::pair<const PivotAxis *, PivotAxis *> axes[] = {
+        {&other.FilterAxis(), &m_filterAxis},
+        {&other.RowAxis(), &m_rowAxis},
+        {&other.ColumnAxis(), &m_columnAxis},
+        {&other.DataAxis(), &m_dataAxis},
+    };
+    for (const auto &axis : axes)
+        for (const PivotFieldSet *fieldSet : axis.first->FieldSets())
+            resumeNext([&] { axis.second->InsertFieldSet(FieldSets(fieldSet->Name())); });
+    for (const PivotTotal *total : other.Totals()) {
+        resumeNext([&] {
+            const PivotField *field = total->Field();
+            PivotTotal &mine =
+                AddTotal(total->Name(), FieldSets(field->FieldSet()->Name()).Fields(field->Name()),
+                         total->Function());
+            mine.setCaption(total->Caption());
+            mine.setNumberFormat(total->NumberFormat());
+        });
+    }
+    for (const PivotTotal *total : other.DataAxis().Totals())
+        for (PivotTotal *mine : m_totalList)
+            if (mine->Name() == total->Name())
+                m_dataAxis.InsertTotal(*mine);
+    m_expandDetails = other.m_expandDetails;
+    m_expandMembers = other.m_expandMembers;
     touch();
 }
 

@@ -57,6 +57,13 @@ public:
     int ExpandMembers() const { return m_expandMembers; }
     void setExpandMembers(int value);
 
+    // The layout of `other`, a view of older rows, put on this fresh one: the
+    // field sets on their axes, the fields shown, the member choices, the
+    // totals with their captions and formats, and how members expand. A
+    // field set, field or member the new rows lack is left out; members are
+    // found again by their captions from the top, as the stored layouts are.
+    void takeLayout(const PivotView &other);
+
     // Goes up with every change of the layout, so a view knows when to
     // aggregate again.
     quint64 layoutVersion() const { return m_version; }

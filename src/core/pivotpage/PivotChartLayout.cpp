@@ -43,7 +43,10 @@ PivotAxis &axisNamed(PivotView &view, const QString &axis)
 }
 
 // field||code||path||(captions): at 2 the members are the included ones, at
-// 1 the excluded ones; any other code does nothing.
+// 1 the excluded ones; any other code does nothing. The members and the
+// code are two steps: the code is set also when the members can't be, and
+// a record too short to name its members fails before any look-up, so no
+// empty caption reaches the parser's error dialog.
 void applyFilterRecord(PivotFieldSet &fieldSet, const QString &record,
                        const MemberParser &parseMembers)
 {
@@ -52,14 +55,18 @@ void applyFilterRecord(PivotFieldSet &fieldSet, const QString &record,
     if (code != PivotFieldSet::ExcludeAllButIncluded &&
         code != PivotFieldSet::IncludeAllButExcluded)
         return;
-    const std::vector<PivotMember> members =
-        parseMembers(fieldSet.Members(), parts.value(2), parts.value(3));
-    PivotField &field = fieldSet.Fields(parts.value(0));
-    if (code == PivotFieldSet::ExcludeAllButIncluded)
-        field.setIncludedMembers(members);
-    else
-        field.setExcludedMembers(members);
-    fieldSet.setAllIncludeExclude(code);
+    resumeNext([&] {
+        if (parts.size() < 4)
+            throw PivotError::invalidValue(u"filter record"_s, record);
+        const std::vector<PivotMember> members =
+            parseMembers(fieldSet.Members(), parts[2], parts[3]);
+        PivotField &field = fieldSet.Fields(parts[0]);
+        if (code == PivotFieldSet::ExcludeAllButIncluded)
+            field.setIncludedMembers(members);
+        else
+            field.setExcludedMembers(members);
+    });
+    resumeNext([&] { fieldSet.setAllIncludeExclude(code); });
 }
 
 void restoreFieldSet(const CAppSettings &settings, PivotView &view, PivotAxis &axis,
@@ -96,9 +103,9 @@ void restoreFieldSet(const CAppSettings &settings, PivotView &view, PivotAxis &a
 
 } // namespace
 
-Options readOptions(const CAppSettings &settings)
+Options readOptions(const CAppSettings &settings, const Options &current)
 {
-    Options options;
+    Options options = current;
     resumeNext(
         [&] { options.legend = stored(settings, u"LEGEND"_s, u"1"_s).toString() == u"1"_s; });
     resumeNext([&] { options.type = toInteger<qint32>(stored(settings, u"TYPE"_s, 7)); });

@@ -36,7 +36,8 @@ struct Options
     int type = 7;
     bool seriesByRows = false;
 };
-Options readOptions(const CAppSettings &settings);
+// A stored value that can't be read keeps the one of `current`.
+Options readOptions(const CAppSettings &settings, const Options &current = {});
 void saveOptions(const CAppSettings &settings, const Options &options);
 
 struct AxisDefault

@@ -29,7 +29,9 @@ std::vector<PivotMember> PivotMemberParser::ParseMembers(const PivotMembers &roo
     ParentFound = false;
     if (!m_run([&] { BuildParentMember(root, memberspath); }))
         return {};
-    const QStringList captions = QString(Members).remove(u'(').remove(u')').split(u',');
+    // An empty list, "()", names no member, as splitting an empty text gives none.
+    const QString list = QString(Members).remove(u'(').remove(u')');
+    const QStringList captions = list.isEmpty() ? QStringList() : list.split(u',');
     for (const QString &caption : captions) {
         const bool goOn = m_run([&] {
             result.push_back(ParentMember.isNull() ? root(caption)

@@ -13,6 +13,7 @@
 #include <QStringList>
 
 #include <optional>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -58,16 +59,35 @@ QString insertLine(const QString &axis)
                      : u"PT.ActiveView.%1.InsertFieldSet pFieldSet"_s.arg(objects.at(index));
 }
 
+// A character a literal of single-byte text holds as it is: Latin-1 but a
+// line break, which ends the literal, or the "<" of "</", which ends the
+// script element.
+bool literalHolds(const QString &text, qsizetype i)
+{
+    const char16_t c = text[i].unicode();
+    return c <= 0xFF && c != u'\r' && c != u'\n' && !(c == u'<' && text.mid(i + 1, 1) == u"/"_s);
+}
+
+// The script's expression for the character(s) at i, and how many it takes.
+std::pair<QString, qsizetype> joinedCharacter(const QString &text, qsizetype i)
+{
+    if (text.mid(i, 2) == u"\r\n")
+        return {u"vbCrLf"_s, 2};
+    const char16_t c = text[i].unicode();
+    return {(c <= 0xFF ? u"Chr(%1)"_s : u"ChrW(%1)"_s).arg(int(c)), 1};
+}
+
 QString fieldSetBlock(const QString &axis, const QString &name, const QString &fields,
                       const QString &filters)
 {
-    QStringList lines = {u"Set pFieldSet = PT.ActiveView.FieldSets(\""_s + name + u"\")"_s};
+    QStringList lines = {u"Set pFieldSet = PT.ActiveView.FieldSets("_s + scriptLiteral(name) +
+                         u")"_s};
     // A keyword the page has no axis for puts the set nowhere.
     if (const QString insert = insertLine(axis); !insert.isEmpty())
         lines << insert;
     lines << u"For Each pField In pFieldSet.Fields"_s << u"pField.IsIncluded = False"_s << u"Next"_s
-          << u"aFields = Split(\""_s + fields + u"\" , \"%%|%%\" )"_s
-          << u"aFieldsFilters = Split(\""_s + filters + u"\" , \"%%|%%\" )"_s
+          << u"aFields = Split("_s + scriptLiteral(fields) + u" , \"%%|%%\" )"_s
+          << u"aFieldsFilters = Split("_s + scriptLiteral(filters) + u" , \"%%|%%\" )"_s
           << u"For J = 0 To UBound(aFields)"_s
           << u"pFieldSet.Fields(aFields(J)).IsIncluded = True"_s << u"Next"_s
           << u"For J = 0 To UBound(aFieldsFilters)"_s
@@ -103,7 +123,7 @@ QString BuildPivotPage(const CAppSettings &settings, const QString &connectionSt
         u"Sub Window_OnLoad()"_s,
         u"Dim pFieldSet, pField , aFields, aFieldsFilters, aFilters, I, J "_s,
         u"With PT"_s,
-        u".ConnectionString = \""_s + connectionString + u"\" "_s,
+        u".ConnectionString = "_s + scriptLiteral(connectionString) + u" "_s,
         u".CommandText = \""_s + statement.left(from) + u"\" & _"_s,
         u"\""_s + statement.mid(from) + u"\""_s,
         u".AllowFiltering = True"_s,
@@ -157,10 +177,14 @@ QString GetTotalsScript(const CAppSettings &settings)
         const QString field = storedText(settings, u"TOTALFIELD"_s + ordinal, u"News"_s);
         const QString name = storedText(settings, u"TOTALNAME"_s + ordinal, u"Count of News"_s);
         const QString function = storedText(settings, u"TOTALFUNCTION"_s + ordinal, 2);
+        // A function that is no number goes in as text: AddTotal refuses it
+        // at run time, and the lines before it still run.
+        const bool number = function == function.trimmed() && roundedNumber<qint32>(function);
         script += linesOf({
-            u"Set pFieldSet = PT.ActiveView.FieldSets(\""_s + field + u"\")"_s,
-            u"Set pTotal = PT.ActiveView.AddTotal(\""_s + name + u"\", pFieldSet.Fields(0), "_s +
-                function + u") "_s,
+            u"Set pFieldSet = PT.ActiveView.FieldSets("_s + scriptLiteral(field) + u")"_s,
+            u"Set pTotal = PT.ActiveView.AddTotal("_s + scriptLiteral(name) +
+                u", pFieldSet.Fields(0), "_s + (number ? function : scriptLiteral(function)) +
+                u") "_s,
             u"PT.ActiveView.DataAxis.InsertTotal pTotal "_s,
         });
     }
@@ -214,6 +238,27 @@ QString GetAdditionalScriptFunctions()
         u"Next"_s,
         u"End Function"_s,
     });
+}
+
+QString scriptLiteral(const QString &text)
+{
+    QStringList pieces;
+    QString literal;
+    for (qsizetype i = 0; i < text.size();) {
+        if (literalHolds(text, i)) {
+            literal += text[i] == u'"' ? u"\"\""_s : QString(text[i]);
+            ++i;
+            continue;
+        }
+        if (!literal.isEmpty())
+            pieces << u'"' + std::exchange(literal, {}) + u'"';
+        const auto [piece, length] = joinedCharacter(text, i);
+        pieces << piece;
+        i += length;
+    }
+    if (!literal.isEmpty() || pieces.isEmpty())
+        pieces << u'"' + literal + u'"';
+    return pieces.join(u" & "_s);
 }
 
 bool WriteTextFile(const QString &path, const QString &text)

@@ -6,9 +6,10 @@
 // only reads settings: the whole text can be built and checked without a
 // browser.
 //
-// Lines are separated by CR LF. Stored values go into the script as they
-// are, unquoted and untrimmed, so a stored double quote ends the script's
-// string there. Every step passes over failures: a setting that can't be
+// Lines are separated by CR LF. Stored values go into the script as
+// literals that give them back exactly, untrimmed (see scriptLiteral), so no
+// stored text can break the script or change its line numbers. Every step
+// passes over failures: a setting that can't be
 // read keeps its default and the page is built all the same.
 
 #include <QtGlobal>
@@ -46,8 +47,16 @@ QString GetTotalsScript(const CAppSettings &settings);
 // the text.
 QString GetAdditionalScriptFunctions();
 
+// `text` as an expression of the page's script that gives it back exactly,
+// on one line of single-byte text: "text" with each double quote doubled,
+// byte for byte the text itself for Latin-1 without quotes or line breaks;
+// closed and joined with vbCrLf, Chr(n) or ChrW(n) for a line break, a
+// character beyond Latin-1 (a pair of ChrW beyond UTF-16's single units),
+// and the "<" of "</", which would end the script element.
+QString scriptLiteral(const QString &text);
+
 // Writes the text as single-byte Latin-1 (a character outside it becomes
-// '?'), creating the folder when missing. The old file is replaced only
+// '?'; the page holds none), creating the folder when missing. The old file is replaced only
 // once the new one is complete, so a failed write leaves it as it was.
 bool WriteTextFile(const QString &path, const QString &text);
 

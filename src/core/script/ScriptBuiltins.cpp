@@ -76,11 +76,23 @@ ScriptValue join(const ScriptValues &args, const ScriptBuiltins::Bounds &bounds)
     return parts.join(delimiter);
 }
 
+// Chr takes a character code of the page's single-byte text, ChrW a
+// UTF-16 code unit; a character beyond them is two ChrW joined.
+ScriptValue character(const ScriptValues &args, int highest, QStringView name)
+{
+    checkCount(args, 1, 1, name);
+    const qint64 code = args[0].toInteger();
+    if (code < 0 || code > highest)
+        throw ScriptError(u"Invalid procedure call or argument: '%1(%2)'"_s.arg(name).arg(code));
+    return QString(QChar(char16_t(code)));
+}
+
 } // namespace
 
 bool ScriptBuiltins::has(const QString &key)
 {
-    return key == u"split"_s || key == u"ubound"_s || key == u"replace"_s || key == u"join"_s;
+    return key == u"split"_s || key == u"ubound"_s || key == u"replace"_s || key == u"join"_s ||
+           key == u"chr"_s || key == u"chrw"_s || key == u"vbcrlf"_s;
 }
 
 ScriptValue ScriptBuiltins::call(const QString &key, const ScriptValues &args, const Bounds &bounds)
@@ -93,6 +105,14 @@ ScriptValue ScriptBuiltins::call(const QString &key, const ScriptValues &args, c
         return replace(args, bounds);
     if (key == u"join"_s)
         return join(args, bounds);
+    if (key == u"chr"_s)
+        return character(args, 0xFF, u"Chr");
+    if (key == u"chrw"_s)
+        return character(args, 0xFFFF, u"ChrW");
+    if (key == u"vbcrlf"_s) {
+        checkCount(args, 0, 0, u"vbCrLf");
+        return u"\r\n"_s;
+    }
     throw ScriptError(u"there is no built-in function '%1'"_s.arg(key));
 }
 

@@ -1,8 +1,9 @@
 #pragma once
-// The built-in functions the page script may call: Split, UBound, Replace
-// and Join, nothing else (no objects, files or processes are reachable from
-// a script). Results past the given sizes raise a ScriptError, so a script
-// cannot grow a text or an array without bound.
+// The built-in functions the page script may call: Split, UBound, Replace,
+// Join, Chr and ChrW, and the constant vbCrLf; nothing else (no objects,
+// files or processes are reachable from a script). Results past the given
+// sizes raise a ScriptError, so a script cannot grow a text or an array
+// without bound.
 
 #include "script/ScriptValue.h"
 

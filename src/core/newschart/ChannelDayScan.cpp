@@ -1,0 +1,267 @@
+#include "newschart/ChannelDayScan.h"
+
+#include "base/Dates.h"
+#include "db/Connection.h"
+#include "db/Recordset.h"
+#include "newschart/StatisticsStatement.h"
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <optional>
+#include <string_view>
+
+using namespace Qt::StringLiterals;
+
+namespace qrt::chart {
+
+namespace {
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+// Reads stored pubDate texts. Only a text that begins with its ISO day
+// compares with the period's bounds as its date does; any other is refused.
+// The form SQLite keeps them in, "yyyy-MM-dd HH:mm:ss", is read here with
+// the day checked once per run of items on it, to the very value the date
+// parser gives; every other form goes to that parser.
+class PubDates
+{
+public:
+    std::optional<double> read(std::string_view text)
+    {
+        if (text.size() < 10 || !isDigit(text[0]) || text[4] != '-')
+            return std::nullopt;
+        if (text.size() == 19 && text[10] == ' ' && text[13] == ':' && text[16] == ':')
+            if (const auto value = readPlain(text))
+                return value;
+        return dates::fromText(text);
+    }
+
+private:
+    std::optional<double> readPlain(std::string_view text)
+    {
+        if (!m_hasDay || std::memcmp(text.data(), m_dayText, 10) != 0) {
+            const auto day = dates::fromText(text.substr(0, 10));
+            if (!day)
+                return std::nullopt;
+            m_day = dates::toFields(*day);
+            std::memcpy(m_dayText, text.data(), 10);
+            m_hasDay = true;
+        }
+        dates::Fields f = m_day;
+        if (!twoDigits(text, 11, f.hour) || !twoDigits(text, 14, f.minute) ||
+            !twoDigits(text, 17, f.second) || f.hour > 23 || f.minute > 59 || f.second > 59)
+            return std::nullopt;
+        return dates::fromFields(f);
+    }
+    static bool twoDigits(std::string_view text, size_t at, int &out)
+    {
+        if (!isDigit(text[at]) || !isDigit(text[at + 1]))
+            return false;
+        out = (text[at] - '0') * 10 + (text[at + 1] - '0');
+        return true;
+    }
+
+    char m_dayText[10] = {};
+    dates::Fields m_day;
+    bool m_hasDay = false;
+};
+
+// Days of every channel gathered from rows in any order. News of one channel
+// and day tend to come together, so the last day of each channel is kept
+// at hand and the index is asked only when the day changes.
+class DayCollector
+{
+public:
+    void add(qint64 channel, double date, bool counted)
+    {
+        ChannelDay &d = cell(slot(channel), qint64(dates::dayOf(date)), date);
+        d.firstDate = std::min(d.firstDate, date);
+        d.lastDate = std::max(d.lastDate, date);
+        d.newsCount += counted;
+        if (date == dates::dayOf(date)) {
+            d.atMidnight = true;
+            d.midnightCount += counted;
+        }
+    }
+
+    void finish(ChannelDays &out)
+    {
+        out.clear();
+        for (auto &[channel, s] : m_slots) {
+            std::sort(s.days.begin(), s.days.end(),
+                      [](const ChannelDay &a, const ChannelDay &b) { return a.day < b.day; });
+            out.emplace(channel, std::move(s.days));
+        }
+        m_slots.clear();
+    }
+
+private:
+    struct Slot
+    {
+        qint64 lastDay = 0;
+        size_t lastIndex = std::numeric_limits<size_t>::max();
+        std::unordered_map<qint64, size_t> index;
+        std::vector<ChannelDay> days;
+    };
+
+    Slot &slot(qint64 channel)
+    {
+        if (!m_last || channel != m_lastChannel) {
+            m_last = &m_slots[channel];
+            m_lastChannel = channel;
+        }
+        return *m_last;
+    }
+
+    static ChannelDay &cell(Slot &s, qint64 day, double date)
+    {
+        if (s.lastIndex < s.days.size() && s.lastDay == day)
+            return s.days[s.lastIndex];
+        const auto [it, made] = s.index.try_emplace(day, s.days.size());
+        if (made)
+            s.days.push_back({day, date, date, 0, 0, false});
+        s.lastDay = day;
+        s.lastIndex = it->second;
+        return s.days[it->second];
+    }
+
+    std::unordered_map<qint64, Slot> m_slots;
+    Slot *m_last = nullptr;
+    qint64 m_lastChannel = 0;
+};
+
+// SQLite: one pass over News, stepping the engine's statement directly. A
+// NULL channel joins nothing and a NULL date passes no bound: both are left
+// out; a channel or date of another type would compare by rules of its own.
+bool readSqliteNews(sqlite3 *db, ChannelDays &out)
+{
+    sqlite3_stmt *stmt = nullptr;
+    if (sqlite3_prepare_v2(db, "SELECT Channel, pubDate, ID IS NOT NULL FROM News", -1, &stmt,
+                           nullptr) != SQLITE_OK)
+        return false;
+    DayCollector days;
+    PubDates dates;
+    int rc = SQLITE_OK;
+    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+        const int channelType = sqlite3_column_type(stmt, 0);
+        const int dateType = sqlite3_column_type(stmt, 1);
+        if (channelType == SQLITE_NULL || dateType == SQLITE_NULL)
+            continue;
+        if (channelType != SQLITE_INTEGER || dateType != SQLITE_TEXT)
+            break;
+        const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(stmt, 1));
+        const auto date = dates.read(std::string_view(text, size_t(sqlite3_column_bytes(stmt, 1))));
+        if (!date)
+            break;
+        days.add(sqlite3_column_int64(stmt, 0), *date, sqlite3_column_int(stmt, 2) != 0);
+    }
+    sqlite3_finalize(stmt);
+    if (rc != SQLITE_DONE) // an error, or a row the pass cannot take
+        return false;
+    days.finish(out);
+    return true;
+}
+
+// PostgreSQL: the server groups News by channel and day. Only a timestamp
+// without time zone has the day the reader sees, and only a whole-number
+// channel compares with Channels.ID as the statement's join does.
+bool readPostgresNews(db::Connection &connection, ChannelDays &out)
+{
+    const QString midnight = u"News.pubDate = date_trunc('day', News.pubDate)"_s;
+    db::Recordset rows;
+    rows.Open(u"SELECT News.Channel, date_trunc('day', News.pubDate), Count(News.ID), "
+              "Min(News.pubDate), Max(News.pubDate), Count(News.ID) FILTER (WHERE "_s +
+                  midnight + u"), Count(*) FILTER (WHERE "_s + midnight +
+                  u"), pg_typeof(Min(News.pubDate))::text, pg_typeof(News.Channel)::text "
+                  "FROM News WHERE News.Channel IS NOT NULL AND News.pubDate IS NOT NULL "
+                  "GROUP BY 1, 2"_s,
+              connection);
+    if (!rows.lastError().isEmpty())
+        return false;
+    static const QStringList wholeNumbers = {u"integer"_s, u"bigint"_s, u"smallint"_s};
+    if (!rows.IsEOF() &&
+        (rows.Text(7) != u"timestamp without time zone"_s || !wholeNumbers.contains(rows.Text(8))))
+        return false;
+    out.clear();
+    for (; !rows.IsEOF(); rows.MoveNext()) {
+        const auto day = rows.DateValue(1);
+        const auto first = rows.DateValue(3);
+        const auto last = rows.DateValue(4);
+        if (!day || !first || !last)
+            return false;
+        out[rows.Int(0)].push_back(
+            {qint64(*day), *first, *last, rows.Int(2), rows.Int(5), rows.Int(6) > 0});
+    }
+    if (!rows.lastError().isEmpty())
+        return false;
+    for (auto &[channel, days] : out)
+        std::sort(days.begin(), days.end(),
+                  [](const ChannelDay &a, const ChannelDay &b) { return a.day < b.day; });
+    return true;
+}
+
+// A condition true when every ID of the join is a whole number.
+QString idsAreWholeNumbers(db::Engine engine)
+{
+    QStringList checks;
+    for (const char *column : {"Channels.ID", "Providers.ID", "Categories.ID"})
+        checks << (engine == db::Engine::SQLite
+                       ? u"typeof(%1) = 'integer'"_s
+                       : u"pg_typeof(%1) IN ('integer'::regtype, 'bigint'::regtype, "
+                         "'smallint'::regtype)"_s)
+                      .arg(QLatin1StringView(column));
+    return checks.join(u" AND "_s);
+}
+
+bool fitsSeriesId(qint64 id)
+{
+    return id >= std::numeric_limits<qint32>::min() && id <= std::numeric_limits<qint32>::max();
+}
+
+} // namespace
+
+bool ChannelDayScan::readNews(db::Connection &connection, ChannelDays &out)
+{
+    switch (connection.engine()) {
+    case db::Engine::SQLite:
+        return readSqliteNews(connection.sqliteHandle(), out);
+    case db::Engine::PostgreSQL:
+        return readPostgresNews(connection, out);
+    default:
+        return false;
+    }
+}
+
+bool ChannelDayScan::readChannels(db::Connection &connection, std::vector<ChannelRow> &out)
+{
+    db::Recordset rows;
+    rows.Open(u"SELECT Channels.ID, Providers.ID, Categories.ID, Channels.Channel, "
+              "Providers.Provider, Categories.Name, "_s +
+                  idsAreWholeNumbers(connection.engine()) + u" FROM "_s +
+                  StatisticsStatement::ChannelJoins,
+              connection);
+    if (!rows.lastError().isEmpty())
+        return false;
+    out.clear();
+    for (; !rows.IsEOF(); rows.MoveNext()) {
+        ChannelRow row;
+        for (int c = 0; c < 3; ++c) {
+            row.ids[size_t(c)] = rows.Int(c);
+            row.names[size_t(c)] = rows.Text(c + 3);
+            if (!fitsSeriesId(row.ids[size_t(c)]))
+                return false;
+        }
+        if (rows.Int(6) != 1)
+            return false;
+        out.push_back(std::move(row));
+    }
+    return rows.lastError().isEmpty();
+}
+
+} // namespace qrt::chart

@@ -1,0 +1,56 @@
+#include "demodata/NewsSchema.h"
+
+using namespace Qt::StringLiterals;
+
+namespace qrt::db {
+
+QStringList newsSchema(Engine engine, bool keysAfterRows)
+{
+    if (engine == Engine::SQLite)
+        return {
+            u"CREATE TABLE Categories (ID INTEGER PRIMARY KEY, Name TEXT NOT NULL)"_s,
+            u"CREATE TABLE Providers (ID INTEGER PRIMARY KEY, Provider TEXT NOT NULL)"_s,
+            u"CREATE TABLE Channels (ID INTEGER PRIMARY KEY, Channel TEXT NOT NULL, "
+            "Provider INTEGER NOT NULL REFERENCES Providers(ID), "
+            "Category INTEGER NOT NULL REFERENCES Categories(ID))"_s,
+            u"CREATE TABLE News (ID INTEGER PRIMARY KEY, pubDate TEXT NOT NULL, "
+            "Channel INTEGER NOT NULL REFERENCES Channels(ID), Title TEXT)"_s,
+        };
+    if (engine == Engine::PostgreSQL)
+        return {
+            u"CREATE TABLE Categories (ID integer PRIMARY KEY, Name text NOT NULL)"_s,
+            u"CREATE TABLE Providers (ID integer PRIMARY KEY, Provider text NOT NULL)"_s,
+            u"CREATE TABLE Channels (ID integer PRIMARY KEY, Channel text NOT NULL, "
+            "Provider integer NOT NULL REFERENCES Providers(ID), "
+            "Category integer NOT NULL REFERENCES Categories(ID))"_s,
+            keysAfterRows
+                ? u"CREATE TABLE News (ID bigint NOT NULL, pubDate timestamp NOT NULL, "
+                  "Channel integer NOT NULL, Title text)"_s
+                : u"CREATE TABLE News (ID bigint PRIMARY KEY, pubDate timestamp NOT NULL, "
+                  "Channel integer NOT NULL REFERENCES Channels(ID), Title text)"_s,
+        };
+    return {};
+}
+
+QStringList newsKeys(Engine engine)
+{
+    if (engine != Engine::PostgreSQL)
+        return {};
+    return {
+        u"ALTER TABLE News ADD PRIMARY KEY (ID)"_s,
+        u"ALTER TABLE News ADD FOREIGN KEY (Channel) REFERENCES Channels(ID)"_s,
+    };
+}
+
+const QList<NewsTable> &newsTables()
+{
+    static const QList<NewsTable> tables = {
+        {"Categories", {u"ID"_s, u"Name"_s}},
+        {"Providers", {u"ID"_s, u"Provider"_s}},
+        {"Channels", {u"ID"_s, u"Channel"_s, u"Provider"_s, u"Category"_s}},
+        {"News", {u"ID"_s, u"pubDate"_s, u"Channel"_s, u"Title"_s}},
+    };
+    return tables;
+}
+
+} // namespace qrt::db

@@ -1,0 +1,368 @@
+// The import against feeds served on loopback by the test itself: what the
+// archive holds per channel and day equals what the served feeds hold, as
+// the facts they were made from say; broken and hostile feeds fail alone
+// and leave nothing; importing again adds nothing and asks with the
+// validators; a changed feed adds only its new items; a process killed in
+// the middle leaves an archive that opens with every feed in it whole. The
+// real program imports and its chart command counts the same.
+
+#include "LoopbackHttpServer.h"
+#include "RandomFeeds.h"
+#include "TestDatabases.h"
+#include "demodata/DemoDatabase.h"
+#include "importer/ArchiveWriter.h"
+#include "importer/FeedImport.h"
+
+#include <QCryptographicHash>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using qrt::importer::ArchiveWriter;
+using qrt::importer::FeedImport;
+using qrt::test::RandomFeed;
+using Counts = QMap<QString, QMap<QDate, int>>;
+
+namespace {
+
+// What the archive holds per channel and local day, read by the component's
+// own reader.
+Counts archiveCounts(const QString &archive)
+{
+    Counts counts;
+    const QStringList rows = qrt::test::firstColumn(
+        archive, u"SELECT Channels.Channel || '|' || substr(CAST(News.pubDate AS text), 1, 10) "
+                 "|| '|' || count(*) FROM News INNER JOIN Channels ON Channels.ID = News.Channel "
+                 "GROUP BY Channels.Channel, substr(CAST(News.pubDate AS text), 1, 10)"_s);
+    for (const QString &row : rows) {
+        const QStringList f = row.split(u'|');
+        counts[f[0]][QDate::fromString(f[1], Qt::ISODate)] = f[2].toInt();
+    }
+    return counts;
+}
+
+// Every channel with its provider and category, and the IDs of all three.
+QStringList catalogue(const QString &archive)
+{
+    return qrt::test::firstColumn(
+        archive,
+        u"SELECT Channels.ID || '|' || Channels.Channel || '|' || Providers.ID || '|' || "
+        "Providers.Provider || '|' || Categories.ID || '|' || Categories.Name FROM Channels "
+        "INNER JOIN Providers ON Providers.ID = Channels.Provider INNER JOIN Categories ON "
+        "Categories.ID = Channels.Category ORDER BY Channels.ID"_s);
+}
+
+QString expectedCatalogueRow(const RandomFeed &feed)
+{
+    return feed.title + u'|' + feed.siteHost + u'|' + feed.category;
+}
+
+// The catalogue without its IDs, sorted, for comparing with the facts.
+QStringList namesOf(const QStringList &catalogue)
+{
+    QStringList names;
+    for (const QString &row : catalogue) {
+        const QStringList f = row.split(u'|');
+        names << f[1] + u'|' + f[3] + u'|' + f[5];
+    }
+    names.sort();
+    return names;
+}
+
+QByteArray hugeFeed()
+{
+    return "<rss><channel><title>Huge</title>" +
+           QByteArray("<item><title>more</title></item>").repeated(40000) + "</channel></rss>";
+}
+
+} // namespace
+
+class tst_FeedImport : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY(m_dir.isValid() && m_server.listen()); }
+    void importOverHttp_data();
+    void importOverHttp();
+    void killedMidImport();
+    void commandAndChart();
+    void importEvery();
+    void onlyOwnSchema();
+
+private:
+    QString archiveFor(bool postgres, const QString &name);
+    void serve(const RandomFeed &feed, int index);
+    FeedImport::Summary import(const QStringList &sources, const QString &archive);
+
+    QTemporaryDir m_dir;
+    qrt::test::LoopbackHttpServer m_server;
+    QMap<QString, QString> m_errors; // address -> message of the last run
+};
+
+QString tst_FeedImport::archiveFor(bool postgres, const QString &name)
+{
+    if (!postgres)
+        return m_dir.filePath(name + u".db"_s);
+    QString url, why;
+    url = qrt::test::createPostgresDatabase(name, &why);
+    if (url.isEmpty())
+        qWarning() << why;
+    return url;
+}
+
+// Feeds take turns: with an ETag, with Last-Modified, with neither.
+void tst_FeedImport::serve(const RandomFeed &feed, int index)
+{
+    qrt::test::LoopbackHttpServer::Route route{.body = qrt::test::feedDocument(feed)};
+    const QByteArray version = QByteArray::number(feed.items.size());
+    if (index % 3 == 0)
+        route.etag = "\"v" + version + '"';
+    else if (index % 3 == 1)
+        route.lastModified = "Mon, 1 Jun 2026 10:" + version.rightJustified(2, '0') + ":00 GMT";
+    m_server.routes["/feeds/" + feed.fileName.toLatin1()] = route;
+}
+
+FeedImport::Summary tst_FeedImport::import(const QStringList &sources, const QString &archive)
+{
+    ArchiveWriter writer;
+    QString error;
+    if (!writer.open(archive, &error)) {
+        qWarning() << error;
+        return {};
+    }
+    m_errors.clear();
+    FeedImport import(writer, {.parallel = 4, .timeoutMs = 1000, .maxBytes = 1 << 20});
+    return import.run(sources, [this](const FeedImport::FeedReport &report) {
+        if (report.outcome == FeedImport::FeedReport::Outcome::Failed)
+            m_errors[QUrl(report.address).path()] = report.error;
+    });
+}
+
+void tst_FeedImport::importOverHttp_data()
+{
+    QTest::addColumn<bool>("postgres");
+    QTest::newRow("SQLite") << false;
+    QTest::newRow("PostgreSQL") << true;
+}
+
+void tst_FeedImport::importOverHttp()
+{
+    QFETCH(bool, postgres);
+    const QString archive = archiveFor(postgres, u"http"_s);
+    if (archive.isEmpty())
+        QRT_SKIP_WITHOUT_POSTGRES(u"no PostgreSQL server"_s);
+    QList<RandomFeed> feeds = qrt::test::randomFeeds(21, {.feeds = 6});
+    for (int i = 0; i < feeds.size(); ++i)
+        serve(feeds[i], i);
+    const QMap<QByteArray, QString> broken = {
+        {"/missing.xml", u"HTTP 404 Not Found"_s},
+        {"/slow.xml", u"no complete answer within 1 s"_s},
+        {"/malformed.xml", u"not well-formed XML"_s},
+        {"/truncated.xml", u"truncated"_s},
+        {"/laughs.xml", u"declares XML entities"_s},
+        {"/huge.xml", u"larger than 1 MiB"_s},
+        {"/loop.xml", u"more than 5 redirects"_s},
+    };
+    auto &routes = m_server.routes;
+    routes["/old/feed-02.xml"] = {.status = 301, .location = "/feeds/feed-02.xml"};
+    routes["/slow.xml"] = {.body = routes["/feeds/feed-01.xml"].body, .delayMs = 30000};
+    routes["/malformed.xml"] = {.body = "<rss><channel><item><title>x</title></channel></rss>"};
+    routes["/truncated.xml"] = {.body = routes["/feeds/feed-03.xml"].body.chopped(200)};
+    routes["/laughs.xml"] = {.body = QByteArray("<!DOCTYPE rss [<!ENTITY a \"aaaa\">]><rss/>")};
+    routes["/huge.xml"] = {.body = hugeFeed()};
+    routes["/loop.xml"] = {.status = 301, .location = "/loop.xml"};
+    QByteArray list = qrt::test::opmlDocument(feeds, m_server.url("/feeds/"));
+    list.replace("/feeds/feed-02.xml", "/old/feed-02.xml");
+    for (const QByteArray &path : broken.keys())
+        list.replace("</body>",
+                     QByteArray("<outline text=\"broken\" xmlUrl=\"" + path + "\"/></body>"));
+    routes["/list.opml"] = {.body = list};
+
+    FeedImport::Summary summary = import({m_server.url("/list.opml").toString()}, archive);
+    QCOMPARE(summary.feeds, feeds.size() + broken.size());
+    QCOMPARE(summary.failed, broken.size());
+    QCOMPARE(summary.newItems, qrt::test::itemCount(feeds));
+    for (auto it = broken.cbegin(); it != broken.cend(); ++it)
+        QVERIFY2(m_errors.value(QString::fromLatin1(it.key())).contains(it.value()),
+                 qPrintable(QString::fromLatin1(it.key()) + u": "_s +
+                            m_errors.value(QString::fromLatin1(it.key()))));
+    QCOMPARE(archiveCounts(archive), qrt::test::expectedDayCounts(feeds, QDate::currentDate()));
+    const QStringList before = catalogue(archive);
+    QStringList expected;
+    for (const RandomFeed &feed : std::as_const(feeds))
+        expected << expectedCatalogueRow(feed);
+    expected.sort();
+    QCOMPARE(namesOf(before), expected);
+
+    // Again: nothing new; feeds with validators answer 304 to a conditional
+    // request; every ID stays.
+    m_server.requests.clear();
+    summary = import({m_server.url("/list.opml").toString()}, archive);
+    QCOMPARE(summary.newItems, 0);
+    QCOMPARE(summary.unchanged, 4);
+    for (const auto &request : std::as_const(m_server.requests))
+        if (request.path.startsWith("/feeds/"))
+            QCOMPARE(request.conditional,
+                     !request.path.endsWith("-03.xml") && !request.path.endsWith("-06.xml"));
+    QCOMPARE(catalogue(archive), before);
+
+    // A feed with an ETag and one without grow: only their new items come.
+    qrt::test::addRandomItems(feeds[0], 5, 1, QDateTime::currentDateTimeUtc(), 3);
+    qrt::test::addRandomItems(feeds[2], 3, 2, QDateTime::currentDateTimeUtc(), 3);
+    serve(feeds[0], 0);
+    serve(feeds[2], 2);
+    summary = import({m_server.url("/list.opml").toString()}, archive);
+    QCOMPARE(summary.newItems, 8);
+    QCOMPARE(archiveCounts(archive), qrt::test::expectedDayCounts(feeds, QDate::currentDate()));
+    QCOMPARE(catalogue(archive), before);
+}
+
+// The real program, killed while it writes: the archive opens read-only,
+// and each channel in it holds all of its feed's items or is not there.
+void tst_FeedImport::killedMidImport()
+{
+    const auto feeds = qrt::test::randomFeeds(
+        31, {.feeds = 12, .minItems = 3000, .maxItems = 3000, .undatedPercent = 0});
+    QVERIFY(qrt::test::writeFeeds(m_dir.filePath(u"big"_s), feeds));
+    QStringList sources;
+    for (const RandomFeed &feed : feeds)
+        sources << m_dir.filePath(u"big/"_s + feed.fileName);
+    const QString archive = m_dir.filePath(u"killed.db"_s);
+    QProcess process;
+    process.start(qEnvironmentVariable("ZORVANE_STATS"),
+                  QStringList{u"import"_s} + sources +
+                      QStringList{u"--into"_s, archive, u"--parallel"_s, u"1"_s});
+    QVERIFY(process.waitForStarted());
+    const QString channels = u"SELECT count(*) FROM Channels"_s;
+    QTRY_VERIFY_WITH_TIMEOUT((QFile::exists(archive) &&
+                              qrt::test::firstColumn(archive, channels).value(0).toInt() >= 3) ||
+                                 process.state() == QProcess::NotRunning,
+                             60000);
+    process.kill();
+    process.waitForFinished();
+    QCOMPARE(process.exitStatus(), QProcess::CrashExit); // killed, not finished
+
+    const Counts counts = archiveCounts(archive);
+    QVERIFY(counts.size() >= 3 && counts.size() < feeds.size());
+    const Counts all = qrt::test::expectedDayCounts(feeds, {});
+    for (auto it = counts.cbegin(); it != counts.cend(); ++it)
+        QCOMPARE(it.value(), all.value(it.key()));
+
+    process.start(qEnvironmentVariable("ZORVANE_STATS"),
+                  QStringList{u"import"_s} + sources + QStringList{u"--into"_s, archive});
+    QVERIFY(process.waitForFinished(60000));
+    QCOMPARE(process.exitCode(), 0);
+    QCOMPARE(archiveCounts(archive), all);
+}
+
+// From a subscription list to the chart's table with the program itself.
+void tst_FeedImport::commandAndChart()
+{
+    const auto feeds = qrt::test::randomFeeds(41, {.feeds = 5});
+    const QString folder = m_dir.filePath(u"files/"_s);
+    QVERIFY(qrt::test::writeFeeds(folder, feeds));
+    QFile list(folder + u"list.opml"_s);
+    QVERIFY(list.open(QIODevice::WriteOnly));
+    list.write(qrt::test::opmlDocument(feeds, QUrl::fromLocalFile(folder)));
+    list.close();
+    const QString archive = m_dir.filePath(u"command.db"_s);
+    QProcess import;
+    import.start(qEnvironmentVariable("ZORVANE_STATS"),
+                 {u"import"_s, list.fileName(), u"--into"_s, archive});
+    QVERIFY(import.waitForFinished(60000));
+    const QString out = QString::fromUtf8(import.readAllStandardOutput());
+    const QString err = QString::fromUtf8(import.readAllStandardError());
+    QVERIFY2(import.exitCode() == 0, qPrintable(err));
+    QCOMPARE(out.trimmed(),
+             u"%1 feeds: %2 new items, 0 unchanged, 0 failed; archive %3"_s.arg(feeds.size())
+                 .arg(qrt::test::itemCount(feeds))
+                 .arg(archive));
+    for (const RandomFeed &feed : feeds)
+        QVERIFY2(err.contains(feed.title + u" (file://"_s), qPrintable(err));
+
+    const QString table = m_dir.filePath(u"chart.json"_s);
+    QCOMPARE(QProcess::execute(qEnvironmentVariable("ZORVANE_STATS"),
+                               {u"chart"_s, archive, u"--period"_s, u"all"_s, u"--series"_s,
+                                u"channels"_s, u"--table"_s, table}),
+             0);
+    QFile file(table);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QJsonObject json = QJsonDocument::fromJson(file.readAll()).object();
+    Counts charted;
+    const QJsonArray days = json[u"days"].toArray();
+    for (const QJsonValue &series : json[u"series"].toArray())
+        for (qsizetype k = 0; k < days.size(); ++k)
+            if (const QJsonValue v = series[u"values"][k]; !v.isNull())
+                charted[series[u"name"].toString()]
+                       [QDate::fromString(days[k].toString(), Qt::ISODate)] = v.toInt();
+    QCOMPARE(charted, qrt::test::expectedDayCounts(feeds, QDate::currentDate()));
+}
+
+// --every goes on importing: a feed that grows while it runs is in the
+// archive whole without another command.
+void tst_FeedImport::importEvery()
+{
+    auto feeds = qrt::test::randomFeeds(51, {.feeds = 1});
+    const QString folder = m_dir.filePath(u"every/"_s);
+    QVERIFY(qrt::test::writeFeeds(folder, feeds));
+    const QString archive = m_dir.filePath(u"every.db"_s);
+    QProcess process;
+    QString out;
+    connect(&process, &QProcess::readyReadStandardOutput, this,
+            [&] { out += QString::fromUtf8(process.readAllStandardOutput()); });
+    process.start(
+        qEnvironmentVariable("ZORVANE_STATS"),
+        {u"import"_s, folder + feeds[0].fileName, u"--into"_s, archive, u"--every"_s, u"0.002"_s});
+    const QString first = u"1 feeds: %1 new items"_s.arg(feeds[0].items.size());
+    QTRY_VERIFY_WITH_TIMEOUT(out.contains(first), 30000);
+    qrt::test::addRandomItems(feeds[0], 4, 9, QDateTime::currentDateTimeUtc(), 2);
+    QVERIFY(qrt::test::writeFeeds(folder, feeds));
+    QTRY_VERIFY_WITH_TIMEOUT(out.contains(u"1 feeds: 4 new items"_s), 30000);
+    process.kill();
+    process.waitForFinished();
+    QCOMPARE(archiveCounts(archive), qrt::test::expectedDayCounts(feeds, QDate::currentDate()));
+}
+
+// A feed reader's database is refused and stays as it was, byte for byte;
+// the demo database, of this program's schema, takes the feeds beside its
+// own news.
+void tst_FeedImport::onlyOwnSchema()
+{
+    const QString reader = m_dir.filePath(u"reader.db"_s);
+    QVERIFY(qrt::test::execAll(reader, {u"CREATE TABLE rss_item (id integer, title text)"_s,
+                                        u"INSERT INTO rss_item VALUES (1, 'kept')"_s}));
+    const auto hash = [&reader] {
+        QFile file(reader);
+        return file.open(QIODevice::ReadOnly)
+                   ? QCryptographicHash::hash(file.readAll(), QCryptographicHash::Sha256)
+                   : QByteArray();
+    };
+    const QByteArray before = hash();
+    QString error;
+    QVERIFY(!ArchiveWriter().open(reader, &error));
+    QVERIFY2(error.contains(u"not a news archive"_s), qPrintable(error));
+    QCOMPARE(hash(), before);
+    QVERIFY(!QFile::exists(reader + u"-wal"_s));
+
+    const QString demo = m_dir.filePath(u"demo.db"_s);
+    QVERIFY(qrt::db::DemoDatabase::create(demo, {.items = 500}, &error));
+    const auto feeds = qrt::test::randomFeeds(61, {.feeds = 2});
+    QVERIFY(qrt::test::writeFeeds(m_dir.filePath(u"own"_s), feeds));
+    const FeedImport::Summary summary =
+        import({m_dir.filePath(u"own/feed-01.xml"_s), m_dir.filePath(u"own/feed-02.xml"_s)}, demo);
+    QCOMPARE(summary.newItems, qrt::test::itemCount(feeds));
+    QCOMPARE(qrt::test::firstColumn(demo, u"SELECT count(*) FROM News"_s).value(0).toInt(),
+             500 + qrt::test::itemCount(feeds));
+    const Counts counts = archiveCounts(demo);
+    const Counts expected = qrt::test::expectedDayCounts(feeds, QDate::currentDate());
+    for (auto it = expected.cbegin(); it != expected.cend(); ++it)
+        QCOMPARE(counts.value(it.key()), it.value());
+}
+
+QTEST_GUILESS_MAIN(tst_FeedImport)
+#include "tst_feedimport.moc"
