@@ -458,7 +458,7 @@ void PivotChartSpace::startLoad()
 // layout the host puts on it in answer is the first one drawn.
 void PivotChartSpace::loadFinished()
 {
-    if (m_view) { // the finer grain the layout on screen asked for
+    if (m_view && m_loadPanel->isRefining()) { // the finer grain the layout on screen asked for
         std::shared_ptr<const PivotData> data = m_loadPanel->data();
         if (data && m_view->setData(data)) {
             showLayout();

@@ -406,7 +406,7 @@ void PivotTable::showLoadError(const QString &error)
 // A load that failed or was cancelled ends the wait too, without data.
 void PivotTable::loadFinished()
 {
-    if (m_view) { // the finer grain the layout on screen asked for
+    if (m_view && m_loadPanel->isRefining()) { // the finer grain the layout on screen asked for
         if (std::shared_ptr<const PivotData> data = m_loadPanel->data();
             data && m_view->setData(data))
             showLayout();

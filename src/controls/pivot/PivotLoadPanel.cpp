@@ -47,6 +47,7 @@ void PivotLoadPanel::start(const QString &connectionString, const QString &comma
     m_data.reset();
     m_error.clear();
     m_refused.clear();
+    m_refining = false;
     m_grain = grain.key();
     m_load = new PivotLoad(connectionString, commandText, grain, this);
     m_label->setText(tr("Loading..."));
@@ -70,6 +71,7 @@ bool PivotLoadPanel::refine(const qrt::pivot::PivotView &view)
     const QString refused = m_refused;
     start(data->connectionString(), data->commandText(), needed);
     m_refused = refused;
+    m_refining = true;
     return true;
 }
 

@@ -40,6 +40,9 @@ public:
     bool refine(const qrt::pivot::PivotView &view);
     void cancel();
     bool isLoading() const { return m_load != nullptr; }
+    // Whether the load under way or last ended is one refine() started:
+    // its data replace the view's own rather than make a new view.
+    bool isRefining() const { return m_refining; }
 
     // Once ended: the data, or null and the reason.
     std::shared_ptr<const qrt::pivot::PivotData> data() const { return m_data; }
@@ -57,5 +60,6 @@ private:
     QString m_refused; // the key of a finer grain that gave no data
     std::shared_ptr<const qrt::pivot::PivotData> m_data;
     QString m_error;
+    bool m_refining = false;
     QLabel *m_label;
 };
