@@ -7,6 +7,7 @@
 #include "pivot/PivotAggregator.h"
 #include "pivot/PivotChartData.h"
 #include "pivot/PivotData.h"
+#include "pivot/PivotGrain.h"
 #include "pivot/PivotLayoutText.h"
 #include "pivot/PivotLoad.h"
 #include "pivot/PivotResult.h"
@@ -43,9 +44,10 @@ Example:
       --filter "Category(Category=World|Sports)"
 )help"_s;
 
-std::shared_ptr<const PivotData> load(const QString &connection, const QString &command)
+std::shared_ptr<const PivotData> load(const QString &connection, const QString &command,
+                                      const PivotGrain &grain)
 {
-    PivotLoad load(connection, command);
+    PivotLoad load(connection, command, grain);
     ProgressLine line;
     QObject::connect(&load, &PivotLoad::progress, [&line](qint64 rows) {
         if (rows > 0)
@@ -214,25 +216,45 @@ int run(const QStringList &arguments)
         if (!chart)
             return 2;
     }
-    const std::shared_ptr<const PivotData> data =
-        load(parser.positionalArguments().at(1),
-             parser.isSet(u"command"_s) ? parser.value(u"command"_s) : pivotStatement());
-    if (!data)
-        return 1;
-    PivotView view(data);
-    try {
+    const QString connection = parser.positionalArguments().at(1);
+    const QString command =
+        parser.isSet(u"command"_s) ? parser.value(u"command"_s) : pivotStatement();
+    // The layout first goes on the rows grouped by day; a layout that asks
+    // for more (hours, titles, a member below the day) gets the grain it
+    // needs, or every row when a member it names is not in the grouped rows.
+    const auto layOut = [&](PivotView &view) {
         if (parser.isSet(u"layout-from-settings"_s)) {
             if (chart)
                 applyStoredChartLayout(view, *chart, parser.isSet(u"type"_s));
             else
-                applyStoredLayout(view, parser.positionalArguments().at(1));
-            return printOrDraw(view, format, chart ? &*chart : nullptr);
+                applyStoredLayout(view, connection);
+            return;
         }
         PivotLayoutText::applyFieldSets(view, view.FilterAxis(), parser.value(u"filter"_s));
         PivotLayoutText::applyFieldSets(view, view.RowAxis(), parser.value(u"rows"_s));
         PivotLayoutText::applyFieldSets(view, view.ColumnAxis(), parser.value(u"columns"_s));
         PivotLayoutText::applyTotals(view, parser.value(u"total"_s));
-        return printOrDraw(view, format, chart ? &*chart : nullptr);
+    };
+    std::shared_ptr<const PivotData> data = load(connection, command, PivotGrain());
+    if (!data)
+        return 1;
+    try {
+        auto view = std::make_unique<PivotView>(data);
+        try {
+            layOut(*view);
+        } catch (const PivotError &) {
+            if (data->grain().isAllRows())
+                throw;
+            if (!(data = load(connection, command, PivotGrain::allRows())))
+                return 1;
+            view = std::make_unique<PivotView>(data);
+            layOut(*view);
+        }
+        if (const PivotGrain needed = PivotGrain::of(*view); !data->covers(needed)) {
+            if (!(data = load(connection, command, needed)) || !view->setData(data))
+                return 1;
+        }
+        return printOrDraw(*view, format, chart ? &*chart : nullptr);
     } catch (const PivotError &error) {
         std::fprintf(stderr, "zorvane-stats: %s\n", qPrintable(error.description));
         return 2;

@@ -78,7 +78,7 @@ public:
             *error = u"cancelled"_s;
             return false;
         }
-        if (!ok || !exec("COMMIT"))
+        if (!ok || !execAll(newsKeys(Engine::SQLite)) || !exec("COMMIT"))
             return fail(error);
         for (sqlite3_stmt *stmt : m_stmts)
             sqlite3_finalize(stmt);
@@ -104,9 +104,10 @@ private:
     {
         return sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
     }
-    bool createTables()
+    bool createTables() { return execAll(newsSchema(Engine::SQLite, true)); }
+    bool execAll(const QStringList &statements)
     {
-        for (const QString &statement : newsSchema(Engine::SQLite))
+        for (const QString &statement : statements)
             if (!exec(statement.toUtf8().constData()))
                 return false;
         return true;

@@ -4,7 +4,13 @@ using namespace Qt::StringLiterals;
 
 namespace qrt::db {
 
-QStringList newsSchema(Engine engine, bool keysAfterRows)
+namespace {
+
+// A period of a few days is found by this index alone, however long the
+// archive: the chart's first drawing reads only the rows it shows.
+const QString kDateIndex = u"CREATE INDEX News_pubDate ON News (pubDate)"_s;
+
+QStringList tables(Engine engine, bool keysAfterRows)
 {
     if (engine == Engine::SQLite)
         return {
@@ -32,13 +38,26 @@ QStringList newsSchema(Engine engine, bool keysAfterRows)
     return {};
 }
 
+} // namespace
+
+QStringList newsSchema(Engine engine, bool keysAfterRows)
+{
+    QStringList statements = tables(engine, keysAfterRows);
+    if (!statements.isEmpty() && !keysAfterRows)
+        statements << kDateIndex;
+    return statements;
+}
+
 QStringList newsKeys(Engine engine)
 {
+    if (engine == Engine::SQLite)
+        return {kDateIndex};
     if (engine != Engine::PostgreSQL)
         return {};
     return {
         u"ALTER TABLE News ADD PRIMARY KEY (ID)"_s,
         u"ALTER TABLE News ADD FOREIGN KEY (Channel) REFERENCES Channels(ID)"_s,
+        kDateIndex,
     };
 }
 

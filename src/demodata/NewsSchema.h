@@ -9,11 +9,11 @@
 
 namespace qrt::db {
 
-// The CREATE TABLE statements for SQLite or PostgreSQL; empty for any other
-// engine. pubDate is ISO text in SQLite and a timestamp in PostgreSQL. With
-// keysAfterRows, PostgreSQL's News comes without its keys, for a bulk load
-// that adds them with newsKeys() once the rows are in: one pass each instead
-// of a check per row.
+// The CREATE TABLE and CREATE INDEX statements for SQLite or PostgreSQL;
+// empty for any other engine. pubDate is ISO text in SQLite and a timestamp
+// in PostgreSQL, indexed. With keysAfterRows, News comes without its keys and
+// index, for a bulk load that adds them with newsKeys() once the rows are in:
+// one pass each instead of a check per row.
 QStringList newsSchema(Engine engine, bool keysAfterRows = false);
 QStringList newsKeys(Engine engine);
 

@@ -458,6 +458,16 @@ void PivotChartSpace::startLoad()
 // layout the host puts on it in answer is the first one drawn.
 void PivotChartSpace::loadFinished()
 {
+    if (m_view && m_loadPanel->isRefining()) { // the finer grain the layout on screen asked for
+        std::shared_ptr<const PivotData> data = m_loadPanel->data();
+        if (data && m_view->setData(data)) {
+            showLayout();
+        } else {
+            m_message->setText(tr("No data: %1 Refresh (F5) loads again.").arg(loadError()));
+            m_message->show();
+        }
+        return;
+    }
     if (std::shared_ptr<const PivotData> data = m_loadPanel->data()) {
         auto view = std::make_unique<PivotView>(std::move(data));
         if (m_view)
@@ -490,6 +500,9 @@ void PivotChartSpace::showLayout()
     for (PivotDropZone *zone : {m_filterZone, m_dataZone, m_rowZone, m_columnZone})
         zone->setView(view);
     m_fieldList->setView(view);
+    // A layout finer than the data keeps the chart as it is until that grain is in.
+    if (view && m_loadPanel->refine(*view))
+        return;
     m_result = view ? std::make_unique<PivotResult>(PivotAggregator::run(*view)) : nullptr;
     redraw();
 }

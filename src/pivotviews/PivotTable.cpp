@@ -406,6 +406,14 @@ void PivotTable::showLoadError(const QString &error)
 // A load that failed or was cancelled ends the wait too, without data.
 void PivotTable::loadFinished()
 {
+    if (m_view && m_loadPanel->isRefining()) { // the finer grain the layout on screen asked for
+        if (std::shared_ptr<const PivotData> data = m_loadPanel->data();
+            data && m_view->setData(data))
+            showLayout();
+        else
+            showLoadError(m_loadPanel->error());
+        return;
+    }
     if (std::shared_ptr<const PivotData> data = m_loadPanel->data()) {
         auto view = std::make_unique<PivotView>(std::move(data));
         QStringList descending; // the grid's sorting is the user's too
@@ -441,6 +449,9 @@ void PivotTable::showLayout()
     for (PivotDropZone *zone : {m_filterZone, m_rowZone, m_columnZone, m_dataZone})
         zone->setView(view);
     m_fieldList->setView(view);
+    // A layout finer than the data loads that grain; the grid stays as it is meanwhile.
+    if (view)
+        m_loadPanel->refine(*view);
     m_grid->refresh();
 }
 

@@ -1,6 +1,8 @@
 #include "controls/pivot/PivotLoadPanel.h"
 
+#include "pivot/PivotData.h"
 #include "pivot/PivotLoad.h"
+#include "pivot/PivotView.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -9,6 +11,7 @@
 
 using namespace Qt::StringLiterals;
 using qrt::pivot::PivotData;
+using qrt::pivot::PivotGrain;
 using qrt::pivot::PivotLoad;
 
 PivotLoadPanel::PivotLoadPanel(QWidget *parent)
@@ -37,17 +40,39 @@ PivotLoadPanel::~PivotLoadPanel()
     delete m_load; // gives up the claim on a load still running
 }
 
-void PivotLoadPanel::start(const QString &connectionString, const QString &commandText)
+void PivotLoadPanel::start(const QString &connectionString, const QString &commandText,
+                           const PivotGrain &grain)
 {
     delete m_load;
     m_data.reset();
     m_error.clear();
-    m_load = new PivotLoad(connectionString, commandText, this);
+    m_refused.clear();
+    m_refining = false;
+    m_grain = grain.key();
+    m_load = new PivotLoad(connectionString, commandText, grain, this);
     m_label->setText(tr("Loading..."));
     connect(m_load, &PivotLoad::progress, this,
             [this](qint64 rows) { m_label->setText(tr("Loading... %L1 rows").arg(rows)); });
     connect(m_load, &PivotLoad::finished, this, &PivotLoadPanel::finish);
     show();
+}
+
+bool PivotLoadPanel::refine(const qrt::pivot::PivotView &view)
+{
+    const std::shared_ptr<const PivotData> &data = view.data();
+    if (!data)
+        return false;
+    const PivotGrain needed = PivotGrain::of(view);
+    if (data->covers(needed))
+        return false;
+    const QString key = needed.key();
+    if ((m_load && m_grain == key) || m_refused == key)
+        return true;
+    const QString refused = m_refused;
+    start(data->connectionString(), data->commandText(), needed);
+    m_refused = refused;
+    m_refining = true;
+    return true;
 }
 
 void PivotLoadPanel::cancel()
@@ -70,6 +95,8 @@ void PivotLoadPanel::end(std::shared_ptr<const PivotData> data, const QString &e
     m_load = nullptr;
     m_data = std::move(data);
     m_error = m_data ? QString() : error;
+    if (!m_data)
+        m_refused = m_grain;
     hide();
     Q_EMIT ended();
 }

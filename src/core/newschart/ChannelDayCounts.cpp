@@ -9,6 +9,7 @@
 #include "newschart/StatisticsStatement.h"
 
 #include <QHash>
+#include <QtConcurrent/QtConcurrentRun>
 
 #include <sqlite3.h>
 
@@ -47,15 +48,26 @@ std::optional<QString> sqliteStamp(sqlite3 *db)
     return u"%1:%2:%3"_s.arg(file.st_dev).arg(file.st_ino).arg(version);
 }
 
-// PostgreSQL has no change counter of a table's own; news are added with new
-// IDs and taken away whole, so the largest ID and the count follow them.
+// PostgreSQL has no change counter of a table's own. News are added with new
+// IDs, so the largest ID (one step down the primary key) shows them at once;
+// rows taken away or changed show in the server's counts of the table's
+// deleted and updated rows, which it publishes within seconds.
+// Where News is no table (a feed reader's view of its own tables) the count
+// of rows stands in for those, at the price of reading them.
 std::optional<QString> postgresStamp(db::Connection &connection)
 {
     db::Recordset rows;
+    rows.Open(u"SELECT Max(News.ID), (SELECT n_tup_del || '/' || n_tup_upd "
+              "FROM pg_stat_all_tables WHERE relid = to_regclass('News')) FROM News"_s,
+              connection);
+    if (!rows.lastError().isEmpty() || rows.IsEOF())
+        return std::nullopt;
+    if (!rows.IsNull(1))
+        return rows.Text(0) + u'|' + rows.Text(1);
     rows.Open(u"SELECT Max(News.ID), Count(*) FROM News"_s, connection);
     if (!rows.lastError().isEmpty() || rows.IsEOF())
         return std::nullopt;
-    return rows.Text(0) + u'|' + rows.Text(1);
+    return rows.Text(0) + u'#' + rows.Text(1);
 }
 
 // Whether each series ID of a grouping has one name: with two, which one the
@@ -84,7 +96,13 @@ bool isWholeDay(double date)
 } // namespace
 
 ChannelDayCounts::ChannelDayCounts() = default;
-ChannelDayCounts::~ChannelDayCounts() = default;
+
+// A read under way is told to stop and left to end on its own: it holds
+// nothing of this object's, and a closing window does not wait for it.
+ChannelDayCounts::~ChannelDayCounts()
+{
+    m_stop->store(true);
+}
 
 std::unique_ptr<StatisticsRows> ChannelDayCounts::Open(const QString &connectionString,
                                                        const NewsChartQuery &query)
@@ -94,12 +112,19 @@ std::unique_ptr<StatisticsRows> ChannelDayCounts::Open(const QString &connection
         !isWholeDay(query.TillDate))
         return nullptr;
     const auto filter = PanelFilter::parse(query.sFilter);
-    if (!filter || !update(connectionString))
+    const bool wait = query.TillDate - query.FromDate > LongPeriodDays;
+    if (!filter || !update(connectionString, wait))
         return nullptr;
     const int column = query.chartSeria - 2;
     if (!m_sameNames[size_t(column)])
         return nullptr;
     return serve(*filter, column, query.FromDate, query.TillDate);
+}
+
+void ChannelDayCounts::waitForRead()
+{
+    if (m_reading.isValid())
+        adopt();
 }
 
 std::optional<QString> ChannelDayCounts::stamp()
@@ -114,7 +139,7 @@ std::optional<QString> ChannelDayCounts::stamp()
     }
 }
 
-bool ChannelDayCounts::update(const QString &connectionString)
+bool ChannelDayCounts::update(const QString &connectionString, bool wait)
 {
     if (connectionString != m_connectionString) {
         m_connection.Close();
@@ -130,13 +155,19 @@ bool ChannelDayCounts::update(const QString &connectionString)
     }
     if (!now)
         return false;
-    if (*now != m_stamp) {
-        // Anew, so that a file put in the old one's place is the one read.
+    if (m_reading.isValid() && (m_reading.isFinished() || wait))
+        adopt();
+    if (*now != m_stamp && !(m_reading.isValid() && *now == m_readingStamp)) {
+        // Anew, so that a file put in the old one's place is the one looked at.
         if (!m_connection.Open(connectionString) || !(now = stamp()))
             return false;
-        m_stamp = *now;
-        return read();
+        if (!m_reading.isValid())
+            startRead(*now);
+        if (wait)
+            adopt();
     }
+    if (*now != m_stamp)
+        return false; // the read is still under way: this drawing asks the database
     // The channels are few; PostgreSQL has no cheap sign of their change.
     if (m_usable && m_connection.engine() == db::Engine::PostgreSQL) {
         m_usable = ChannelDayScan::readChannels(m_connection, m_channels);
@@ -145,17 +176,44 @@ bool ChannelDayCounts::update(const QString &connectionString)
     return m_usable;
 }
 
-bool ChannelDayCounts::read()
+void ChannelDayCounts::startRead(const QString &stamp)
 {
     ++m_scans;
-    m_usable = ChannelDayScan::readChannels(m_connection, m_channels) &&
-               ChannelDayScan::readNews(m_connection, m_days);
-    if (!m_usable) {
-        m_days.clear();
-        m_channels.clear();
+    m_readingStamp = stamp;
+    m_reading = QtConcurrent::run(&ChannelDayCounts::read, m_connectionString, stamp,
+                                  std::shared_ptr<const std::atomic<bool>>(m_stop));
+}
+
+// The stamp is taken before the read, so a commit in between at worst makes
+// the next look read again.
+ChannelDayCounts::Snapshot ChannelDayCounts::read(const QString &connectionString,
+                                                  const QString &stamp,
+                                                  std::shared_ptr<const std::atomic<bool>> stop)
+{
+    Snapshot snapshot{connectionString, stamp};
+    db::Connection connection;
+    snapshot.usable = connection.Open(connectionString) &&
+                      ChannelDayScan::readChannels(connection, snapshot.channels) &&
+                      ChannelDayScan::readNews(connection, snapshot.days, stop.get()) &&
+                      !stop->load();
+    if (!snapshot.usable) {
+        snapshot.days.clear();
+        snapshot.channels.clear();
     }
+    return snapshot;
+}
+
+void ChannelDayCounts::adopt()
+{
+    Snapshot snapshot = m_reading.takeResult();
+    m_reading = {};
+    if (snapshot.connectionString != m_connectionString)
+        return;
+    m_stamp = snapshot.stamp;
+    m_usable = snapshot.usable;
+    m_days = std::move(snapshot.days);
+    m_channels = std::move(snapshot.channels);
     m_sameNames = sameNames(m_channels);
-    return m_usable;
 }
 
 // The statement's period: from the first day's midnight up to and including

@@ -8,6 +8,7 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <limits>
 #include <optional>
@@ -139,7 +140,7 @@ private:
 // SQLite: one pass over News, stepping the engine's statement directly. A
 // NULL channel joins nothing and a NULL date passes no bound: both are left
 // out; a channel or date of another type would compare by rules of its own.
-bool readSqliteNews(sqlite3 *db, ChannelDays &out)
+bool readSqliteNews(sqlite3 *db, ChannelDays &out, const std::atomic<bool> *stop)
 {
     sqlite3_stmt *stmt = nullptr;
     if (sqlite3_prepare_v2(db, "SELECT Channel, pubDate, ID IS NOT NULL FROM News", -1, &stmt,
@@ -148,7 +149,10 @@ bool readSqliteNews(sqlite3 *db, ChannelDays &out)
     DayCollector days;
     PubDates dates;
     int rc = SQLITE_OK;
+    qint64 rows = 0;
     while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+        if (stop && (++rows & 0xffff) == 0 && stop->load(std::memory_order_relaxed))
+            break;
         const int channelType = sqlite3_column_type(stmt, 0);
         const int dateType = sqlite3_column_type(stmt, 1);
         if (channelType == SQLITE_NULL || dateType == SQLITE_NULL)
@@ -226,11 +230,12 @@ bool fitsSeriesId(qint64 id)
 
 } // namespace
 
-bool ChannelDayScan::readNews(db::Connection &connection, ChannelDays &out)
+bool ChannelDayScan::readNews(db::Connection &connection, ChannelDays &out,
+                              const std::atomic<bool> *stop)
 {
     switch (connection.engine()) {
     case db::Engine::SQLite:
-        return readSqliteNews(connection.sqliteHandle(), out);
+        return readSqliteNews(connection.sqliteHandle(), out, stop);
     case db::Engine::PostgreSQL:
         return readPostgresNews(connection, out);
     default:

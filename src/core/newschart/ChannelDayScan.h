@@ -11,6 +11,7 @@
 #include <QString>
 
 #include <array>
+#include <atomic>
 #include <unordered_map>
 #include <vector>
 
@@ -43,8 +44,10 @@ using ChannelDays = std::unordered_map<qint64, std::vector<ChannelDay>>;
 
 namespace ChannelDayScan {
 
-// All of News in one pass (SQLite) or one grouping statement (PostgreSQL).
-bool readNews(db::Connection &connection, ChannelDays &out);
+// All of News in one pass (SQLite) or one grouping statement (PostgreSQL);
+// a SQLite pass gives up soon after *stop turns true.
+bool readNews(db::Connection &connection, ChannelDays &out,
+              const std::atomic<bool> *stop = nullptr);
 // The joined channels; false also when an ID is no 32-bit whole number.
 bool readChannels(db::Connection &connection, std::vector<ChannelRow> &out);
 

@@ -203,8 +203,8 @@ struct Accumulator
     bool dense = true;
     int slotCount = 0;
     quint32 spare = 0;
-    std::vector<quint32> rows;
-    std::vector<Acc> accs; // cell * slotCount + slot
+    std::vector<qint64> rows; // the statement's rows in each cell
+    std::vector<Acc> accs;    // cell * slotCount + slot
     std::unordered_map<quint64, quint32> index;
     std::vector<quint64> keys; // sparse: cell -> key
 
@@ -335,33 +335,52 @@ private:
         });
     }
 
+    // A grouped load's row stands for `weight` rows of the statement.
+    static qint64 weight(const std::vector<quint32> &weights, qint64 row)
+    {
+        return weights.empty() ? 1 : weights[static_cast<std::size_t>(row)];
+    }
+
     void count(Accumulator &acc, int chunk, qint64 begin, qint64 end, const quint64 *keys,
                quint32 *cells) const
     {
+        const std::vector<quint32> &weights = m_data.weights(chunk);
         if (acc.dense) {
             // Dropped rows go to a spare cell past the end, which saves a
             // branch the processor could not predict.
-            quint32 *rows = acc.rows.data();
+            qint64 *rows = acc.rows.data();
             const quint64 spare = acc.spare;
             for (qint64 r = begin; r < end; ++r) {
                 const quint64 key = keys[r - begin];
                 const quint64 dropped = quint64(0) - quint64(key == kSkip); // all ones or none
                 const quint64 cell = (key & ~dropped) | (spare & dropped);
                 cells[r - begin] = static_cast<quint32>(cell);
-                ++rows[cell];
+                rows[cell] += weight(weights, r);
             }
         } else {
             for (qint64 r = begin; r < end; ++r) {
                 const quint64 key = keys[r - begin];
                 const quint32 cell = key == kSkip ? acc.spare : acc.cell(key);
                 cells[r - begin] = cell;
-                ++acc.rows[cell];
+                acc.rows[cell] += weight(weights, r);
             }
         }
         for (const TotalPlan &total : m_totals) {
             if (total.slot < 0)
                 continue;
             const PivotColumn &column = *total.column;
+            auto accOf = [&](quint32 cell) -> Acc & {
+                return acc
+                    .accs[static_cast<std::size_t>(cell) * static_cast<std::size_t>(acc.slotCount) +
+                          static_cast<std::size_t>(total.slot)];
+            };
+            if (column.isCountOnly()) { // only a Count asks for it
+                const std::vector<quint32> &counts = column.counts(chunk);
+                for (qint64 r = begin; r < end; ++r)
+                    if (cells[r - begin] != acc.spare)
+                        accOf(cells[r - begin]).count += counts[static_cast<std::size_t>(r)];
+                continue;
+            }
             const std::vector<quint32> &secs = column.seconds(chunk);
             visitCodes(column.codes(chunk), [&](const auto &codes) {
                 for (qint64 r = begin; r < end; ++r) {
@@ -369,11 +388,10 @@ private:
                     const quint32 code = codes[static_cast<std::size_t>(r)];
                     if (cell == acc.spare || code == 0)
                         continue;
-                    Acc &a = acc.accs[static_cast<std::size_t>(cell) *
-                                          static_cast<std::size_t>(acc.slotCount) +
-                                      static_cast<std::size_t>(total.slot)];
+                    Acc &a = accOf(cell);
+                    const qint64 w = weight(weights, r);
                     if (total.function == PivotTotal::Count) {
-                        ++a.count;
+                        a.count += w;
                         continue;
                     }
                     const double x = column.kind() == PivotColumn::Kind::Date
@@ -383,8 +401,8 @@ private:
                                          : column.number(code);
                     if (std::isnan(x))
                         continue;
-                    ++a.count;
-                    a.sum += x;
+                    a.count += w;
+                    a.sum += x * static_cast<double>(w);
                     a.min = std::min(a.min, x);
                     a.max = std::max(a.max, x);
                 }

@@ -30,6 +30,8 @@ PivotColumn &PivotColumn::operator=(PivotColumn &&other) noexcept
     m_dayCodes = other.m_dayCodes;
     m_seconds = std::move(other.m_seconds);
     m_presentDays = std::move(other.m_presentDays);
+    m_counts = std::move(other.m_counts);
+    m_timeStep = other.m_timeStep;
     m_presentTimes.clear(); // worked out again on demand
     return *this;
 }
@@ -116,6 +118,8 @@ qint64 PivotColumn::memoryBytes() const
             return static_cast<qint64>(v.capacity()) * static_cast<qint64>(sizeof(v[0]));
         });
     for (const auto &chunk : m_seconds)
+        bytes += static_cast<qint64>(chunk.capacity() * sizeof(quint32));
+    for (const auto &chunk : m_counts)
         bytes += static_cast<qint64>(chunk.capacity() * sizeof(quint32));
     for (const QString &caption : m_captions)
         bytes += static_cast<qint64>(sizeof(QString)) + 32 + caption.capacity() * 2;

@@ -5,6 +5,8 @@
 // value, codes 1..n follow the sort order of the values, so a code is also
 // the member's position. A date column keeps per row its day (as a code from
 // the first day) and, when the values carry one, its second of the day.
+// A column loaded by its counts alone (see PivotGrain) has no values: every
+// row is blank, and counts() gives each row's number of non-blank values.
 // Immutable once built; shared between threads.
 
 #include <QString>
@@ -60,6 +62,17 @@ public:
     // out on first use, since only views below a day need them.
     const std::vector<qint64> &presentTimes() const;
     static double dateValue(qint32 day, quint32 second);
+    // The seconds a grouped load cut the dates to (86400: whole days); 1
+    // when they are as stored. Members below that are not in the column.
+    quint32 timeStep() const { return m_timeStep; }
+    void setTimeStep(quint32 seconds) { m_timeStep = seconds; }
+
+    // Columns loaded by their counts alone.
+    bool isCountOnly() const { return !m_counts.empty(); }
+    const std::vector<quint32> &counts(int chunk) const
+    {
+        return m_counts[static_cast<std::size_t>(chunk)];
+    }
 
     qint64 memoryBytes() const;
 
@@ -77,6 +90,8 @@ private:
     quint32 m_dayCodes = 0;
     std::vector<std::vector<quint32>> m_seconds;
     std::vector<qint32> m_presentDays;
+    std::vector<std::vector<quint32>> m_counts;
+    quint32 m_timeStep = 1;
     mutable std::once_flag m_timesOnce;
     mutable std::vector<qint64> m_presentTimes;
 };

@@ -103,6 +103,12 @@ void PivotColumnBuilder::addNull()
     }
 }
 
+void PivotColumnBuilder::addCount(quint32 count)
+{
+    pushChunked(m_counts, count);
+    addNull();
+}
+
 void PivotColumnBuilder::growSlots()
 {
     std::vector<Slot> slots(std::max<std::size_t>(1024, m_slots.size() * 2));
@@ -291,6 +297,7 @@ PivotColumn PivotColumnBuilder::finish()
     if (m_state == State::Unknown)
         becomeText(); // nothing but blanks
     PivotColumn column = m_state == State::Date ? finishDates() : finishValues();
+    column.m_counts = std::move(m_counts);
     column.m_name = m_name;
     column.m_rows = m_rows;
     column.m_hasBlank = m_hasBlank;

@@ -27,6 +27,9 @@ public:
     void addNumber(double value);
     void addDate(double value);
     void addVariant(const QVariant &value);
+    // A row of a column loaded by its counts alone: blank, with the number
+    // of non-blank values it stands for.
+    void addCount(quint32 count);
 
     qint64 rowCount() const { return m_rows; }
     // Sorts the dictionary, renumbers the rows and narrows the codes; the
@@ -82,6 +85,7 @@ private:
     std::vector<std::vector<quint32>> m_seconds;
     bool m_anyTime = false;
     bool m_hasBlank = false;
+    std::vector<std::vector<quint32>> m_counts;
 };
 
 } // namespace qrt::pivot

@@ -1,9 +1,12 @@
 #pragma once
 // Shares loads between the views of a process: a second request for the same
-// connection string and command text, while the first load still runs or
-// while its data is still held by a view, gets that load instead of reading
-// the database again. Loads run on a pool of their own, so a long one never
+// connection string, command text and grain, while the first load still
+// runs, gets that load; while a view still holds data of that statement
+// at this grain or a finer one, the request gets that data instead of
+// reading the database again. Loads run on a pool of their own, so a long one never
 // holds up the threads the aggregation borrows. Thread-safe.
+
+#include "pivot/PivotGrain.h"
 
 #include <QFuture>
 #include <QHash>
@@ -38,11 +41,13 @@ public:
         QFuture<Result> future() const { return m_future; }
         const QString &connectionString() const { return m_connectionString; }
         const QString &commandText() const { return m_commandText; }
+        const PivotGrain &grain() const { return m_grain; }
 
     private:
         friend class PivotDataCache;
         QString m_connectionString;
         QString m_commandText;
+        PivotGrain m_grain;
         QFuture<Result> m_future;
         // Shared with the load's thread, which may outlive the entry.
         std::shared_ptr<db::StatementInterrupt> m_interrupt;
@@ -54,7 +59,8 @@ public:
     // The load for this pair, running, finished or new. Every acquire is
     // matched by one release; the last release of an unfinished load
     // cancels it, and stops the statement it may be waiting on.
-    std::shared_ptr<Entry> acquire(const QString &connectionString, const QString &commandText);
+    std::shared_ptr<Entry> acquire(const QString &connectionString, const QString &commandText,
+                                   const PivotGrain &grain = PivotGrain::allRows());
     void release(const std::shared_ptr<Entry> &entry);
 
     // Loads started since the process began; lets tests see sharing.
@@ -67,8 +73,12 @@ private:
     // end waits for them while the database drivers are still there.
     ~PivotDataCache();
     static void drain();
-    static QString keyOf(const QString &connectionString, const QString &commandText);
-    std::shared_ptr<Entry> start(const QString &connectionString, const QString &commandText);
+    static QString keyOf(const QString &connectionString, const QString &commandText,
+                         const PivotGrain &grain);
+    std::shared_ptr<const PivotData> held(const QString &connectionString,
+                                          const QString &commandText, const PivotGrain &grain);
+    std::shared_ptr<Entry> start(const QString &connectionString, const QString &commandText,
+                                 const PivotGrain &grain);
 
     QMutex m_mutex;
     QThreadPool m_pool;

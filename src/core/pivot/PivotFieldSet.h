@@ -49,6 +49,7 @@ public:
     PivotAxis *Axis() const { return m_axis; }
     PivotView *View() const { return m_view; }
     const PivotHierarchy &hierarchy() const { return m_hierarchy; }
+    void rebind(const PivotColumn &column) { m_hierarchy.rebind(column); }
 
     std::optional<bool> memberExpanded(int level, qint64 key) const;
     void setMemberExpanded(int level, qint64 key, bool expanded);

@@ -1,6 +1,8 @@
 #include "pivot/PivotGridModel.h"
 
 #include "pivot/PivotAggregator.h"
+#include "pivot/PivotData.h"
+#include "pivot/PivotGrain.h"
 #include "pivot/PivotResultWriter.h"
 #include "pivot/PivotView.h"
 
@@ -78,6 +80,10 @@ void PivotGridModel::setView(PivotView *view)
 bool PivotGridModel::refresh()
 {
     if (!m_view || (m_aggregated && m_version == m_view->layoutVersion()))
+        return false;
+    // A layout finer than the loaded grain keeps the grid it had until the
+    // view moves onto a load of that grain.
+    if (m_view->data() && !m_view->data()->covers(PivotGrain::of(*m_view)))
         return false;
     beginResetModel();
     m_version = m_view->layoutVersion();

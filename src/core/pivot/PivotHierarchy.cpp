@@ -316,6 +316,25 @@ std::vector<qint64> PivotHierarchy::childKeys(int levelIndex, qint64 parent) con
     return keys;
 }
 
+std::optional<qint64> PivotHierarchy::keyBelowCut(int levelIndex, qint64 parent,
+                                                  QStringView text) const
+{
+    // A grouped load cut the times above this level: the member is named
+    // by its caption alone, and the finer load the layout then asks for
+    // has it, when it exists.
+    const Level l = level(levelIndex);
+    const int width = l == Level::Hours ? 3600 : l == Level::Minutes ? 60 : 1;
+    if (levelIndex == 0 || parent == BlankKey ||
+        !(l == Level::Hours || l == Level::Minutes || l == Level::Seconds) ||
+        static_cast<quint32>(width) >= m_column->timeStep() || text.size() != 2)
+        return std::nullopt;
+    bool ok = false;
+    const int value = text.toInt(&ok);
+    if (!ok || value < 0 || value >= (l == Level::Hours ? 24 : 60) || !text.front().isDigit())
+        return std::nullopt;
+    return parent * (l == Level::Hours ? 24 : 60) + value;
+}
+
 std::optional<qint64> PivotHierarchy::findChild(int levelIndex, qint64 parent,
                                                 QStringView text) const
 {
@@ -335,10 +354,12 @@ std::optional<qint64> PivotHierarchy::findChild(int levelIndex, qint64 parent,
             l, static_cast<qint32>(std::trunc(*value)),
             static_cast<quint32>(std::llround(std::fabs(*value - std::trunc(*value)) * 86400.0)));
         const std::vector<qint64> &times = m_column->presentTimes();
-        if (std::binary_search(times.begin(), times.end(), wanted))
+        if (m_column->timeStep() > 1 || std::binary_search(times.begin(), times.end(), wanted))
             return wanted;
         return std::nullopt;
     }
+    if (const std::optional<qint64> key = keyBelowCut(levelIndex, parent, text))
+        return key;
     for (qint64 key : childKeys(levelIndex, parent))
         if (caption(levelIndex, key) == text)
             return key;

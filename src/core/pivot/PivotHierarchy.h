@@ -43,6 +43,8 @@ public:
     PivotHierarchy(const PivotColumn &column, Shape shape);
 
     const PivotColumn &column() const { return *m_column; }
+    // The same column of a load at another grain: keys stay what they were.
+    void rebind(const PivotColumn &column) { m_column = &column; }
     Shape shape() const { return m_shape; }
     int levelCount() const { return static_cast<int>(m_levels.size()); }
     Level level(int index) const { return m_levels[static_cast<std::size_t>(index)]; }
@@ -64,6 +66,7 @@ public:
     static qint64 dateKey(Level level, qint32 day, quint32 second);
 
 private:
+    std::optional<qint64> keyBelowCut(int level, qint64 parentKey, QStringView caption) const;
     // The days [first, last] a member at a date level spans.
     void daySpan(Level level, qint64 key, qint64 &first, qint64 &last) const;
 

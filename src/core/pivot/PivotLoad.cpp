@@ -6,8 +6,13 @@
 namespace qrt::pivot {
 
 PivotLoad::PivotLoad(const QString &connectionString, const QString &commandText, QObject *parent)
+    : PivotLoad(connectionString, commandText, PivotGrain::allRows(), parent)
+{}
+
+PivotLoad::PivotLoad(const QString &connectionString, const QString &commandText,
+                     const PivotGrain &grain, QObject *parent)
     : QObject(parent)
-    , m_entry(PivotDataCache::instance().acquire(connectionString, commandText))
+    , m_entry(PivotDataCache::instance().acquire(connectionString, commandText, grain))
 {
     connect(&m_watcher, &QFutureWatcherBase::progressValueChanged, this,
             [this](int rows) { Q_EMIT progress(rows); });

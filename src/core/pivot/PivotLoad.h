@@ -1,9 +1,10 @@
 #pragma once
 // One view's wait for its data: starts or joins the shared load of a
-// connection string and command text, reports the rows read so far and the
-// end, in the thread the object lives in. Cancelling (or destroying the
-// object before the end) gives this view's claim up; the load itself stops
-// when no view is waiting for it any more.
+// connection string and command text at a grain (all rows when not given),
+// reports the rows read so far and the end, in the thread the object lives
+// in. Cancelling (or destroying the object before the end) gives this
+// view's claim up; the load itself stops when no view is waiting for it
+// any more.
 
 #include "pivot/PivotDataCache.h"
 
@@ -18,6 +19,8 @@ class PivotLoad : public QObject
 
 public:
     PivotLoad(const QString &connectionString, const QString &commandText,
+              QObject *parent = nullptr);
+    PivotLoad(const QString &connectionString, const QString &commandText, const PivotGrain &grain,
               QObject *parent = nullptr);
     ~PivotLoad() override;
 

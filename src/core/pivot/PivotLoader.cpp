@@ -1,23 +1,30 @@
 #include "pivot/PivotLoader.h"
 
+#include "base/Dates.h"
 #include "db/Connection.h"
+#include "db/Dialect.h"
 #include "db/Recordset.h"
 #include "db/StatementGuard.h"
 #include "db/StatementInterrupt.h"
 #include "pivot/PivotColumnBuilder.h"
 #include "pivot/PivotData.h"
+#include "pivot/PivotGroupedStatement.h"
+
+#include <QSet>
 
 #include <sqlite3.h>
 
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
+#include <algorithm>
 #include <array>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <unordered_map>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -148,62 +155,209 @@ void readRow(sqlite3_stmt *stmt, int columns, Batch &batch)
     ++batch.rows;
 }
 
-void encode(const Batch &batch, Builders &builders)
+// Where the values of a load go: one builder per column of the statement;
+// a grouped load also gives each row's weight and, for a column kept by
+// its counts, the count instead of a value.
+class Sink
 {
-    const std::size_t columns = builders.size();
-    const std::string_view bytes(batch.bytes);
-    for (std::size_t i = 0; i < batch.values.size(); ++i) {
-        const Batch::Value &value = batch.values[i];
-        PivotColumnBuilder &builder = builders[i % columns];
+public:
+    using Kind = PivotGroupedStatement::Column::Kind;
+
+    Sink() = default;
+    // `merging`: the rows come one by one and are grouped here.
+    Sink(const std::vector<PivotGroupedStatement::Sample> &samples,
+         const std::vector<PivotGroupedStatement::Column> &plan, bool merging)
+        : m_merging(merging)
+    {
+        for (std::size_t i = 0; i < samples.size(); ++i) {
+            m_builders.emplace_back(samples[i].name);
+            m_kinds.push_back(plan[i].kind);
+        }
+        m_counts.resize(samples.size());
+    }
+
+    bool isGrouped() const { return !m_kinds.empty(); }
+    bool isMerging() const { return m_merging; }
+
+    // One row of a merging load: a new group's values go to the builders,
+    // a known group's weight and counts go up.
+    void merge(const Batch::Value *row, std::string_view bytes)
+    {
+        m_key.clear();
+        for (std::size_t c = 0; c < m_builders.size(); ++c) {
+            if (m_kinds[c] == Kind::Count)
+                continue;
+            const Batch::Value &v = row[c];
+            m_key += static_cast<char>(v.type);
+            if (v.type == SQLITE_TEXT) {
+                const auto length = static_cast<quint32>(v.length);
+                m_key.append(reinterpret_cast<const char *>(&length), sizeof length);
+                m_key.append(bytes.substr(v.offset, v.length));
+            } else if (v.type != SQLITE_NULL) {
+                m_key.append(reinterpret_cast<const char *>(&v.number), sizeof v.number);
+            }
+        }
+        const auto [it, added] =
+            m_groups.try_emplace(m_key, static_cast<quint32>(m_weightsSoFar.size()));
+        if (added) {
+            m_weightsSoFar.push_back(0);
+            for (std::size_t c = 0; c < m_builders.size(); ++c) {
+                if (m_kinds[c] == Kind::Count)
+                    m_counts[c].push_back(0);
+                else
+                    add(c, row[c], bytes);
+            }
+        }
+        ++m_weightsSoFar[it->second];
+        for (std::size_t c = 0; c < m_builders.size(); ++c)
+            if (m_kinds[c] == Kind::Count && row[c].type != SQLITE_NULL)
+                m_counts[c][it->second] += static_cast<quint32>(row[c].number);
+    }
+    void add(std::size_t c, const Batch::Value &value, std::string_view bytes)
+    {
         switch (value.type) {
         case SQLITE_INTEGER:
         case SQLITE_FLOAT:
-            builder.addNumber(value.number);
-            break;
+            return number(c, value.number);
         case SQLITE_TEXT:
-            builder.addText(bytes.substr(value.offset, value.length));
-            break;
+            return text(c, bytes.substr(value.offset, value.length));
         default:
-            builder.addNull();
+            return null(c);
         }
     }
+    // Names the columns of an all-rows load once the statement is ready.
+    void name(const QString &column)
+    {
+        if (!isGrouped())
+            m_builders.emplace_back(column);
+    }
+    std::size_t columnCount() const
+    {
+        return m_builders.size() + (isGrouped() && !m_merging ? 1 : 0);
+    }
+
+    void number(std::size_t c, double value)
+    {
+        if (isCount(c))
+            return count(c, value);
+        m_builders[c].addNumber(value);
+    }
+    void text(std::size_t c, std::string_view utf8)
+    {
+        if (isCount(c))
+            return count(c, 0);
+        m_builders[c].addText(utf8);
+    }
+    void null(std::size_t c)
+    {
+        if (isCount(c))
+            return count(c, 0);
+        m_builders[c].addNull();
+    }
+    void variant(std::size_t c, const QVariant &value)
+    {
+        if (isCount(c))
+            return count(c, value.toDouble());
+        m_builders[c].addVariant(value);
+    }
+
+    std::vector<PivotColumn> finish()
+    {
+        if (m_merging) {
+            for (std::size_t c = 0; c < m_builders.size(); ++c)
+                for (quint32 count : m_counts[c])
+                    m_builders[c].addCount(count);
+            for (quint32 weight : m_weightsSoFar)
+                count(m_builders.size(), weight);
+            m_groups = {};
+        }
+        std::vector<PivotColumn> columns;
+        columns.reserve(m_builders.size());
+        for (PivotColumnBuilder &builder : m_builders)
+            columns.push_back(builder.finish());
+        m_builders.clear();
+        return columns;
+    }
+    std::vector<std::vector<quint32>> takeWeights() { return std::move(m_weights); }
+
+private:
+    bool isCount(std::size_t c) const
+    {
+        return isGrouped() && (c >= m_builders.size() || m_kinds[c] == Kind::Count);
+    }
+    void count(std::size_t c, double value)
+    {
+        const auto n = static_cast<quint32>(std::max(0.0, value));
+        if (c < m_builders.size())
+            return m_builders[c].addCount(n);
+        if (m_weights.empty() || m_weights.back().size() == std::size_t(PivotColumn::ChunkRows))
+            m_weights.emplace_back().reserve(PivotColumn::ChunkRows);
+        m_weights.back().push_back(n);
+    }
+
+    Builders m_builders;
+    std::vector<Kind> m_kinds;
+    std::vector<std::vector<quint32>> m_weights;
+    bool m_merging = false;
+    std::string m_key;
+    std::unordered_map<std::string, quint32> m_groups;
+    std::vector<quint32> m_weightsSoFar;
+    std::vector<std::vector<quint32>> m_counts; // merging: per counted column, per group
+};
+
+void encode(const Batch &batch, Sink &sink)
+{
+    const std::size_t columns = sink.columnCount();
+    const std::string_view bytes(batch.bytes);
+    if (sink.isMerging()) {
+        for (std::size_t i = 0; i < batch.values.size(); i += columns)
+            sink.merge(&batch.values[i], bytes);
+        return;
+    }
+    for (std::size_t i = 0; i < batch.values.size(); ++i)
+        sink.add(i % columns, batch.values[i], bytes);
 }
 
-// The SQLite path: one prepared statement, values read as the engine keeps them.
-bool readSqlite(db::Connection &connection, const QString &commandText, Builders &builders,
-                const PivotLoader::Progress &progress, QString *error)
+sqlite3_stmt *prepareSqlite(sqlite3 *handle, const QString &sql, QString *error)
 {
-    if (const QString why = db::StatementGuard::refusal(commandText); !why.isEmpty()) {
-        *error = u"statement refused: "_s + why;
-        return false;
-    }
-    const QByteArray sql = connection.statementText(commandText).toUtf8();
-    sqlite3 *handle = connection.sqliteHandle();
+    const QByteArray text = sql.toUtf8();
     sqlite3_stmt *stmt = nullptr;
     const char *tail = nullptr;
     const int prepared =
-        sqlite3_prepare_v2(handle, sql.constData(), static_cast<int>(sql.size()), &stmt, &tail);
+        sqlite3_prepare_v2(handle, text.constData(), static_cast<int>(text.size()), &stmt, &tail);
     if (prepared != SQLITE_OK || !stmt) {
         // A file that is no database fails here, before any statement is read.
         *error = u"statement refused: "_s + (prepared != SQLITE_OK
                                                  ? QString::fromUtf8(sqlite3_errmsg(handle))
                                                  : u"the statement is empty"_s);
         sqlite3_finalize(stmt);
-        return false;
+        return nullptr;
     }
     if (tail && !QByteArray(tail).trimmed().isEmpty()) {
         *error = u"statement refused: more than one statement"_s;
         sqlite3_finalize(stmt);
-        return false;
+        return nullptr;
     }
+    return stmt;
+}
+
+// The SQLite path: one prepared statement (already translated; the
+// source's own tables go in front here), values read as the engine keeps them.
+bool readSqlite(db::Connection &connection, const QString &sql, Sink &sink,
+                const PivotLoader::Progress &progress, QString *error)
+{
+    sqlite3 *handle = connection.sqliteHandle();
+    sqlite3_stmt *stmt = prepareSqlite(handle, connection.source().apply(sql), error);
+    if (!stmt)
+        return false;
     const int columns = sqlite3_column_count(stmt);
     for (int c = 0; c < columns; ++c)
-        builders.emplace_back(QString::fromUtf8(sqlite3_column_name(stmt, c)));
+        sink.name(QString::fromUtf8(sqlite3_column_name(stmt, c)));
 
     BatchQueue queue;
     std::thread encoder([&] {
         while (Batch *batch = queue.full()) {
-            encode(*batch, builders);
+            encode(*batch, sink);
             queue.recycle(batch);
         }
     });
@@ -240,7 +394,7 @@ bool readSqlite(db::Connection &connection, const QString &commandText, Builders
 }
 
 // Every other engine: the record set, a QVariant per value.
-bool readRecordset(db::Connection &connection, const QString &commandText, Builders &builders,
+bool readRecordset(db::Connection &connection, const QString &commandText, Sink &sink,
                    const PivotLoader::Progress &progress, QString *error)
 {
     db::Recordset rs;
@@ -250,11 +404,11 @@ bool readRecordset(db::Connection &connection, const QString &commandText, Build
     }
     const int columns = rs.FieldCount();
     for (int c = 0; c < columns; ++c)
-        builders.emplace_back(rs.FieldName(c));
+        sink.name(rs.FieldName(c));
     qint64 rows = 0;
     for (; !rs.IsEOF(); rs.MoveNext()) {
         for (int c = 0; c < columns; ++c)
-            builders[static_cast<std::size_t>(c)].addVariant(rs.Value(c));
+            sink.variant(static_cast<std::size_t>(c), rs.Value(c));
         if (++rows % PivotLoader::ProgressStep == 0 && !reportProgress(progress, rows)) {
             *error = PivotLoader::cancelledText();
             return false;
@@ -267,6 +421,150 @@ bool readRecordset(db::Connection &connection, const QString &commandText, Build
     return true;
 }
 
+bool readAllRows(db::Connection &connection, const QString &commandText, Sink &sink,
+                 const PivotLoader::Progress &progress, QString *error)
+{
+    if (connection.engine() != db::Engine::SQLite)
+        return readRecordset(connection, commandText, sink, progress, error);
+    if (const QString why = db::StatementGuard::refusal(commandText); !why.isEmpty()) {
+        *error = u"statement refused: "_s + why;
+        return false;
+    }
+    return readSqlite(connection, db::Dialect::translate(commandText, db::Engine::SQLite), sink,
+                      progress, error);
+}
+
+// Counts what the first rows hold in each column.
+class Sampler
+{
+public:
+    void name(const QString &column)
+    {
+        m_samples.push_back({column});
+        m_seen.emplace_back();
+    }
+    void add(std::size_t c, const QVariant &value)
+    {
+        const bool typedDate =
+            value.typeId() == QMetaType::QDateTime || value.typeId() == QMetaType::QDate;
+        const QString text = value.toString();
+        if (value.isNull() || (!typedDate && text.isEmpty()))
+            return;
+        PivotGroupedStatement::Sample &s = m_samples[c];
+        ++s.nonBlank;
+        if (typedDate)
+            ++s.dateValues;
+        else if (value.typeId() == QMetaType::QString && dates::fromText(text))
+            ++s.dateTexts;
+        m_seen[c].insert(text);
+        s.distinct = static_cast<int>(m_seen[c].size());
+    }
+    const std::vector<PivotGroupedStatement::Sample> &samples() const { return m_samples; }
+
+private:
+    std::vector<PivotGroupedStatement::Sample> m_samples;
+    std::vector<QSet<QString>> m_seen;
+};
+
+bool sample(db::Connection &connection, const QString &commandText, Sampler &sampler,
+            QString *error)
+{
+    if (connection.engine() != db::Engine::SQLite) {
+        db::Recordset rs;
+        if (!rs.Open(PivotGroupedStatement::sampleStatement(commandText), connection)) {
+            *error = rs.lastError();
+            return false;
+        }
+        for (int c = 0; c < rs.FieldCount(); ++c)
+            sampler.name(rs.FieldName(c));
+        for (; !rs.IsEOF(); rs.MoveNext())
+            for (int c = 0; c < rs.FieldCount(); ++c)
+                sampler.add(static_cast<std::size_t>(c), rs.Value(c));
+        return rs.lastError().isEmpty();
+    }
+    sqlite3_stmt *stmt =
+        prepareSqlite(connection.sqliteHandle(), connection.statementText(commandText), error);
+    if (!stmt)
+        return false;
+    const int columns = sqlite3_column_count(stmt);
+    for (int c = 0; c < columns; ++c)
+        sampler.name(QString::fromUtf8(sqlite3_column_name(stmt, c)));
+    for (int row = 0; row < PivotGroupedStatement::SampleRows && sqlite3_step(stmt) == SQLITE_ROW;
+         ++row) {
+        for (int c = 0; c < columns; ++c) {
+            QVariant value;
+            switch (sqlite3_column_type(stmt, c)) {
+            case SQLITE_NULL:
+                break;
+            case SQLITE_INTEGER:
+            case SQLITE_FLOAT:
+                value = sqlite3_column_double(stmt, c);
+                break;
+            default:
+                value =
+                    QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(stmt, c)),
+                                      sqlite3_column_bytes(stmt, c));
+            }
+            sampler.add(static_cast<std::size_t>(c), value);
+        }
+    }
+    sqlite3_finalize(stmt);
+    return true;
+}
+
+enum class Outcome { Done, Failed, AllRowsInstead };
+
+// The grouped load; AllRowsInstead when the statement cannot be grouped
+// (it does not nest, a column the sample took for dates is not all dates,
+// nothing is left to group by), so that the rows themselves are read.
+Outcome readGrouped(db::Connection &connection, const QString &commandText, const PivotGrain &grain,
+                    const PivotLoader::Progress &progress, std::vector<PivotColumn> &columns,
+                    PivotGrain &held, std::vector<std::vector<quint32>> &weights, QString *error)
+{
+    if (const QString why = db::StatementGuard::refusal(commandText); !why.isEmpty()) {
+        *error = u"statement refused: "_s + why;
+        return Outcome::Failed;
+    }
+    Sampler sampler;
+    if (!sample(connection, commandText, sampler, error))
+        return Outcome::AllRowsInstead;
+    const auto &samples = sampler.samples();
+    const auto plan = PivotGroupedStatement::plan(samples, grain, connection.engine());
+    if (std::none_of(plan.begin(), plan.end(), [](const auto &column) {
+            return column.kind != PivotGroupedStatement::Column::Kind::Count;
+        }))
+        return Outcome::AllRowsInstead;
+    const bool sqlite = connection.engine() == db::Engine::SQLite;
+    const QString translated = db::Dialect::translate(commandText, connection.engine());
+    const QString sql =
+        sqlite ? PivotGroupedStatement::rowsStatement(translated, plan, connection.engine())
+               : PivotGroupedStatement::statement(translated, plan, connection.engine());
+    Sink sink(samples, plan, sqlite);
+    QString reason;
+    const bool read = connection.engine() == db::Engine::SQLite
+                          ? readSqlite(connection, sql, sink, progress, &reason)
+                          : readRecordset(connection, sql, sink, progress, &reason);
+    if (!read) {
+        if (reason != PivotLoader::cancelledText())
+            return Outcome::AllRowsInstead;
+        *error = reason;
+        return Outcome::Failed;
+    }
+    columns = sink.finish();
+    for (std::size_t i = 0; i < plan.size(); ++i) {
+        if (plan[i].kind != PivotGroupedStatement::Column::Kind::Date)
+            continue;
+        if (columns[i].kind() != PivotColumn::Kind::Date && columns[i].rowCount() > 0)
+            return Outcome::AllRowsInstead;
+        columns[i].setTimeStep(plan[i].time == PivotGrain::Time::Hours     ? 3600
+                               : plan[i].time == PivotGrain::Time::Minutes ? 60
+                                                                           : 86400);
+    }
+    held = PivotGroupedStatement::heldGrain(samples, plan);
+    weights = sink.takeWeights();
+    return Outcome::Done;
+}
+
 } // namespace
 
 QString PivotLoader::cancelledText()
@@ -276,23 +574,36 @@ QString PivotLoader::cancelledText()
 
 std::shared_ptr<PivotData> PivotLoader::load(const QString &connectionString,
                                              const QString &commandText, const Progress &progress,
-                                             QString *error, db::StatementInterrupt *interrupt)
+                                             QString *error, db::StatementInterrupt *interrupt,
+                                             const PivotGrain &grain)
 {
     QString reason;
     db::Connection connection;
-    Builders builders;
+    std::vector<PivotColumn> columns;
+    PivotGrain held = PivotGrain::allRows();
+    std::vector<std::vector<quint32>> weights;
     const bool open = connection.Open(connectionString, db::Connection::Access::ReadOnly,
                                       db::Connection::LongStatementTimeoutSeconds);
     const bool armed = open && (!interrupt || interrupt->arm(connection.interrupter()));
     bool ok = false;
-    if (!open)
+    if (!open) {
         reason = connection.lastError();
-    else if (!armed)
+    } else if (!armed) {
         reason = cancelledText();
-    else if (connection.engine() == db::Engine::SQLite)
-        ok = readSqlite(connection, commandText, builders, progress, &reason);
-    else
-        ok = readRecordset(connection, commandText, builders, progress, &reason);
+    } else {
+        Outcome outcome = Outcome::AllRowsInstead;
+        if (!grain.isAllRows())
+            outcome = readGrouped(connection, commandText, grain, progress, columns, held, weights,
+                                  &reason);
+        ok = outcome == Outcome::Done;
+        if (outcome == Outcome::AllRowsInstead) {
+            Sink sink;
+            ok = readAllRows(connection, commandText, sink, progress, &reason);
+            columns = sink.finish();
+            held = PivotGrain::allRows();
+            weights.clear();
+        }
+    }
     if (interrupt)
         interrupt->disarm();
     connection.Close();
@@ -301,11 +612,6 @@ std::shared_ptr<PivotData> PivotLoader::load(const QString &connectionString,
             *error = reason;
         return nullptr;
     }
-    std::vector<PivotColumn> columns;
-    columns.reserve(builders.size());
-    for (PivotColumnBuilder &builder : builders)
-        columns.push_back(builder.finish());
-    builders.clear();
 #ifdef __GLIBC__
     // The builders' maps and sort keys were many small blocks; without this
     // the heap keeps them, and a load of millions of rows would look twice
@@ -317,7 +623,9 @@ std::shared_ptr<PivotData> PivotLoader::load(const QString &connectionString,
 #endif
     if (progress && !columns.empty())
         progress(columns.front().rowCount());
-    return std::make_shared<PivotData>(connectionString, commandText, std::move(columns));
+    auto data = std::make_shared<PivotData>(connectionString, commandText, std::move(columns));
+    data->setGrain(std::move(held), std::move(weights));
+    return data;
 }
 
 } // namespace qrt::pivot

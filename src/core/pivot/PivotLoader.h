@@ -1,8 +1,14 @@
 #pragma once
-// Runs a command text over a connection string and reads every row into a
-// PivotData. Works on whatever thread calls it, on a connection of its own.
+// Runs a command text over a connection string and reads its rows into a
+// PivotData: every row, or the rows grouped in the database at a grain (see
+// PivotGrain, PivotGroupedStatement; on SQLite the rows come with their
+// dates cut and are grouped here as they are stepped); a statement that
+// cannot be grouped is read row by row. Works on whatever thread calls it, on a connection of
+// its own.
 // On SQLite it steps the engine's statement itself and hands the text bytes
 // straight to the dictionaries, with no QString or QVariant per value.
+
+#include "pivot/PivotGrain.h"
 
 #include <QString>
 
@@ -33,7 +39,8 @@ public:
     static std::shared_ptr<PivotData> load(const QString &connectionString,
                                            const QString &commandText, const Progress &progress,
                                            QString *error,
-                                           db::StatementInterrupt *interrupt = nullptr);
+                                           db::StatementInterrupt *interrupt = nullptr,
+                                           const PivotGrain &grain = PivotGrain::allRows());
 
     static QString cancelledText();
 };

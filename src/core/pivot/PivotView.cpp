@@ -32,6 +32,25 @@ PivotView::PivotView(std::shared_ptr<const PivotData> data)
 
 PivotView::~PivotView() = default;
 
+bool PivotView::setData(std::shared_ptr<const PivotData> data)
+{
+    if (!m_data || !data || data->columnCount() != m_data->columnCount())
+        return false;
+    auto isDate = [](const PivotColumn &column) {
+        return column.kind() == PivotColumn::Kind::Date;
+    };
+    for (int c = 0; c < data->columnCount(); ++c)
+        if (data->column(c).name() != m_data->column(c).name() ||
+            isDate(data->column(c)) != isDate(m_data->column(c)))
+            return false;
+    for (const auto &fieldSet : m_fieldSets)
+        fieldSet->rebind(
+            data->column(static_cast<int>(&fieldSet->hierarchy().column() - &m_data->column(0))));
+    m_data = std::move(data);
+    touch();
+    return true;
+}
+
 void PivotView::addFieldSet(const QString &name, const PivotColumn &column,
                             PivotHierarchy::Shape shape)
 {

@@ -28,6 +28,10 @@ public:
     PivotView &operator=(const PivotView &) = delete;
 
     const std::shared_ptr<const PivotData> &data() const { return m_data; }
+    // Moves the view, its layout whole, onto a load of the same statement at
+    // another grain: same columns, each a date column or not as before.
+    // False, and nothing changed, for data of another shape.
+    bool setData(std::shared_ptr<const PivotData> data);
 
     PivotAxis &FilterAxis() { return m_filterAxis; }
     PivotAxis &RowAxis() { return m_rowAxis; }

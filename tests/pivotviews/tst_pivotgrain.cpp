@@ -1,0 +1,310 @@
+// Loads grouped in the database against loads of every row: on random
+// databases of both engines (ISO date forms with and without time, 'T',
+// fractions and zones, missing dates, titles and names, names with quotes
+// and letters beyond Latin-1) and random layouts (date levels, member
+// choices to include and to exclude, several totals of every function),
+// the grid of the grouped load at the grain the layout needs is the grid of
+// all rows, cell by cell. A view moved onto the grouped load keeps its grid.
+
+#include "PivotTestData.h"
+#include "pivot/PivotAggregator.h"
+#include "pivot/PivotData.h"
+#include "pivot/PivotGrain.h"
+#include "pivot/PivotLoader.h"
+#include "pivot/PivotResult.h"
+#include "pivot/PivotView.h"
+
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+using namespace qrt::pivot;
+
+namespace {
+
+const QStringList kNames = {u"Reuters"_s,    u"O'Brien \"Daily\""_s,
+                            u"Zürich Ost"_s, u"Łódź Express"_s,
+                            u"Новости"_s,    u"東京"_s,
+                            u"Ελλάδα"_s,     u"reuters"_s};
+
+QString sqlText(const QVariant &value)
+{
+    if (value.isNull())
+        return u"NULL"_s;
+    if (value.typeId() == QMetaType::Int)
+        return QString::number(value.toInt());
+    return u'\'' + value.toString().replace(u'\'', u"''"_s) + u'\'';
+}
+
+// A pubDate as SQLite may keep it: one of the ISO forms the README lists.
+QString isoForm(const QDateTime &t, int form)
+{
+    switch (form) {
+    case 0:
+        return t.toString(u"yyyy-MM-dd"_s);
+    case 1:
+        return t.toString(u"yyyy-MM-dd HH:mm"_s);
+    case 2:
+        return t.toString(u"yyyy-MM-ddTHH:mm:ss"_s);
+    case 3:
+        return t.toString(u"yyyy-MM-dd HH:mm:ss.zzz"_s);
+    case 4:
+        return t.toString(u"yyyy-MM-ddTHH:mm:ssZ"_s);
+    case 5:
+        return t.toString(u"yyyy-MM-dd HH:mm:ss+02:00"_s);
+    default:
+        return t.toString(u"yyyy-MM-dd HH:mm:ss"_s);
+    }
+}
+
+QStringList randomNews(bool postgres, QRandomGenerator &rng)
+{
+    QStringList sql = qrt::test::newsTables(postgres);
+    sql << u"ALTER TABLE News ADD COLUMN Words integer"_s;
+    auto name = [&](int i) {
+        return i % 7 == 6
+                   ? QVariant()
+                   : QVariant(kNames[rng.bounded(kNames.size())] + u' ' + QString::number(i % 3));
+    };
+    QStringList rows;
+    for (int i = 1; i <= 4; ++i)
+        rows << u"(%1, %2)"_s.arg(i).arg(sqlText(name(i)));
+    sql << u"INSERT INTO Categories VALUES "_s + rows.join(u',')
+        << u"INSERT INTO Providers VALUES "_s + rows.join(u',');
+    rows.clear();
+    for (int c = 1; c <= 9; ++c)
+        rows << u"(%1, %2, %3, %4)"_s.arg(c).arg(sqlText(name(c))).arg(1 + c % 4).arg(1 + c % 3);
+    sql << u"INSERT INTO Channels VALUES "_s + rows.join(u',');
+    const int items = 400 + rng.bounded(300);
+    const QDateTime start(QDate(2023, 12, 30), QTime(22, 0));
+    rows.clear();
+    for (int i = 1; i <= items; ++i) {
+        const QDateTime t = start.addSecs(rng.bounded(75 * 86400));
+        const int roll = rng.bounded(40);
+        QVariant date = postgres ? QVariant(t.toString(u"yyyy-MM-dd HH:mm:ss"_s))
+                                 : QVariant(isoForm(t, rng.bounded(9)));
+        if (roll == 0)
+            date = QVariant();
+        QVariant title =
+            QString(u"Title "_s + kNames[i % kNames.size()] + QString::number(rng.bounded(items)));
+        if (roll == 1)
+            title = QVariant();
+        else if (roll == 2)
+            title = QString();
+        const QVariant words = roll == 3 ? QVariant() : QVariant(int(rng.bounded(900)) - 100);
+        rows << u"(%1, %2, %3, %4, %5)"_s.arg(i)
+                    .arg(sqlText(date))
+                    .arg(1 + rng.bounded(9))
+                    .arg(sqlText(title))
+                    .arg(sqlText(words));
+    }
+    sql << u"INSERT INTO News VALUES "_s + rows.join(u',');
+    return sql;
+}
+
+QString statement()
+{
+    return u"SELECT Providers.Provider, Channels.Channel, News.Title AS News, News.pubDate as "
+           "NewsDate, Categories.Name AS Category, News.Words FROM Categories INNER JOIN "
+           "(Providers INNER JOIN (Channels INNER JOIN News ON Channels.ID = News.Channel) ON "
+           "Providers.ID = Channels.Provider) ON Categories.ID = Channels.Category; "_s;
+}
+
+// Some keys of one level that occur in the data.
+std::vector<qint64> someKeys(const PivotHierarchy &h, int level, QRandomGenerator &rng)
+{
+    std::vector<qint64> all;
+    const PivotColumn &column = h.column();
+    if (h.level(level) == PivotHierarchy::Level::Value) {
+        for (quint32 code = 0; code <= column.valueCount(); ++code)
+            all.push_back(code);
+    } else {
+        for (const qint64 t : column.presentTimes())
+            all.push_back(PivotHierarchy::dateKey(h.level(level), static_cast<qint32>(t / 86400),
+                                                  static_cast<quint32>(t % 86400)));
+        if (column.hasBlank())
+            all.push_back(PivotHierarchy::BlankKey);
+    }
+    std::vector<qint64> chosen;
+    for (int i = 0; i < 3 && !all.empty(); ++i)
+        chosen.push_back(all[rng.bounded(static_cast<quint32>(all.size()))]);
+    return chosen;
+}
+
+// A random layout: one to three field sets, some of their levels, member
+// choices at a random level, and four totals that between them use every
+// function. The titles and the timestamps only now and then, as they make
+// the grain fine.
+void layOut(QRandomGenerator &rng, PivotView &view)
+{
+    const QStringList sets = {
+        u"Provider"_s,         u"Channel"_s,  u"Category"_s, u"NewsDate By Month"_s,
+        u"NewsDate By Week"_s, u"NewsDate"_s, u"News"_s};
+    auto put = [&](PivotAxis &axis) {
+        PivotFieldSet &set =
+            view.FieldSets(sets[rng.bounded(rng.bounded(4) == 0 ? sets.size() : 5)]);
+        if (set.Axis())
+            return;
+        axis.InsertFieldSet(set);
+        const int fields = static_cast<int>(set.Fields().Count());
+        const int keep = static_cast<int>(rng.bounded(fields));
+        for (int f = 0; f < fields; ++f)
+            set.Fields(f).setIsIncluded(f == keep || rng.bounded(3) == 0);
+        if (rng.bounded(2) == 0)
+            return;
+        const int level = static_cast<int>(rng.bounded(fields));
+        std::vector<PivotMember> members;
+        for (qint64 key : someKeys(set.hierarchy(), level, rng))
+            members.emplace_back(&set, level, key);
+        const bool include = rng.bounded(2) == 0;
+        if (include)
+            set.Fields(level).setIncludedMembers(members);
+        else
+            set.Fields(level).setExcludedMembers(members);
+        set.setAllIncludeExclude(include ? PivotFieldSet::ExcludeAllButIncluded
+                                         : PivotFieldSet::IncludeAllButExcluded);
+    };
+    put(view.RowAxis());
+    if (rng.bounded(2))
+        put(view.ColumnAxis());
+    if (rng.bounded(2))
+        put(view.FilterAxis());
+    const QStringList fields = {u"News"_s, u"Words"_s, u"Provider"_s, u"NewsDate"_s};
+    for (int t = 0; t < 4; ++t) {
+        const QString field = fields[rng.bounded(fields.size())];
+        PivotTotal &total = view.AddTotal(u"Total %1"_s.arg(t), view.FieldSets(field).Fields(0),
+                                          1 + t + static_cast<int>(rng.bounded(2)));
+        view.DataAxis().InsertTotal(total);
+    }
+}
+
+using Cells = QMap<QString, QList<double>>;
+
+// Every cell of the grid by its row and column paths: the rows in it, then
+// each total (NaN for none).
+Cells cells(const PivotResult &result)
+{
+    Cells out;
+    for (int r = 0; r < static_cast<int>(result.rowNodes().size()); ++r) {
+        for (int c = 0; c < static_cast<int>(result.columnNodes().size()); ++c) {
+            const QString where = result.path(result.rowNodes(), r).join(u'/') + u" | "_s +
+                                  result.path(result.columnNodes(), c).join(u'/');
+            QList<double> values{double(result.sourceRows(r, c))};
+            for (int t = 0; t < result.totalCount(); ++t)
+                values << result.value(r, c, t).value_or(qQNaN());
+            out.insert(where, values);
+        }
+    }
+    return out;
+}
+
+// The cells that differ; sums of a grouped load add products in another
+// order, so they agree to the last few bits only.
+QStringList differences(const Cells &expected, const Cells &actual)
+{
+    QStringList out;
+    auto same = [](double a, double b) {
+        return (std::isnan(a) && std::isnan(b)) ||
+               std::fabs(a - b) <= 1e-9 * std::max({1.0, std::fabs(a), std::fabs(b)});
+    };
+    for (auto it = expected.begin(); it != expected.end(); ++it) {
+        const QList<double> got = actual.value(it.key());
+        bool equal = got.size() == it.value().size();
+        for (qsizetype i = 0; equal && i < got.size(); ++i)
+            equal = same(got[i], it.value()[i]);
+        if (!equal)
+            out << it.key();
+    }
+    for (auto it = actual.begin(); it != actual.end(); ++it)
+        if (!expected.contains(it.key()))
+            out << it.key();
+    return out;
+}
+
+} // namespace
+
+class tst_PivotGrain : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void groupedGridIsAllRowsGrid_data();
+    void groupedGridIsAllRowsGrid();
+    void unreadableDateReadsEveryRow();
+
+private:
+    QTemporaryDir m_dir;
+};
+
+void tst_PivotGrain::groupedGridIsAllRowsGrid_data()
+{
+    QTest::addColumn<bool>("postgres");
+    QTest::newRow("SQLite") << false;
+    QTest::newRow("PostgreSQL") << true;
+}
+
+void tst_PivotGrain::groupedGridIsAllRowsGrid()
+{
+    QFETCH(bool, postgres);
+    QRandomGenerator rng(qrt::test::testSeed());
+    for (int database = 0; database < 3; ++database) {
+        QString connection = m_dir.filePath(u"news%1.db"_s.arg(database));
+        if (postgres)
+            QRT_REQUIRE_POSTGRES(connection, u"pivotgrain%1"_s.arg(database));
+        QVERIFY(qrt::test::execAll(connection, randomNews(postgres, rng)));
+        QString error;
+        const auto rows = PivotLoader::load(connection, statement(), {}, &error);
+        QVERIFY2(rows, qPrintable(error));
+        const auto coarse = PivotLoader::load(connection, statement(), {}, &error, nullptr, {});
+        QVERIFY2(coarse, qPrintable(error));
+        // Grouped by day, with the titles counted: fewer rows, the same items.
+        QVERIFY(!coarse->grain().isAllRows());
+        QVERIFY(coarse->column(coarse->columnIndex(u"News"_s)).isCountOnly());
+        QVERIFY(coarse->rowCount() < rows->rowCount());
+        QCOMPARE(coarse->itemCount(), rows->rowCount());
+        for (int layout = 0; layout < 12; ++layout) {
+            PivotView all(rows);
+            layOut(rng, all);
+            const PivotGrain grain = PivotGrain::of(all);
+            const auto grouped =
+                PivotLoader::load(connection, statement(), {}, &error, nullptr, grain);
+            QVERIFY2(grouped, qPrintable(error));
+            QVERIFY(grouped->covers(grain));
+            const Cells expected = cells(PivotAggregator::run(all));
+            QVERIFY(all.setData(grouped));
+            QVERIFY(!grouped->grain().isAllRows());
+            const QStringList wrong = differences(expected, cells(PivotAggregator::run(all)));
+            QVERIFY2(wrong.isEmpty(),
+                     qPrintable(u"layout %1: %2"_s.arg(layout).arg(wrong.join(u", "))));
+        }
+    }
+}
+
+void tst_PivotGrain::unreadableDateReadsEveryRow()
+{
+    // A day that does not exist, past the rows the load samples, makes the
+    // dates text over all rows; the grouped load must not read them as
+    // dates cut to their day, and reads every row instead.
+    const QString path = m_dir.filePath(u"odd.db"_s);
+    QVERIFY(qrt::test::makeSmallNewsDb(path));
+    QVERIFY(qrt::test::execAll(
+        path, {u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 2500) "
+               "INSERT INTO News SELECT 10 + i, '2005-01-0' || (1 + i % 9), 1, 'Title ' || i "
+               "FROM n"_s,
+               u"INSERT INTO News VALUES (9000, '2005-02-30 10:00:00', 3, 'g')"_s}));
+    QString error;
+    const auto rows = PivotLoader::load(path, qrt::test::pivotStatement(), {}, &error);
+    const auto grouped =
+        PivotLoader::load(path, qrt::test::pivotStatement(), {}, &error, nullptr, {});
+    QVERIFY(rows && grouped);
+    QVERIFY(grouped->grain().isAllRows());
+    const PivotColumn &dates = grouped->column(grouped->columnIndex(u"NewsDate"_s));
+    QCOMPARE(dates.kind(), PivotColumn::Kind::Text);
+    QCOMPARE(dates.valueCount(), rows->column(rows->columnIndex(u"NewsDate"_s)).valueCount());
+}
+
+QTEST_GUILESS_MAIN(tst_PivotGrain)
+#include "tst_pivotgrain.moc"
