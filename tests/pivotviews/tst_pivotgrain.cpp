@@ -18,6 +18,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -42,22 +43,11 @@ QString sqlText(const QVariant &value)
 // A pubDate as SQLite may keep it: one of the ISO forms the README lists.
 QString isoForm(const QDateTime &t, int form)
 {
-    switch (form) {
-    case 0:
-        return t.toString(u"yyyy-MM-dd"_s);
-    case 1:
-        return t.toString(u"yyyy-MM-dd HH:mm"_s);
-    case 2:
-        return t.toString(u"yyyy-MM-ddTHH:mm:ss"_s);
-    case 3:
-        return t.toString(u"yyyy-MM-dd HH:mm:ss.zzz"_s);
-    case 4:
-        return t.toString(u"yyyy-MM-ddTHH:mm:ssZ"_s);
-    case 5:
-        return t.toString(u"yyyy-MM-dd HH:mm:ss+02:00"_s);
-    default:
-        return t.toString(u"yyyy-MM-dd HH:mm:ss"_s);
-    }
+    static const QString forms[] = {u"yyyy-MM-dd"_s,           u"yyyy-MM-dd HH:mm"_s,
+                                    u"yyyy-MM-ddTHH:mm:ss"_s,  u"yyyy-MM-dd HH:mm:ss.zzz"_s,
+                                    u"yyyy-MM-ddTHH:mm:ssZ"_s, u"yyyy-MM-dd HH:mm:ss+02:00"_s,
+                                    u"yyyy-MM-dd HH:mm:ss"_s};
+    return t.toString(forms[std::clamp(form, 0, int(std::size(forms)) - 1)]);
 }
 
 QStringList randomNews(bool postgres, QRandomGenerator &rng)
