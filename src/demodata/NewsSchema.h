@@ -11,9 +11,10 @@ namespace qrt::db {
 
 // The CREATE TABLE and CREATE INDEX statements for SQLite or PostgreSQL;
 // empty for any other engine. pubDate is ISO text in SQLite and a timestamp
-// in PostgreSQL, indexed. With keysAfterRows, News comes without its keys and
-// index, for a bulk load that adds them with newsKeys() once the rows are in:
-// one pass each instead of a check per row.
+// in PostgreSQL, indexed with the channel. With keysAfterRows, News comes
+// without its keys and indexes, for a bulk load that adds them with
+// newsKeys() once the rows are in (one pass each instead of a check per
+// row), and the engine's statistics with them.
 QStringList newsSchema(Engine engine, bool keysAfterRows = false);
 QStringList newsKeys(Engine engine);
 
