@@ -293,6 +293,7 @@ QString postgresDataset(qint64 items)
     // The database itself is made through the server's own "postgres" one.
     QProcess::execute(u"psql"_s,
                       {admin.toString(), u"-qc"_s, u"CREATE DATABASE "_s + url.path().mid(1)});
+    error.clear(); // the probe's, which only said the database was missing
     if (!qrt::db::DemoDatabase::create(target, options, &error))
         std::fprintf(stderr, "cannot create it: %s\n", qPrintable(error));
     return error.isEmpty() ? target : QString();
