@@ -45,6 +45,9 @@ public:
     // How the rows are read; the literal statement is there to compare with.
     qrt::chart::StatisticsMode statisticsMode = qrt::chart::StatisticsMode::Fastest;
     qrt::chart::StatisticsPath lastStatisticsPath() const { return m_builder.lastPath(); }
+    // Until the count of News the first drawing started has ended, so that
+    // what reads the database next is known (for the tests).
+    void waitForCounts() { m_counts.waitForRead(); }
 
 private:
     void setMousePointer(int pointer);

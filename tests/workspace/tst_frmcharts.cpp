@@ -748,6 +748,7 @@ void tst_frmCharts::serverStopsDuringRedraw()
     frmCharts *w = openLoaded(newsUrl());
     QVERIFY(w);
     QCOMPARE(drawing(w), counts);
+    w->fChart->waitForCounts(); // the window's own reader, not the one waiting below
     bool stopped = false;
     {
         const NewsLock lock(newsUrl());
