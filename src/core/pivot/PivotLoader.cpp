@@ -393,8 +393,10 @@ bool readSqlite(db::Connection &connection, const QString &sql, Sink &sink,
     return !cancelled && rc == SQLITE_DONE;
 }
 
-// Every other engine: the record set, a QVariant per value.
-bool readRecordset(db::Connection &connection, const QString &commandText, Sink &sink,
+// Every other engine: the record set, a QVariant per value, into the sink's
+// name() and variant().
+template<typename Target>
+bool readRecordset(db::Connection &connection, const QString &commandText, Target &sink,
                    const PivotLoader::Progress &progress, QString *error)
 {
     db::Recordset rs;
@@ -443,7 +445,7 @@ public:
         m_samples.push_back({column});
         m_seen.emplace_back();
     }
-    void add(std::size_t c, const QVariant &value)
+    void variant(std::size_t c, const QVariant &value)
     {
         const bool typedDate =
             value.typeId() == QMetaType::QDateTime || value.typeId() == QMetaType::QDate;
@@ -469,19 +471,9 @@ private:
 bool sample(db::Connection &connection, const QString &commandText, Sampler &sampler,
             QString *error)
 {
-    if (connection.engine() != db::Engine::SQLite) {
-        db::Recordset rs;
-        if (!rs.Open(PivotGroupedStatement::sampleStatement(commandText), connection)) {
-            *error = rs.lastError();
-            return false;
-        }
-        for (int c = 0; c < rs.FieldCount(); ++c)
-            sampler.name(rs.FieldName(c));
-        for (; !rs.IsEOF(); rs.MoveNext())
-            for (int c = 0; c < rs.FieldCount(); ++c)
-                sampler.add(static_cast<std::size_t>(c), rs.Value(c));
-        return rs.lastError().isEmpty();
-    }
+    if (connection.engine() != db::Engine::SQLite)
+        return readRecordset(connection, PivotGroupedStatement::sampleStatement(commandText),
+                             sampler, {}, error);
     sqlite3_stmt *stmt =
         prepareSqlite(connection.sqliteHandle(), connection.statementText(commandText), error);
     if (!stmt)
@@ -505,7 +497,7 @@ bool sample(db::Connection &connection, const QString &commandText, Sampler &sam
                     QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(stmt, c)),
                                       sqlite3_column_bytes(stmt, c));
             }
-            sampler.add(static_cast<std::size_t>(c), value);
+            sampler.variant(static_cast<std::size_t>(c), value);
         }
     }
     sqlite3_finalize(stmt);
