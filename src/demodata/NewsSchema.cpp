@@ -10,9 +10,17 @@ namespace {
 // archive: the chart's first drawing reads only the rows it shows. The
 // filter panel lists the channels that have news: with the channel's index
 // and the engine's statistics of it, that is a step per channel, not a pass
-// over News.
-const QStringList kIndexes = {u"CREATE INDEX News_pubDate ON News (pubDate)"_s,
-                              u"CREATE INDEX News_Channel ON News (Channel)"_s};
+// over News. On SQLite that index is on "Channel + 0", which the panel's
+// statement asks for: an index on the column itself would also serve the
+// pivot's join of every item, and SQLite would then look up each item by
+// its channel, in no order on disk, at three times the cost of reading
+// News from end to end.
+QStringList indexes(Engine engine)
+{
+    return {u"CREATE INDEX News_pubDate ON News (pubDate)"_s,
+            engine == Engine::SQLite ? u"CREATE INDEX News_Channel ON News (Channel + 0)"_s
+                                     : u"CREATE INDEX News_Channel ON News (Channel)"_s};
+}
 
 QStringList tables(Engine engine, bool keysAfterRows)
 {
@@ -48,21 +56,21 @@ QStringList newsSchema(Engine engine, bool keysAfterRows)
 {
     QStringList statements = tables(engine, keysAfterRows);
     if (!statements.isEmpty() && !keysAfterRows)
-        statements << kIndexes;
+        statements << indexes(engine);
     return statements;
 }
 
 QStringList newsKeys(Engine engine)
 {
     if (engine == Engine::SQLite)
-        return kIndexes + QStringList{u"ANALYZE"_s};
+        return indexes(engine) + QStringList{u"ANALYZE"_s};
     if (engine != Engine::PostgreSQL)
         return {};
     return QStringList{
                u"ALTER TABLE News ADD PRIMARY KEY (ID)"_s,
                u"ALTER TABLE News ADD FOREIGN KEY (Channel) REFERENCES Channels(ID)"_s,
            } +
-           kIndexes + QStringList{u"ANALYZE News"_s};
+           indexes(engine) + QStringList{u"ANALYZE News"_s};
 }
 
 const QList<NewsTable> &newsTables()

@@ -38,10 +38,13 @@ QString frmProvChannels::GridsStatementFor(qrt::db::Engine engine)
 {
     if (engine != qrt::db::Engine::SQLite && engine != qrt::db::Engine::PostgreSQL)
         return GridsStatement;
+    // Our SQLite schema indexes "Channel + 0" (see NewsSchema).
+    const QString channel =
+        engine == qrt::db::Engine::SQLite ? u"News.Channel + 0"_s : u"News.Channel"_s;
     return kGridsSelect +
            u"Channels ON Categories.ID = Channels.Category) ON Providers.ID = Channels.Provider "
-           "WHERE Channels.ID IN (SELECT DISTINCT News.Channel FROM News)"_s +
-           kGridsOrder;
+           "WHERE Channels.ID IN (SELECT DISTINCT "_s +
+           channel + u" FROM News)"_s + kGridsOrder;
 }
 
 namespace {

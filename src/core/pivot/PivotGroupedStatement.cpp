@@ -14,28 +14,7 @@ QString columnName(std::size_t index)
     return u"c"_s + QString::number(index);
 }
 
-// The plain ISO forms, checked by shape: digits where digits go and an
-// hour below 24, so a text cut to its day is a day the parser reads.
-QString sqlitePlainDate(const QString &x)
-{
-    const QString day = u"[0-9][0-9][0-9][0-9]-[0-9][0-9]-[0-9][0-9]"_s;
-    const QString minute = day + u"[ T][0-2][0-9]:[0-5][0-9]"_s;
-    return u"(CASE length(%1) WHEN 10 THEN %1 GLOB '%2' WHEN 16 THEN %1 GLOB '%3' "
-           "WHEN 19 THEN %1 GLOB '%4' ELSE 0 END AND substr(%1, 12, 2) < '24')"_s.arg(
-               x, day, minute, minute + u":[0-5][0-9]"_s);
-}
-
-QString sqliteDate(const QString &x, PivotGrain::Time time)
-{
-    QString cut = u"substr(%1, 1, 10)"_s.arg(x);
-    if (time == PivotGrain::Time::Hours)
-        cut = u"CASE WHEN length(%1) = 10 THEN %1 ELSE substr(%1, 1, 13) || ':00' END"_s.arg(x);
-    else if (time == PivotGrain::Time::Minutes)
-        cut = u"substr(%1, 1, 16)"_s.arg(x);
-    return u"CASE WHEN %1 THEN %2 ELSE %3 END"_s.arg(sqlitePlainDate(x), cut, x);
-}
-
-QString postgresDate(const QString &x, PivotGrain::Time time)
+QString serverDate(const QString &x, PivotGrain::Time time)
 {
     const QString unit = time == PivotGrain::Time::Hours     ? u"hour"_s
                          : time == PivotGrain::Time::Minutes ? u"minute"_s
@@ -103,11 +82,9 @@ QString sampleStatement(const QString &statement)
 namespace {
 
 // The statement as a common table expression of numbered columns, and the
-// planned columns over it: grouped, the counted ones as COUNT, else row by
-// row as 1 or 0. The line breaks keep a comment that ends the statement
-// inside it.
-QString select(const QString &statement, const std::vector<Column> &plan, db::Engine engine,
-               bool grouping, QStringList &grouped)
+// planned columns over it, the counted ones as COUNT. The line breaks keep a comment that ends the
+// statement inside it.
+QString select(const QString &statement, const std::vector<Column> &plan, QStringList &grouped)
 {
     QStringList names, selected;
     for (std::size_t i = 0; i < plan.size(); ++i) {
@@ -115,35 +92,68 @@ QString select(const QString &statement, const std::vector<Column> &plan, db::En
         names << x;
         QString value = x;
         if (plan[i].kind == Column::Kind::Date)
-            value = engine == db::Engine::SQLite ? sqliteDate(x, plan[i].time)
-                                                 : postgresDate(x, plan[i].time);
+            value = serverDate(x, plan[i].time);
         if (plan[i].kind != Column::Kind::Count)
             grouped << value;
-        else if (grouping)
-            value = u"COUNT(CASE WHEN CAST(%1 AS TEXT) <> '' THEN 1 END)"_s.arg(x);
         else
-            value = u"CASE WHEN CAST(%1 AS TEXT) <> '' THEN 1 ELSE 0 END"_s.arg(x);
+            value = u"COUNT(CASE WHEN CAST(%1 AS TEXT) <> '' THEN 1 END)"_s.arg(x);
         selected << value;
     }
-    if (grouping)
-        selected << u"COUNT(*)"_s;
+    selected << u"COUNT(*)"_s;
     return u"WITH q ("_s + names.join(u", "_s) + u") AS (\n"_s + nestable(statement) +
            u"\n) SELECT "_s + selected.join(u", "_s) + u" FROM q"_s;
 }
 
 } // namespace
 
-QString rowsStatement(const QString &statement, const std::vector<Column> &plan, db::Engine engine)
+QString statement(const QString &statement, const std::vector<Column> &plan)
 {
     QStringList grouped;
-    return select(statement, plan, engine, false, grouped);
+    const QString text = select(statement, plan, grouped);
+    return text + u" GROUP BY "_s + grouped.join(u", "_s);
 }
 
-QString statement(const QString &statement, const std::vector<Column> &plan, db::Engine engine)
+namespace {
+
+bool digits(std::string_view text, std::size_t from, std::size_t count, char highest = '9')
 {
-    QStringList grouped;
-    const QString text = select(statement, plan, engine, true, grouped);
-    return text + u" GROUP BY "_s + grouped.join(u", "_s);
+    for (std::size_t i = from; i < from + count; ++i)
+        if (text[i] < '0' || text[i] > (i == from ? highest : '9'))
+            return false;
+    return true;
+}
+
+// "2025-01-31", "2025-01-31 10:00", "2025-01-31 10:00:00" (or with a 'T'),
+// an hour below 24: a text cut from one of these is one the parser reads.
+bool isPlainDate(std::string_view text)
+{
+    const std::size_t n = text.size();
+    if (n != 10 && n != 16 && n != 19)
+        return false;
+    if (!digits(text, 0, 4) || text[4] != '-' || !digits(text, 5, 2) || text[7] != '-' ||
+        !digits(text, 8, 2))
+        return false;
+    if (n == 10)
+        return true;
+    if ((text[10] != ' ' && text[10] != 'T') || !digits(text, 11, 2, '2') || text[13] != ':' ||
+        !digits(text, 14, 2, '5') || text.substr(11, 2) >= "24")
+        return false;
+    return n == 16 || (text[16] == ':' && digits(text, 17, 2, '5'));
+}
+
+} // namespace
+
+std::string_view cutDate(std::string_view text, PivotGrain::Time time, std::string &scratch)
+{
+    if (!isPlainDate(text) || time == PivotGrain::Time::Exact)
+        return text;
+    if (time == PivotGrain::Time::Days)
+        return text.substr(0, 10);
+    if (time == PivotGrain::Time::Minutes || text.size() == 10)
+        return text.substr(0, std::min<std::size_t>(text.size(), 16));
+    scratch.assign(text.substr(0, 13));
+    scratch += ":00";
+    return scratch;
 }
 
 } // namespace qrt::pivot::PivotGroupedStatement

@@ -2,7 +2,7 @@
 // The statement of a grouped load: the page's statement, unchanged, as a
 // common table expression whose columns are renamed by position, grouped
 // by its columns at the grain asked for (in the engine, or on SQLite as
-// the rows arrive, see rowsStatement()), with the number of rows of each
+// the rows arrive, see cutDate()), with the number of rows of each
 // group and, for a column of nearly unique texts, the number of its
 // non-blank values. Only standard grouping and the engine's own date
 // functions, so an engine that spreads a table over many machines runs it
@@ -22,6 +22,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace qrt::pivot::PivotGroupedStatement {
@@ -55,15 +57,16 @@ PivotGrain heldGrain(const std::vector<Sample> &samples, const std::vector<Colum
 QString nestable(const QString &statement);
 // The first rows, for the sample (engines that fetch a whole result at once).
 QString sampleStatement(const QString &statement);
-// The grouped statement over an already translated statement: one column
-// per planned column, in order, then the number of rows of the group. The
-// plan groups by at least one column.
-QString statement(const QString &statement, const std::vector<Column> &plan, db::Engine engine);
-// The same columns row by row, a counted column as 1 or 0, for the load to
-// group as the rows arrive. SQLite groups by sorting every row, several
-// times the cost of the scan itself; it runs in this process, so a hash
-// table over the rows as they are stepped does the same work at the
-// speed of the scan.
-QString rowsStatement(const QString &statement, const std::vector<Column> &plan, db::Engine engine);
+// The grouped statement of a server engine over an already translated
+// statement: one column per planned column, in order, then the number of
+// rows of the group. The plan groups by at least one column.
+QString statement(const QString &statement, const std::vector<Column> &plan);
+// SQLite's side of the same: SQLite groups by sorting every row, several
+// times the cost of the scan, and computing a cut date in SQL for every row
+// costs as much as the scan again. It runs in this process, so the load
+// steps the page's statement itself and groups the rows in a hash table as
+// they come, with each date text cut here: the day, hour or minute of a
+// plain form (`scratch` holds an hour's text), any other text whole.
+std::string_view cutDate(std::string_view text, PivotGrain::Time time, std::string &scratch);
 
 } // namespace qrt::pivot::PivotGroupedStatement

@@ -9,8 +9,10 @@
 #include "pivot/PivotColumnBuilder.h"
 #include "pivot/PivotData.h"
 #include "pivot/PivotGroupedStatement.h"
+#include "pivot/PivotRowRanges.h"
 
 #include <QSet>
+#include <QSqlQuery>
 
 #include <sqlite3.h>
 
@@ -19,12 +21,14 @@
 #endif
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -120,28 +124,36 @@ private:
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::array<Batch, 4> m_batches;
+    std::array<Batch, 6> m_batches;
     std::deque<Batch *> m_empty;
     std::deque<Batch *> m_full;
     bool m_finished = false;
     bool m_stopped = false;
 };
 
-void readRow(sqlite3_stmt *stmt, int columns, Batch &batch)
+// A column kept by its count gives 1 or 0 (a non-blank value or not),
+// the long texts it holds are not copied.
+void readRow(sqlite3_stmt *stmt, int columns, const std::vector<bool> &counted, Batch &batch)
 {
     for (int c = 0; c < columns; ++c) {
         Batch::Value value{0, 0, 0, sqlite3_column_type(stmt, c)};
+        const bool count = static_cast<std::size_t>(c) < counted.size() && counted[c];
         switch (value.type) {
         case SQLITE_INTEGER:
-            value.number = static_cast<double>(sqlite3_column_int64(stmt, c));
+            value.number = count ? 1 : static_cast<double>(sqlite3_column_int64(stmt, c));
             break;
         case SQLITE_FLOAT:
-            value.number = sqlite3_column_double(stmt, c);
+            value.number = count ? 1 : sqlite3_column_double(stmt, c);
             break;
         case SQLITE_TEXT:
         case SQLITE_BLOB: {
-            const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(stmt, c));
             value.type = SQLITE_TEXT;
+            if (count) {
+                value.type = SQLITE_INTEGER;
+                value.number = sqlite3_column_bytes(stmt, c) > 0 ? 1 : 0;
+                break;
+            }
+            const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(stmt, c));
             value.offset = batch.bytes.size();
             value.length = static_cast<std::size_t>(sqlite3_column_bytes(stmt, c));
             batch.bytes.append(text, value.length);
@@ -172,9 +184,16 @@ public:
         for (std::size_t i = 0; i < samples.size(); ++i) {
             m_builders.emplace_back(samples[i].name);
             m_kinds.push_back(plan[i].kind);
+            m_times.push_back(plan[i].time);
+            m_counted.push_back(merging && plan[i].kind == Kind::Count);
         }
         m_counts.resize(samples.size());
+        m_cut.resize(samples.size());
+        m_cutTexts.resize(samples.size());
     }
+
+    // The columns a merging load reads as 1 or 0.
+    const std::vector<bool> &counted() const { return m_counted; }
 
     bool isGrouped() const { return !m_kinds.empty(); }
     bool isMerging() const { return m_merging; }
@@ -190,9 +209,10 @@ public:
             const Batch::Value &v = row[c];
             m_key += static_cast<char>(v.type);
             if (v.type == SQLITE_TEXT) {
-                const auto length = static_cast<quint32>(v.length);
+                const std::string_view text = keyText(c, v, bytes);
+                const auto length = static_cast<quint32>(text.size());
                 m_key.append(reinterpret_cast<const char *>(&length), sizeof length);
-                m_key.append(bytes.substr(v.offset, v.length));
+                m_key.append(text);
             } else if (v.type != SQLITE_NULL) {
                 m_key.append(reinterpret_cast<const char *>(&v.number), sizeof v.number);
             }
@@ -204,6 +224,9 @@ public:
             for (std::size_t c = 0; c < m_builders.size(); ++c) {
                 if (m_kinds[c] == Kind::Count)
                     m_counts[c].push_back(0);
+                else if (row[c].type == SQLITE_TEXT)
+                    text(c, m_kinds[c] == Kind::Date ? m_cutTexts[c]
+                                                     : bytes.substr(row[c].offset, row[c].length));
                 else
                     add(c, row[c], bytes);
             }
@@ -281,6 +304,16 @@ public:
     std::vector<std::vector<quint32>> takeWeights() { return std::move(m_weights); }
 
 private:
+    // A merged row's text, a date cut to the planned time; the cut stays in
+    // m_cutTexts[c] until the next row.
+    std::string_view keyText(std::size_t c, const Batch::Value &v, std::string_view bytes)
+    {
+        const std::string_view whole = bytes.substr(v.offset, v.length);
+        if (m_kinds[c] != Kind::Date)
+            return whole;
+        return m_cutTexts[c] = PivotGroupedStatement::cutDate(whole, m_times[c], m_cut[c]);
+    }
+
     bool isCount(std::size_t c) const
     {
         return isGrouped() && (c >= m_builders.size() || m_kinds[c] == Kind::Count);
@@ -297,6 +330,10 @@ private:
 
     Builders m_builders;
     std::vector<Kind> m_kinds;
+    std::vector<PivotGrain::Time> m_times;
+    std::vector<bool> m_counted;
+    std::vector<std::string> m_cut;           // merging: an hour's text per date column
+    std::vector<std::string_view> m_cutTexts; // merging: this row's cut dates
     std::vector<std::vector<quint32>> m_weights;
     bool m_merging = false;
     std::string m_key;
@@ -341,19 +378,50 @@ sqlite3_stmt *prepareSqlite(sqlite3 *handle, const QString &sql, QString *error)
     return stmt;
 }
 
-// The SQLite path: one prepared statement (already translated; the
-// source's own tables go in front here), values read as the engine keeps them.
-bool readSqlite(db::Connection &connection, const QString &sql, Sink &sink,
-                const PivotLoader::Progress &progress, QString *error)
+// One statement to step, on a connection of its own.
+struct Part
 {
-    sqlite3 *handle = connection.sqliteHandle();
-    sqlite3_stmt *stmt = prepareSqlite(handle, connection.source().apply(sql), error);
-    if (!stmt)
-        return false;
-    const int columns = sqlite3_column_count(stmt);
-    for (int c = 0; c < columns; ++c)
-        sink.name(QString::fromUtf8(sqlite3_column_name(stmt, c)));
+    sqlite3 *handle = nullptr;
+    sqlite3_stmt *stmt = nullptr;
+    int rc = SQLITE_DONE;
+    bool cancelled = false;
+    std::atomic<qint64> rows = 0; // published a batch at a time, for the progress
+};
 
+// Steps a part into the queue until its end, an error, the other part's
+// failure (`stop`) or a cancel from `progress`, which only one part is given.
+void step(Part &part, const std::vector<bool> &counted, BatchQueue &queue, std::atomic<bool> &stop,
+          const std::function<bool(qint64 rows)> &progress)
+{
+    const int columns = sqlite3_column_count(part.stmt);
+    Batch *batch = nullptr;
+    qint64 rows = 0;
+    while (!stop && (part.rc = sqlite3_step(part.stmt)) == SQLITE_ROW) {
+        if (!batch && !(batch = queue.empty()))
+            break;
+        readRow(part.stmt, columns, counted, *batch);
+        if (batch->rows == Batch::Rows) {
+            queue.push(batch);
+            batch = nullptr;
+            part.rows = rows + 1;
+        }
+        if (++rows % PivotLoader::ProgressStep == 0 && progress && !progress(rows)) {
+            part.cancelled = true;
+            break;
+        }
+    }
+    const bool done = part.rc == SQLITE_DONE && !part.cancelled;
+    if (batch)
+        done ? queue.push(batch) : queue.recycle(batch);
+    part.rows = rows;
+    if (!done)
+        stop = true;
+}
+
+// Steps the parts at once, each on a thread, into the sink on another.
+bool readParts(std::array<Part, 2> &parts, std::size_t count, Sink &sink,
+               const PivotLoader::Progress &progress, QString *error)
+{
     BatchQueue queue;
     std::thread encoder([&] {
         while (Batch *batch = queue.full()) {
@@ -361,36 +429,121 @@ bool readSqlite(db::Connection &connection, const QString &sql, Sink &sink,
             queue.recycle(batch);
         }
     });
-    qint64 rows = 0;
-    int rc = SQLITE_ROW;
-    Batch *batch = nullptr;
-    bool cancelled = false;
-    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
-        if (!batch && !(batch = queue.empty()))
-            break;
-        readRow(stmt, columns, *batch);
-        if (batch->rows == Batch::Rows) {
-            queue.push(batch);
-            batch = nullptr;
-        }
-        if (++rows % PivotLoader::ProgressStep == 0 && !reportProgress(progress, rows)) {
-            cancelled = true;
-            break;
-        }
-    }
-    if (batch && !cancelled)
-        queue.push(batch);
-    if (cancelled || (rc != SQLITE_ROW && rc != SQLITE_DONE))
-        queue.stop();
-    else
-        queue.finish();
+    std::atomic<bool> stop = false;
+    std::thread second;
+    if (count > 1)
+        second = std::thread([&] { step(parts[1], sink.counted(), queue, stop, {}); });
+    step(parts[0], sink.counted(), queue, stop, [&](qint64 rows) {
+        return reportProgress(progress, rows + (count > 1 ? parts[1].rows.load() : 0));
+    });
+    if (second.joinable())
+        second.join();
+    const bool done = std::all_of(parts.begin(), parts.begin() + count, [](const Part &part) {
+        return part.rc == SQLITE_DONE && !part.cancelled;
+    });
+    done ? queue.finish() : queue.stop();
     encoder.join();
-    if (cancelled)
-        *error = PivotLoader::cancelledText();
-    else if (rc != SQLITE_DONE)
-        *error = u"reading rows failed: "_s + QString::fromUtf8(sqlite3_errmsg(handle));
+    for (std::size_t i = 0; i < count && !done; ++i) {
+        if (parts[i].cancelled)
+            *error = PivotLoader::cancelledText();
+        else if (parts[i].rc != SQLITE_DONE && parts[i].rc != SQLITE_ROW && error->isEmpty())
+            *error =
+                u"reading rows failed: "_s + QString::fromUtf8(sqlite3_errmsg(parts[i].handle));
+    }
+    if (!done && error->isEmpty())
+        *error = u"reading rows failed"_s;
+    for (std::size_t i = 0; i < count; ++i)
+        sqlite3_finalize(parts[i].stmt);
+    return done;
+}
+
+// The SQLite path: one prepared statement (already translated; the
+// source's own tables go in front here), values read as the engine keeps them.
+bool readSqlite(db::Connection &connection, const QString &sql, Sink &sink,
+                const PivotLoader::Progress &progress, QString *error)
+{
+    std::array<Part, 2> parts;
+    parts[0].handle = connection.sqliteHandle();
+    parts[0].stmt = prepareSqlite(parts[0].handle, connection.source().apply(sql), error);
+    if (!parts[0].stmt)
+        return false;
+    for (int c = 0; c < sqlite3_column_count(parts[0].stmt); ++c)
+        sink.name(QString::fromUtf8(sqlite3_column_name(parts[0].stmt, c)));
+    return readParts(parts, 1, sink, progress, error);
+}
+
+bool rowidRange(sqlite3 *handle, qint64 &low, qint64 &high)
+{
+    sqlite3_stmt *stmt = nullptr;
+    const bool read = sqlite3_prepare_v2(handle, "SELECT min(rowid), max(rowid) FROM main.News", -1,
+                                         &stmt, nullptr) == SQLITE_OK &&
+                      sqlite3_step(stmt) == SQLITE_ROW &&
+                      sqlite3_column_type(stmt, 0) == SQLITE_INTEGER;
+    if (read) {
+        low = sqlite3_column_int64(stmt, 0);
+        high = sqlite3_column_int64(stmt, 1);
+    }
     sqlite3_finalize(stmt);
-    return !cancelled && rc == SQLITE_DONE;
+    return read && high > low;
+}
+
+// The two halves of News as two parts, the second on a connection of its
+// own, where the statement reads News row by row (see PivotRowRanges);
+// none when it is to be read whole, and -1 when the load was cancelled
+// meanwhile.
+int halves(db::Connection &connection, db::Connection &second, const QString &connectionString,
+           const QString &sql, db::StatementInterrupt *interrupt, std::array<Part, 2> &parts)
+{
+    qint64 low = 0, high = 0;
+    if (connection.source().isReader() || !PivotRowRanges::readsNewsRowByRow(sql) ||
+        !rowidRange(connection.sqliteHandle(), low, high) ||
+        !second.Open(connectionString, db::Connection::Access::ReadOnly,
+                     db::Connection::LongStatementTimeoutSeconds) ||
+        !second.sqliteHandle() || second.source().isReader())
+        return 0;
+    const qint64 middle = low + (high - low) / 2;
+    const qint64 bounds[] = {low - 1, middle, high};
+    db::Connection *connections[] = {&connection, &second};
+    QString ignored;
+    for (std::size_t i = 0; i < 2; ++i) {
+        parts[i].handle = connections[i]->sqliteHandle();
+        parts[i].stmt = prepareSqlite(
+            parts[i].handle, PivotRowRanges::over(sql, bounds[i], bounds[i + 1]), &ignored);
+    }
+    if (!parts[0].stmt || !parts[1].stmt) {
+        for (Part &part : parts)
+            sqlite3_finalize(std::exchange(part.stmt, nullptr));
+        return 0;
+    }
+    if (interrupt && !interrupt->arm([one = connection.interrupter(), two = second.interrupter()] {
+            one();
+            two();
+        })) {
+        for (Part &part : parts)
+            sqlite3_finalize(std::exchange(part.stmt, nullptr));
+        return -1;
+    }
+    return 2;
+}
+
+// A grouped load's rows, in two halves at once where it can.
+bool readSqliteGrouped(db::Connection &connection, const QString &connectionString,
+                       const QString &sql, Sink &sink, const PivotLoader::Progress &progress,
+                       db::StatementInterrupt *interrupt, QString *error)
+{
+    db::Connection second;
+    std::array<Part, 2> parts;
+    const int count = halves(connection, second, connectionString, sql, interrupt, parts);
+    if (count < 0) {
+        *error = PivotLoader::cancelledText();
+        return false;
+    }
+    if (count == 0)
+        return readSqlite(connection, sql, sink, progress, error);
+    const bool read = readParts(parts, 2, sink, progress, error);
+    if (interrupt)
+        interrupt->arm(connection.interrupter());
+    return read;
 }
 
 // Every other engine: the record set, a QVariant per value, into the sink's
@@ -504,14 +657,31 @@ bool sample(db::Connection &connection, const QString &commandText, Sampler &sam
     return true;
 }
 
+// PostgreSQL cannot tell how few the groups are (days by channels, against
+// as many as there are rows by its estimate), so it would sort every row of
+// the join on disk to group them; a hash table holds the real groups in a
+// few megabytes. Compiling the statement to machine code costs seconds
+// more than it saves for a statement that runs once.
+void preferHashing(db::Connection &connection)
+{
+    if (connection.engine() != db::Engine::PostgreSQL)
+        return;
+    QSqlQuery query(connection.database());
+    for (const QString &setting :
+         {u"SET jit = off"_s, u"SET work_mem = '256MB'"_s, u"SET enable_sort = off"_s})
+        query.exec(setting);
+}
+
 enum class Outcome { Done, Failed, AllRowsInstead };
 
 // The grouped load; AllRowsInstead when the statement cannot be grouped
 // (it does not nest, a column the sample took for dates is not all dates,
 // nothing is left to group by), so that the rows themselves are read.
-Outcome readGrouped(db::Connection &connection, const QString &commandText, const PivotGrain &grain,
-                    const PivotLoader::Progress &progress, std::vector<PivotColumn> &columns,
-                    PivotGrain &held, std::vector<std::vector<quint32>> &weights, QString *error)
+Outcome readGrouped(db::Connection &connection, const QString &connectionString,
+                    const QString &commandText, const PivotGrain &grain,
+                    const PivotLoader::Progress &progress, db::StatementInterrupt *interrupt,
+                    std::vector<PivotColumn> &columns, PivotGrain &held,
+                    std::vector<std::vector<quint32>> &weights, QString *error)
 {
     if (const QString why = db::StatementGuard::refusal(commandText); !why.isEmpty()) {
         *error = u"statement refused: "_s + why;
@@ -528,13 +698,13 @@ Outcome readGrouped(db::Connection &connection, const QString &commandText, cons
         return Outcome::AllRowsInstead;
     const bool sqlite = connection.engine() == db::Engine::SQLite;
     const QString translated = db::Dialect::translate(commandText, connection.engine());
-    const QString sql =
-        sqlite ? PivotGroupedStatement::rowsStatement(translated, plan, connection.engine())
-               : PivotGroupedStatement::statement(translated, plan, connection.engine());
+    const QString sql = sqlite ? translated : PivotGroupedStatement::statement(translated, plan);
     Sink sink(samples, plan, sqlite);
+    preferHashing(connection);
     QString reason;
     const bool read = connection.engine() == db::Engine::SQLite
-                          ? readSqlite(connection, sql, sink, progress, &reason)
+                          ? readSqliteGrouped(connection, connectionString, sql, sink, progress,
+                                              interrupt, &reason)
                           : readRecordset(connection, sql, sink, progress, &reason);
     if (!read) {
         if (reason != PivotLoader::cancelledText())
@@ -585,8 +755,8 @@ std::shared_ptr<PivotData> PivotLoader::load(const QString &connectionString,
     } else {
         Outcome outcome = Outcome::AllRowsInstead;
         if (!grain.isAllRows())
-            outcome = readGrouped(connection, commandText, grain, progress, columns, held, weights,
-                                  &reason);
+            outcome = readGrouped(connection, connectionString, commandText, grain, progress,
+                                  interrupt, columns, held, weights, &reason);
         ok = outcome == Outcome::Done;
         if (outcome == Outcome::AllRowsInstead) {
             Sink sink;
