@@ -2,8 +2,6 @@
 //   settings_helper write SECTION PREFIX COUNT   saves PREFIX0..PREFIX<COUNT-1> = 0..COUNT-1
 //   settings_helper loop SECTION KEY             saves KEY = 1, 2, 3, ... until killed,
 //                                                printing each number once it is stored
-//   settings_helper unprivileged PROGRAM ARGS... runs PROGRAM without root's power to
-//                                                write into folders it has no write right to
 // The settings go to Software\Koltrin\Zorvane of the current user's store.
 
 #include "base/ComponentError.h"
@@ -12,11 +10,6 @@
 #include <QCoreApplication>
 
 #include <cstdio>
-#include <cstring>
-#include <linux/capability.h>
-#include <sys/prctl.h>
-#include <unistd.h>
-#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -47,29 +40,10 @@ int loop(const QString &section, const QString &key)
     }
 }
 
-// Root passes every permission check on files; without these capabilities
-// in its bounding set, the program it starts is held to the mode bits.
-int unprivileged(char **argv)
-{
-    if (geteuid() == 0) {
-        for (const int capability : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH, CAP_FOWNER}) {
-            if (prctl(PR_CAPBSET_DROP, capability, 0, 0, 0) != 0) {
-                std::perror("settings_helper: prctl");
-                return 125;
-            }
-        }
-    }
-    execv(argv[0], argv);
-    std::perror("settings_helper: execv");
-    return 127;
-}
-
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    if (argc > 2 && std::strcmp(argv[1], "unprivileged") == 0)
-        return unprivileged(argv + 2);
     QCoreApplication app(argc, argv);
     const QStringList args = QCoreApplication::arguments();
     try {
@@ -81,8 +55,6 @@ int main(int argc, char *argv[])
         std::fprintf(stderr, "settings_helper: %s\n", error.what());
         return 1;
     }
-    std::fputs("usage: settings_helper write SECTION PREFIX COUNT | loop SECTION KEY |"
-               " unprivileged PROGRAM ARGS...\n",
-               stderr);
+    std::fputs("usage: settings_helper write SECTION PREFIX COUNT | loop SECTION KEY\n", stderr);
     return 2;
 }
