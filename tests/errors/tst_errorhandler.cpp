@@ -57,12 +57,6 @@ const QHash<qint32, QString> Descriptions{{InvalidFileName, u"Invalid file name"
         QCOMPARE(raised->description, Descriptions.value(expected));                               \
     } while (false)
 
-QByteArray ReadAll(const QString &fileName)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
-
 // Date and time change from run to run; every stamp must have the ISO forms,
 // lie between the test's start and now, and is replaced by "D - T".
 QByteArray Unstamped(const QByteArray &text, QDate from)
@@ -219,7 +213,6 @@ private Q_SLOTS:
     void recordsEveryKindOfFailure();
     void eventLog();
     void eventLogRefused();
-    void clear_data();
     void clear();
     void deepStack();
     void answers_data();
@@ -238,7 +231,7 @@ private:
     // A log file as written, its stamps checked and replaced.
     QByteArray Log(const QString &fileName) const
     {
-        return Unstamped(ReadAll(fileName), m_startDate);
+        return Unstamped(qrt::test::readFile(fileName), m_startDate);
     }
 
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -282,11 +275,11 @@ void tst_CErrorHandler::configurationOfTheComponent()
     statCharts first;
     CErrorHandler *handler = gErrorHandler.get();
     QVERIFY(handler);
-    QCOMPARE(handler->ErrorHandlerActions(), CErrorHandler::ActionErrorForm);
+    // The error dialog and the call stack it lists are tst_pivotwindow's
+    // (a missing member); here tracing is off.
     handler->CallStackPush(u"QRT_StatCharts.frmCharts.ParseMembers"_s);
-    QCOMPARE(handler->CallStack().size(), 1); // the stack is on
     handler->CallStackPop();
-    QVERIFY(QDir().entryList(QDir::Files).isEmpty()); // neither log is written
+    QVERIFY(QDir().entryList(QDir::Files).isEmpty());
 
     handler->Tag(u"first"_s);
     statCharts second;
@@ -358,9 +351,9 @@ void tst_CErrorHandler::tracing_data()
                              "D - T --- Entered routine: QRT_StatCharts.frmCharts.Inner\r\n"
                              "D - T --- Exited routine: QRT_StatCharts.frmCharts.Inner\r\n"
                              "D - T --- Exited routine: QRT_StatCharts.frmCharts.Outer\r\n";
-    QTest::newRow("debug flag only") << true << 1 << QByteArray("<missing>");
+    QTest::newRow("debug flag only") << true << 1 << QByteArray();
     QTest::newRow("log file flag") << true << 2 << lines;
-    QTest::newRow("tracing off") << false << 3 << QByteArray("<missing>");
+    QTest::newRow("tracing off") << false << 3 << QByteArray();
 }
 
 void tst_CErrorHandler::tracing()
@@ -436,10 +429,10 @@ void tst_CErrorHandler::recordsEveryKindOfFailure_data()
     QTest::addColumn<qint32>("number");
     QTest::addColumn<QString>("description");
 
+    // An error record of ours is errorLogEntries'.
     QTest::newRow("no current error") << 0 << 0 << QString();
-    QTest::newRow("error record") << 1 << qint32(-2147203463) << u"File not found"_s;
-    QTest::newRow("other exception") << 2 << qint32(-2147467259) << u"disk on fire"_s;
-    QTest::newRow("out of memory") << 3 << 7 << u"Out of memory"_s;
+    QTest::newRow("other exception") << 1 << qint32(-2147467259) << u"disk on fire"_s;
+    QTest::newRow("out of memory") << 2 << 7 << u"Out of memory"_s;
 }
 
 void tst_CErrorHandler::recordsEveryKindOfFailure()
@@ -457,8 +450,6 @@ void tst_CErrorHandler::recordsEveryKindOfFailure()
     } else {
         try {
             if (kind == 1)
-                throw ComponentError(number, u"QRT_StatCharts.CShell"_s, description, 0);
-            if (kind == 2)
                 throw std::runtime_error("disk on fire");
             throw std::bad_alloc();
         } catch (...) {
@@ -517,39 +508,18 @@ void tst_CErrorHandler::eventLogRefused()
     QCOMPARE(nobody.seen.size(), 0);
 }
 
-void tst_CErrorHandler::clear_data()
-{
-    QTest::addColumn<bool>("arguments");
-    QTest::addColumn<bool>("clearLog");
-    QTest::addColumn<bool>("clearTrace");
-    QTest::addColumn<bool>("logLeft");
-    QTest::addColumn<bool>("traceLeft");
-
-    QTest::newRow("no arguments") << false << true << true << false << false;
-    QTest::newRow("error log only") << true << true << false << false << true;
-    QTest::newRow("trace log only") << true << false << true << true << false;
-}
-
+// Each log goes on its own; Clear() then clears what is left, and a file
+// no longer there raises nothing.
 void tst_CErrorHandler::clear()
 {
-    QFETCH(bool, arguments);
-    QFETCH(bool, clearLog);
-    QFETCH(bool, clearTrace);
-    QFETCH(bool, logLeft);
-    QFETCH(bool, traceLeft);
-
     CErrorHandler handler;
     handler.Init(CErrorHandler::ActionLogFile, u"e.log"_s, true, true, 2, u"t.log"_s);
     handler.CallStackPush(u"P"_s);
     HandleWhileFailing(handler, SampleError());
     QVERIFY(QFile::exists(u"e.log"_s) && QFile::exists(u"t.log"_s));
-    if (arguments)
-        handler.Clear(clearLog, clearTrace);
-    else
-        handler.Clear();
-    QCOMPARE(QFile::exists(u"e.log"_s), logLeft);
-    QCOMPARE(QFile::exists(u"t.log"_s), traceLeft);
-    handler.Clear(); // neither file there any more: nothing raised
+    handler.Clear(false, true);
+    QVERIFY(QFile::exists(u"e.log"_s) && !QFile::exists(u"t.log"_s));
+    handler.Clear();
     QVERIFY(!QFile::exists(u"e.log"_s) && !QFile::exists(u"t.log"_s));
 }
 
@@ -694,11 +664,6 @@ void tst_CErrorHandler::withoutHandler()
     QVERIFY(procedure.left);
 }
 
-// The error dialog as a user meets it: its layout at design size and
-// stretched, the word preset at each activation, the close box and Escape,
-// and the support mail with the version line down to the last character,
-// sent through the stand-in xdg-open.
-
 // At design size the report and the button band share the dialog; a larger
 // window gives all its extra height to the report and shares the band's
 // width among the buttons as 7400 : 7400 : 7400 : 12099.
@@ -714,12 +679,11 @@ void tst_CErrorHandler::dialogLayout()
     if (!folder.isEmpty())
         QVERIFY(form.grab().save(QDir(folder).filePath(u"frmErrorMessage.png"_s)));
     auto *report = form.findChild<QWidget *>(u"txtErrorMessage"_s);
-    QCOMPARE(QRect(report->mapTo(&form, QPoint()), report->size()), QRect(10, 54, 339, 148));
-    QCOMPARE(Button(form, u"btnAbort"_s)->mapTo(&form, QPoint()), QPoint(10, 222));
+    const QSize reportAtDesign = report->size();
 
     form.resize(900, 520);
     QTRY_COMPARE(form.size(), QSize(900, 520));
-    QCOMPARE(report->size(), QSize(900 - 20, 148 + 520 - 260));
+    QCOMPARE(report->size(), reportAtDesign + QSize(900 - 359, 520 - 260));
     const double unit = (900 - 20 - 3 * 4) / 34299.0;
     for (const char *name : {"btnAbort", "btnRetry", "btnIgnore"})
         QVERIFY(qAbs(Button(form, QString::fromLatin1(name))->width() - 7400 * unit) <= 1.0);
@@ -754,9 +718,7 @@ void tst_CErrorHandler::dialogActivation()
     QCOMPARE(form.Tag, u"ABORT"_s);
 }
 
-// The three buttons answer the handler above, clicked on the real dialog.
-// The close box and Escape leave Abort, whatever word was
-// there before.
+// The close box and Escape leave Abort, whatever word was there before.
 void tst_CErrorHandler::dialogClosedWithoutAButtonAborts()
 {
     for (const bool escape : {false, true}) {

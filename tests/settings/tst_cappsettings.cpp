@@ -1,14 +1,8 @@
-// CAppSettings: its properties and their refusals, the table of errors, the
-// typing of stored values, defaults, key listing and deletion, all on real
-// settings files in a private home. Below it, the node store and its file:
-// the paths it refuses, entry forms in the JSON file, and what a hand-edited
-// or damaged file does.
-// Last, the settings file shared by real processes: writers running at once
-// lose nothing, a writer killed mid-write leaves a whole file, a damaged file
-// is set aside by whichever program meets it, and a folder that can't be
-// written, or a disk that fills up during the write, refuses a save without
-// touching the file in it; and zorvane-stats settings as a user and a script
-// see it: its output and its exit codes.
+// CAppSettings and the node store below it on real settings files in a
+// private home: refusals and their errors, the typing of stored values,
+// entry forms in the JSON file, hand-edited and damaged files. Then the file
+// shared by real processes: concurrent and killed writers, a read-only
+// folder and a full disk; and zorvane-stats settings as a script sees it.
 
 #include "Raised.h"
 #include "SettingsTestHome.h"
@@ -16,6 +10,7 @@
 #include "settings/CAppSettings.h"
 #include "settings/SettingsStore.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -27,9 +22,12 @@
 #include <QTest>
 #include <QThread>
 
+#include <cmath>
+#include <cstdio>
 #include <functional>
 #include <limits>
 #include <optional>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using qrt::settings::SettingsStore;
@@ -103,25 +101,22 @@ private Q_SLOTS:
     void initStoresCompanyBeforeRefusingAppName();
     void errorTable_data();
     void errorTable();
-    void refusedSaveKeepsStoredValueAndVariable_data();
-    void refusedSaveKeepsStoredValueAndVariable();
     void roundTrip_data();
     void roundTrip();
+    void numbersRoundHalfToEven();
     void getSettingGivesDefault_data();
     void getSettingGivesDefault();
     void sectionPaths();
     void getAllKeys();
     void deleteSetting();
-    void invalidPaths_data();
     void invalidPaths();
     void entryForms_data();
     void entryForms();
-    void handEditedValuesAreKept();
+    void handEditedValues();
     void damagedFilesAreSetAside();
     void leftoversOfDeadWritersGo();
     void concurrentWritersLoseNothing();
     void killedWriterLeavesAWholeFile();
-    void damagedFileIsSetAsideByTheNextProgram();
     void refusedSaveLeavesTheFile_data();
     void refusedSaveLeavesTheFile();
     void commands_data();
@@ -132,7 +127,7 @@ private:
     // Makes the store's folder read-only (when on) until the guard ends.
     auto readOnlyFolder(bool on = true)
     {
-        const QString folder = QFileInfo(m_home.userFile()).absolutePath();
+        const QString folder = QFileInfo(m_file).absolutePath();
         if (on)
             QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner | QFile::ReadGroup |
                                               QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther);
@@ -143,30 +138,27 @@ private:
                                                   QFile::ExeGroup);
         });
     }
-    // Root writes into any folder: the helper drops that power before it
-    // starts the program, which is then held to the folder's mode bits.
+    // Root writes into any folder: without the capabilities for that, the
+    // program is held to the folder's mode bits.
     ProgramRun unprivileged(const QStringList &arguments)
     {
-        return runProgram(
-            QStringLiteral(SETTINGS_HELPER),
-            QStringList{u"unprivileged"_s, qEnvironmentVariable("ZORVANE_STATS"), u"settings"_s} +
-                arguments);
+        QStringList command{qEnvironmentVariable("ZORVANE_STATS"), u"settings"_s};
+        if (geteuid() == 0)
+            command = QStringList{u"setpriv"_s,
+                                  u"--bounding-set=-dac_override,-dac_read_search,-fowner"_s,
+                                  u"--inh-caps=-all"_s} +
+                      command;
+        return runProgram(command.first(), command.mid(1) + arguments);
     }
-    // The program with the store's folder on a disk that has room for
-    // spaceLeft more bytes (see fulldisk_shim.c).
+    // The program on a disk that takes spaceLeft more bytes of a file: a
+    // file size limit, its signal ignored, fails the write midway with an
+    // error, as a disk does when it fills up.
     ProgramRun onFullDisk(const QStringList &arguments, qint64 spaceLeft)
     {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"LD_PRELOAD"_s, QStringLiteral(FULL_DISK_SHIM));
-        environment.insert(
-            u"QRT_FULL_DISK_DIR"_s,
-            QFileInfo(QFileInfo(m_home.userFile()).absolutePath()).canonicalFilePath());
-        environment.insert(u"QRT_FULL_DISK_AFTER"_s, QString::number(spaceLeft));
-        // AddressSanitizer wants its own library first; the shim comes before it.
-        const QString asan = environment.value(u"ASAN_OPTIONS"_s);
-        environment.insert(u"ASAN_OPTIONS"_s,
-                           (asan.isEmpty() ? asan : asan + u':') + u"verify_asan_link_order=0"_s);
-        return runSettings(arguments, environment);
+        const QString limit = u"trap '' XFSZ; ulimit -f %1; exec \"$0\" settings \"$@\""_s;
+        return runProgram(u"sh"_s, QStringList{u"-c"_s, limit.arg(qMax(spaceLeft / 512, 1)),
+                                               qEnvironmentVariable("ZORVANE_STATS")} +
+                                       arguments);
     }
 
     // A file where the user's settings folder should be stops even root;
@@ -179,8 +171,8 @@ private:
     }
 
     SettingsTestHome m_home;
-    QString m_file;     // the user's settings file
-    QVariant m_setting; // a caller's variable, for a row that saves one
+    QString m_file;                     // the user's settings file
+    QVariant m_setting, m_settingAfter; // a caller's variable, and what it should hold after
 };
 
 void tst_CAppSettings::initTestCase()
@@ -197,6 +189,7 @@ void tst_CAppSettings::init()
     m_home.clear();
     m_file = m_home.userFile();
     m_setting.clear();
+    m_settingAfter.clear();
 }
 
 void tst_CAppSettings::initStoresCompanyBeforeRefusingAppName()
@@ -219,6 +212,14 @@ void tst_CAppSettings::errorTable_data()
     const QString cls = u"QRT_StatCharts.CAppSettings"_s;
     const QString store = u"QRT_StatCharts.CAppSetting"_s;
     const QString failure = u"CAppSettings component failure"_s;
+    // Saves value from the caller's variable, which is to hold `after` then.
+    const auto save = [this](const QVariant &value, const QVariant &after) {
+        return Action([this, value, after](CAppSettings &s) {
+            m_setting = value;
+            m_settingAfter = after;
+            s.SaveSetting(Section, u"LEGEND"_s, m_setting);
+        });
+    };
 
     QTest::newRow("Init with an empty AppName")
         << none << Action([](CAppSettings &s) { s.Init(u"Koltrin"_s, QString()); }) << 0x8004427Du
@@ -237,12 +238,18 @@ void tst_CAppSettings::errorTable_data()
     // The caller's variable takes the stored integer before the write is
     // checked: the failed write leaves it rounded all the same.
     QTest::newRow("SaveSetting where the settings folder can't be made")
-        << none << Action([this](CAppSettings &s) {
+        << none << Action([this, save](CAppSettings &s) {
                blockUserFolder();
-               m_setting = 4.5;
-               s.SaveSetting(Section, u"LEGEND"_s, m_setting);
+               save(4.5, 4)(s);
            })
         << 0x80044281u << store << u"Failed saving the application setting"_s;
+    // A value that is no text and no 32-bit number is refused before the
+    // write, and the caller's variable keeps it as it was.
+    for (const QVariant &value : {QVariant(), QVariant(2147483647.5), QVariant(-5000000000LL),
+                                  QVariant(4000000000ULL), QVariant(qQNaN())}) {
+        QTest::addRow("SaveSetting of %s", qPrintable(value.toString()))
+            << none << save(value, value) << 0x80044284u << cls << failure;
+    }
     // GetAllKeys of a missing section: commands() reads its error whole.
     QTest::newRow("GetSetting of a text entry without terminator") << Action([](CAppSettings &) {
         SettingsStore(qrt::settings::StoreRoot::CurrentUser)
@@ -250,7 +257,7 @@ void tst_CAppSettings::errorTable_data()
     }) << Action([](CAppSettings &s) { s.GetSetting(Section, u"EMPTY"_s, u"d"_s); })
                                                                    << 0x80044284u << cls << failure;
     QTest::newRow("GetAllKeys of 32,768 names") << Action([this](CAppSettings &) {
-        QVERIFY(SettingsTestHome::write(m_home.userFile(), fileWithEntries(Section, 32768)));
+        QVERIFY(SettingsTestHome::write(m_file, fileWithEntries(Section, 32768)));
     }) << Action([](CAppSettings &s) {
         QStringList keys;
         s.GetAllKeys(Section, keys);
@@ -267,10 +274,9 @@ void tst_CAppSettings::errorTable()
 
     CAppSettings settings = zorvaneSettings();
     settings.SaveSetting(Section, u"LEGEND"_s, u"1"_s);
-    const QString file = m_home.userFile();
     setup(settings);
     const Properties before = propertiesOf(settings);
-    const QByteArray fileBefore = SettingsTestHome::contents(file);
+    const QByteArray fileBefore = SettingsTestHome::contents(m_file);
     const QVariant legendBefore = settings.GetSetting(Section, u"LEGEND"_s);
 
     const auto error = raisedBy([&] { action(settings); });
@@ -282,40 +288,10 @@ void tst_CAppSettings::errorTable()
     QCOMPARE(error->description, description);
     // A refused value or a failed operation leaves the object and the file as they were.
     QCOMPARE(propertiesOf(settings), before);
-    QCOMPARE(SettingsTestHome::contents(file), fileBefore);
+    QCOMPARE(SettingsTestHome::contents(m_file), fileBefore);
     QCOMPARE(settings.GetSetting(Section, u"LEGEND"_s), legendBefore);
-    if (m_setting.isValid())
-        QCOMPARE(m_setting, QVariant(4));
-}
-
-void tst_CAppSettings::refusedSaveKeepsStoredValueAndVariable_data()
-{
-    QTest::addColumn<QVariant>("value");
-    QTest::newRow("missing value") << QVariant();
-    QTest::newRow("rounds up out of range") << QVariant(2147483647.5);
-    QTest::newRow("64-bit out of range") << QVariant(Q_INT64_C(-5000000000));
-    QTest::newRow("unsigned 64-bit out of range") << QVariant(Q_UINT64_C(4000000000));
-    QTest::newRow("not a number") << QVariant(std::numeric_limits<double>::quiet_NaN());
-}
-
-void tst_CAppSettings::refusedSaveKeepsStoredValueAndVariable()
-{
-    QFETCH(QVariant, value);
-    const CAppSettings settings = zorvaneSettings();
-    settings.SaveSetting(Section, u"PERIOD"_s, 4);
-    const QByteArray fileBefore = SettingsTestHome::contents(m_home.userFile());
-
-    QVariant setting = value;
-    const auto error = raisedBy([&] { settings.SaveSetting(Section, u"PERIOD"_s, setting); });
-    QVERIFY(error);
-    QCOMPARE(static_cast<quint32>(error->number), 0x80044284u);
-    QCOMPARE(error->source, u"QRT_StatCharts.CAppSettings"_s);
-    QCOMPARE(error->description, u"CAppSettings component failure"_s);
-    QCOMPARE(SettingsTestHome::contents(m_home.userFile()), fileBefore);
-    QCOMPARE(settings.GetSetting(Section, u"PERIOD"_s), QVariant(4));
-    QCOMPARE(setting.typeId(), value.typeId());
-    if (value.typeId() != QMetaType::Double) // NaN never equals itself
-        QCOMPARE(setting, value);
+    QCOMPARE(m_setting.typeId(), m_settingAfter.typeId());
+    QCOMPARE(m_setting.toString(), m_settingAfter.toString()); // as text: NaN is not NaN
 }
 
 void tst_CAppSettings::roundTrip_data()
@@ -328,26 +304,16 @@ void tst_CAppSettings::roundTrip_data()
     const auto same = [](const char *name, const QVariant &value) {
         QTest::newRow(name) << value << value << value;
     };
-    same("empty text", text(u""_s));
     same("non-ASCII text", text(u"Zürich – 新闻 \\ \"q\""_s));
     QTest::newRow("largest") << QVariant(Q_INT64_C(2147483647)) << QVariant(2147483647)
                              << QVariant(2147483647);
-    QTest::newRow("smallest") << QVariant(Q_INT64_C(-2147483648)) << QVariant(-2147483647 - 1)
-                              << QVariant(-2147483647 - 1);
     QTest::newRow("unsigned 64-bit") << QVariant(Q_UINT64_C(7)) << QVariant(7) << QVariant(7);
-    QTest::newRow("half to even below") << QVariant(2.5) << QVariant(2) << QVariant(2);
-    QTest::newRow("half to even above") << QVariant(3.5) << QVariant(4) << QVariant(4);
     QTest::newRow("rounds into range")
         << QVariant(-2147483648.4) << QVariant(-2147483647 - 1) << QVariant(-2147483647 - 1);
     QTest::newRow("true") << QVariant(true) << text(u"True"_s) << QVariant(true);
-    QTest::newRow("date") << QVariant(QDate(2005, 3, 15)) << text(u"2005-03-15"_s)
-                          << QVariant(QDate(2005, 3, 15));
     const QDateTime morning(QDate(2005, 3, 15), QTime(10, 30));
     QTest::newRow("date and time")
         << QVariant(morning) << text(u"2005-03-15 10:30:00"_s) << QVariant(morning);
-    const QDateTime midnight(QDate(2005, 3, 15), QTime(0, 0));
-    QTest::newRow("date at midnight")
-        << QVariant(midnight) << text(u"2005-03-15"_s) << QVariant(midnight);
     QTest::newRow("time") << QVariant(QTime(12, 30)) << text(u"12:30:00"_s)
                           << QVariant(QTime(12, 30));
 }
@@ -368,44 +334,59 @@ void tst_CAppSettings::roundTrip()
     QCOMPARE(setting, variable);
 
     // The store holds exactly a text or a 32-bit integer.
-    const auto entry = SettingsStore(m_home.userFile()).entry(SectionPath, u"KEY"_s);
+    const auto entry = SettingsStore(m_file).entry(SectionPath, u"KEY"_s);
     QVERIFY(entry);
     QCOMPARE(entry->type, stored.typeId() == QMetaType::Int ? 4u : 1u);
     QCOMPARE(entry->data.size(),
              stored.typeId() == QMetaType::Int ? 4 : stored.toString().toUtf8().size() + 1);
 }
 
+// Random numbers and halves against rounding worked out by hand: to the
+// nearest integer, a half to the even one.
+void tst_CAppSettings::numbersRoundHalfToEven()
+{
+    const CAppSettings settings = zorvaneSettings();
+    auto *random = QRandomGenerator::global();
+    for (int i = 0; i < 100; ++i) {
+        const double whole = std::floor(random->bounded(4294967295.0) - 2147483648.0);
+        const double value = i % 2 ? whole + 0.5 : whole + random->generateDouble();
+        const double fraction = value - whole;
+        const bool up = fraction > 0.5 || (fraction == 0.5 && std::fmod(whole, 2.0) != 0.0);
+        QVariant setting = value;
+        settings.SaveSetting(Section, u"KEY"_s, setting);
+        const auto expected = static_cast<qint32>(up ? whole + 1 : whole);
+        QCOMPARE(settings.GetSetting(Section, u"KEY"_s), QVariant(expected));
+        QCOMPARE(setting, QVariant(expected));
+    }
+}
+
 void tst_CAppSettings::getSettingGivesDefault_data()
 {
-    QTest::addColumn<bool>("sectionExists");
+    // A missing section is deleteSetting's.
     QTest::addColumn<std::optional<StoreEntry>>("entry");
     QTest::addColumn<QVariant>("defaultValue");
     QTest::addColumn<QVariant>("expected");
 
     const std::optional<StoreEntry> none;
-    QTest::newRow("missing section") << false << none << QVariant(u"Plot"_s) << QVariant(u"Plot"_s);
-    QTest::newRow("missing key, no default") << true << none << QVariant() << QVariant();
+    QTest::newRow("missing key, no default") << none << QVariant() << QVariant();
     QTest::newRow("entry of another type")
-        << true << std::optional(StoreEntry{3, "\x01\x02"}) << QVariant(5) << QVariant(5);
+        << std::optional(StoreEntry{3, "\x01\x02"}) << QVariant(5) << QVariant(5);
     QTest::newRow("integer entry too long for 32 bits")
-        << true << std::optional(StoreEntry{4, QByteArray(8, '\x01')}) << QVariant(5)
-        << QVariant(5);
+        << std::optional(StoreEntry{4, QByteArray(8, '\x01')}) << QVariant(5) << QVariant(5);
     QTest::newRow("integer entry of two bytes")
-        << true << std::optional(StoreEntry{4, "\x34\x12"}) << QVariant(5) << QVariant(0x1234);
+        << std::optional(StoreEntry{4, "\x34\x12"}) << QVariant(5) << QVariant(0x1234);
     QTest::newRow("text entry cut at its last byte")
-        << true << std::optional(StoreEntry{1, "ab"}) << QVariant(5) << QVariant(u"a"_s);
+        << std::optional(StoreEntry{1, "ab"}) << QVariant(5) << QVariant(u"a"_s);
 }
 
 void tst_CAppSettings::getSettingGivesDefault()
 {
-    QFETCH(bool, sectionExists);
     QFETCH(std::optional<StoreEntry>, entry);
     QFETCH(QVariant, defaultValue);
     QFETCH(QVariant, expected);
 
-    const SettingsStore store(m_home.userFile());
-    if (sectionExists)
-        QVERIFY(store.setEntry(SectionPath, u"OTHER"_s, StoreEntry::text(u"x"_s)));
+    const SettingsStore store(m_file);
+    QVERIFY(store.setEntry(SectionPath, u"OTHER"_s, StoreEntry::text(u"x"_s)));
     if (entry)
         QVERIFY(store.setEntry(SectionPath, u"KEY"_s, *entry));
 
@@ -428,12 +409,11 @@ void tst_CAppSettings::sectionPaths()
     settings.RootKey(CAppSettings::MachineRoot);
     settings.SaveSetting(u"SEC"_s, u"K"_s, 4);
 
-    const QString user = m_home.userFile();
-    QCOMPARE(entryOf(user, u"Software\\MyCompany\\MyApplication\\SEC"_s, u"K"_s),
+    QCOMPARE(entryOf(m_file, u"Software\\MyCompany\\MyApplication\\SEC"_s, u"K"_s),
              StoreEntry::dword(1));
-    QCOMPARE(entryOf(user, u"Software\\Koltrin\\Zorvane\\A\\B"_s, u"K"_s), StoreEntry::dword(2));
-    QCOMPARE(entryOf(user, u"Programs\\Koltrin\\Zorvane\\SEC"_s, u"K"_s), StoreEntry::dword(3));
-    QCOMPARE(SettingsStore(user).nodeNames(u"Software\\Koltrin\\Zorvane"_s), QStringList{u"A"_s});
+    QCOMPARE(entryOf(m_file, u"Software\\Koltrin\\Zorvane\\A\\B"_s, u"K"_s), StoreEntry::dword(2));
+    QCOMPARE(entryOf(m_file, u"Programs\\Koltrin\\Zorvane\\SEC"_s, u"K"_s), StoreEntry::dword(3));
+    QCOMPARE(SettingsStore(m_file).nodeNames(u"Software\\Koltrin\\Zorvane"_s), QStringList{u"A"_s});
     QCOMPARE(entryOf(m_home.machineFile(), u"Programs\\Koltrin\\Zorvane\\SEC"_s, u"K"_s),
              StoreEntry::dword(4));
     QCOMPARE(settings.GetSetting(u"SEC"_s, u"K"_s), QVariant(4));
@@ -456,7 +436,7 @@ void tst_CAppSettings::getAllKeys()
     QCOMPARE(keys, QStringList{u"INNER"_s});
 
     // A section that exists without entries gives no keys and no error.
-    QVERIFY(SettingsStore(m_home.userFile()).createNode(SectionPath + u"\\EMPTY"_s));
+    QVERIFY(SettingsStore(m_file).createNode(SectionPath + u"\\EMPTY"_s));
     keys = QStringList{u"left over"_s};
     settings.GetAllKeys(Section + u"\\EMPTY"_s, keys);
     QVERIFY(keys.isEmpty());
@@ -467,7 +447,7 @@ void tst_CAppSettings::getAllKeys()
     QVERIFY(keys.isEmpty());
 
     // 32,767 names are the most a list holds (one more: the error table).
-    QVERIFY(SettingsTestHome::write(m_home.userFile(), fileWithEntries(Section, 32767)));
+    QVERIFY(SettingsTestHome::write(m_file, fileWithEntries(Section, 32767)));
     settings.GetAllKeys(Section, keys);
     QCOMPARE(keys.size(), 32767);
 }
@@ -493,12 +473,10 @@ void tst_CAppSettings::deleteSetting()
     QCOMPARE(settings.GetSetting(Section, u"LEGEND"_s), QVariant(u"1"_s));
     settings.DeleteSetting(Section, u"SUB"_s);
     QCOMPARE(settings.GetSetting(Section + u"\\SUB"_s, u"INNER"_s), QVariant());
-    QCOMPARE(settings.GetSetting(Section, u"LEGEND"_s), QVariant(u"1"_s));
 
     settings.DeleteSetting(Section);
     QStringList keys;
     QVERIFY(raisedBy([&] { settings.GetAllKeys(Section, keys); }));
-    QCOMPARE(settings.GetSetting(Section + u"\\SUB"_s, u"INNER"_s), QVariant());
     QCOMPARE(settings.GetSetting(u"STATMSCHART"_s, u"TYPE"_s), QVariant(7));
 
     // Deleting what is not there reports nothing.
@@ -506,21 +484,15 @@ void tst_CAppSettings::deleteSetting()
     settings.DeleteSetting(u"NOSUCHSECTION"_s, u"KEY"_s);
 }
 
-void tst_CAppSettings::invalidPaths_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::newRow("empty") << QString();
-    QTest::newRow("doubled backslash") << u"A\\\\B"_s;
-}
-
 void tst_CAppSettings::invalidPaths()
 {
-    QFETCH(QString, path);
     const SettingsStore store(m_file);
-    QVERIFY(!store.setEntry(path, u"k"_s, StoreEntry::dword(1)));
-    QVERIFY(!store.createNode(path));
-    QVERIFY(!store.entry(path, u"k"_s));
-    QVERIFY(!store.deleteNode(path));
+    for (const QString &path : {QString(), u"A\\\\B"_s}) {
+        QVERIFY(!store.setEntry(path, u"k"_s, StoreEntry::dword(1)));
+        QVERIFY(!store.createNode(path));
+        QVERIFY(!store.entry(path, u"k"_s));
+        QVERIFY(!store.deleteNode(path));
+    }
     QVERIFY(!QFileInfo::exists(m_file));
 }
 
@@ -530,13 +502,9 @@ void tst_CAppSettings::entryForms_data()
     QTest::addColumn<int>("jsonType");
 
     QTest::newRow("text") << StoreEntry::text(u"Plot"_s) << int(QJsonValue::String);
-    QTest::newRow("text with a zero inside")
-        << StoreEntry::text(u"a\0b"_s) << int(QJsonValue::String);
     QTest::newRow("integer") << StoreEntry::dword(-2147483647 - 1) << int(QJsonValue::Double);
-    QTest::newRow("text without terminator") << StoreEntry{1, "ab"} << int(QJsonValue::Object);
     QTest::newRow("text not UTF-8")
         << StoreEntry{1, QByteArray("\xff\xfe\0", 3)} << int(QJsonValue::Object);
-    QTest::newRow("binary") << StoreEntry{3, QByteArray("\0\1\2", 3)} << int(QJsonValue::Object);
 }
 
 void tst_CAppSettings::entryForms()
@@ -549,7 +517,7 @@ void tst_CAppSettings::entryForms()
     QCOMPARE(int(entriesInFile(m_file, SectionPath).value(u"KEY"_s).type()), jsonType);
 }
 
-void tst_CAppSettings::handEditedValuesAreKept()
+void tst_CAppSettings::handEditedValues()
 {
     QVERIFY(SettingsTestHome::write(m_file, R"({"nodes": {"S": {"entries": {
         "TRUE": true, "HALF": 3.5, "HUGE": 1e12, "RAW": {"type": 3, "data": "not base64!"},
@@ -559,13 +527,7 @@ void tst_CAppSettings::handEditedValuesAreKept()
         QCOMPARE(store.entry(u"S"_s, key), StoreEntry());
     QCOMPARE(store.entry(u"S"_s, u"TEXT"_s), StoreEntry::text(u"ok"_s));
     QCOMPARE(store.entry(u"S"_s, u"NUMBER"_s), StoreEntry::dword(7));
-
-    QVERIFY(store.setEntry(u"S"_s, u"NEW"_s, StoreEntry::dword(1)));
-    const QJsonObject entries = entriesInFile(m_file, u"S"_s);
-    QCOMPARE(entries.value(u"TRUE"_s), QJsonValue(true));
-    QCOMPARE(entries.value(u"HALF"_s), QJsonValue(3.5));
-    QCOMPARE(entries.size(), 7);
-    QVERIFY(backupsOf(m_file).isEmpty());
+    // That a write keeps them as they were is the fuzz corpus's.
 }
 
 // A damaged file, met by a read or a write, goes aside whole under a dated
@@ -618,7 +580,7 @@ void tst_CAppSettings::concurrentWritersLoseNothing()
     std::vector<std::unique_ptr<QProcess>> processes;
     for (int w = 0; w < writers; ++w) {
         auto process = std::make_unique<QProcess>();
-        process->start(QStringLiteral(SETTINGS_HELPER),
+        process->start(QCoreApplication::applicationFilePath(),
                        {u"write"_s, u"RACE"_s, u"W%1_"_s.arg(w), QString::number(keys)});
         processes.push_back(std::move(process));
     }
@@ -636,17 +598,15 @@ void tst_CAppSettings::concurrentWritersLoseNothing()
             QCOMPARE(settings.GetSetting(u"RACE"_s, u"W%1_%2"_s.arg(w).arg(i)), QVariant(i));
     }
     // No reader ever took the file for damaged while the writers were busy.
-    const QFileInfo file(m_home.userFile());
-    QCOMPARE(file.dir().entryList({file.fileName() + u".damaged-*"_s}), QStringList());
+    QCOMPARE(backupsOf(m_file), QStringList());
 }
 
 void tst_CAppSettings::killedWriterLeavesAWholeFile()
 {
-    const QString file = m_home.userFile();
-    QVERIFY(SettingsTestHome::write(file, fileWithEntries(u"BULK"_s, 3000)));
+    QVERIFY(SettingsTestHome::write(m_file, fileWithEntries(u"BULK"_s, 3000)));
     for (int round = 0; round < 8; ++round) {
         QProcess writer;
-        writer.start(QStringLiteral(SETTINGS_HELPER), {u"loop"_s, u"LOOP"_s, u"COUNTER"_s});
+        writer.start(QCoreApplication::applicationFilePath(), {u"loop"_s, u"LOOP"_s, u"COUNTER"_s});
         QByteArray printed;
         while (printed.count('\n') < 3) {
             QVERIFY(writer.waitForReadyRead(30000));
@@ -660,7 +620,7 @@ void tst_CAppSettings::killedWriterLeavesAWholeFile()
         const int lastReported = lines.last().toInt();
 
         QJsonParseError error;
-        QJsonDocument::fromJson(SettingsTestHome::contents(file), &error);
+        QJsonDocument::fromJson(SettingsTestHome::contents(m_file), &error);
         QCOMPARE(error.error, QJsonParseError::NoError);
         // The writer reports a number once stored, so the file holds that one
         // or, when the kill came after the rename, the next.
@@ -675,26 +635,7 @@ void tst_CAppSettings::killedWriterLeavesAWholeFile()
         settings.SaveSetting(u"LOOP"_s, u"COUNTER"_s, 0);
     }
     // Temporary files of writers killed mid-write go with the next write.
-    QCOMPARE(filesBeside(file), (QStringList{u"settings.json"_s, u"settings.json.lock"_s}));
-}
-
-void tst_CAppSettings::damagedFileIsSetAsideByTheNextProgram()
-{
-    const QString file = m_home.userFile();
-    const QByteArray garbage = "{\"nodes\": {\"Software\": tru";
-    QVERIFY(SettingsTestHome::write(file, garbage));
-
-    const ProgramRun get = runSettings({u"get"_s, u"STATCHART"_s, u"LEGEND"_s});
-    QCOMPARE(get.exitCode, 1);
-    QVERIFY2(get.err.contains(u"no setting LEGEND in section STATCHART"_s), qPrintable(get.err));
-    // The backup's name and contents are the store's, tested in tst_cappsettings.
-    QCOMPARE(filesBeside(file).filter(u".damaged-"_s).size(), 1);
-
-    const ProgramRun set = runSettings({u"set"_s, u"STATCHART"_s, u"LEGEND"_s, u"0"_s});
-    QCOMPARE(set.exitCode, 0);
-    QStringList keys;
-    zorvaneSettings().GetAllKeys(u"STATCHART"_s, keys);
-    QCOMPARE(keys, QStringList{u"LEGEND"_s});
+    QCOMPARE(filesBeside(m_file), (QStringList{u"settings.json"_s, u"settings.json.lock"_s}));
 }
 
 void tst_CAppSettings::refusedSaveLeavesTheFile_data()
@@ -704,7 +645,6 @@ void tst_CAppSettings::refusedSaveLeavesTheFile_data()
     QTest::addColumn<bool>("damaged"); // a file that can be neither read nor set aside
     QTest::newRow("read-only folder") << -1.0 << false;
     QTest::newRow("read-only folder, damaged file") << -1.0 << true;
-    QTest::newRow("disk full") << 0.0 << false;
     QTest::newRow("disk full midway") << 0.5 << false;
 }
 
@@ -712,16 +652,15 @@ void tst_CAppSettings::refusedSaveLeavesTheFile()
 {
     QFETCH(double, fullAfter);
     QFETCH(bool, damaged);
-    const QString file = m_home.userFile();
     if (damaged) {
-        QVERIFY(SettingsTestHome::write(file, "not json at all"));
+        QVERIFY(SettingsTestHome::write(m_file, "not json at all"));
     } else {
-        QVERIFY(SettingsTestHome::write(file, fileWithEntries(u"BULK"_s, 200)));
+        QVERIFY(SettingsTestHome::write(m_file, fileWithEntries(u"BULK"_s, 200)));
         zorvaneSettings().SaveSetting(u"STATCHART"_s, u"LEGEND"_s, u"1"_s);
     }
-    const QByteArray before = SettingsTestHome::contents(file);
-    const QDateTime modified = QFileInfo(file).lastModified();
-    const QStringList files = filesBeside(file);
+    const QByteArray before = SettingsTestHome::contents(m_file);
+    const QDateTime modified = QFileInfo(m_file).lastModified();
+    const QStringList files = filesBeside(m_file);
     const auto run = [&](const QStringList &arguments) {
         return fullAfter < 0 ? unprivileged(arguments)
                              : onFullDisk(arguments, qint64(fullAfter * double(before.size())));
@@ -739,9 +678,9 @@ void tst_CAppSettings::refusedSaveLeavesTheFile()
         QCOMPARE(get.exitCode, damaged ? 1 : 0);
         QCOMPARE(get.out, damaged ? QString() : u"1\n"_s);
     }
-    QCOMPARE(SettingsTestHome::contents(file), before);
-    QCOMPARE(QFileInfo(file).lastModified(), modified);
-    QCOMPARE(filesBeside(file), files);
+    QCOMPARE(SettingsTestHome::contents(m_file), before);
+    QCOMPARE(QFileInfo(m_file).lastModified(), modified);
+    QCOMPARE(filesBeside(m_file), files);
 }
 
 // Each row runs a few commands to set the stage, then the one it checks.
@@ -772,14 +711,9 @@ void tst_CAppSettings::commands_data()
         << QList<QStringList>{setText, setInt,
                               QStringList{u"delete"_s, u"STATCHART"_s, u"PERIOD"_s}}
         << QStringList{u"list"_s, u"STATCHART"_s} << 0 << u"CHARTTYPE\ttext\tPlot\n"_s << QString();
-    QTest::newRow("delete what is not there")
-        << QList<QStringList>{} << QStringList{u"delete"_s, u"NOSUCH"_s, u"KEY"_s} << 0 << QString()
-        << QString();
     QTest::newRow("--int with no number")
         << QList<QStringList>{} << QStringList{u"set"_s, u"S"_s, u"K"_s, u"abc"_s, u"--int"_s} << 2
         << QString() << u"zorvane-stats: --int takes a number, not abc\n"_s;
-    QTest::newRow("unknown command") << QList<QStringList>{} << QStringList{u"dump"_s, u"S"_s} << 2
-                                     << QString() << u"usage: zorvane-stats settings"_s;
 }
 
 void tst_CAppSettings::commands()
@@ -810,5 +744,28 @@ void tst_CAppSettings::machineRootIsSeparate()
     QVERIFY(QFileInfo::exists(m_home.machineFolder() + u"/QRT_StatCharts/settings.json"_s));
 }
 
-QTEST_GUILESS_MAIN(tst_CAppSettings)
+// Started by the process tests as a writer of its own:
+//   write SECTION PREFIX COUNT  saves PREFIX0 .. PREFIX<COUNT-1> = 0 .. COUNT-1
+//   loop SECTION KEY            saves KEY = 0, 1, 2, ... until killed
+// printing each number once it is stored.
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    const QStringList args = QCoreApplication::arguments();
+    const bool loop = args.size() == 4 && args.at(1) == u"loop"_s;
+    if (loop || (args.size() == 5 && args.at(1) == u"write"_s)) {
+        const CAppSettings settings = zorvaneSettings();
+        const int count = loop ? std::numeric_limits<int>::max() : args.at(4).toInt();
+        for (int n = 0; n < count; ++n) {
+            settings.SaveSetting(args.at(2), loop ? args.at(3) : args.at(3) + QString::number(n),
+                                 n);
+            std::printf("%d\n", n);
+            std::fflush(stdout);
+        }
+        return 0;
+    }
+    tst_CAppSettings test;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&test, argc, argv);
+}
 #include "tst_cappsettings.moc"

@@ -3,12 +3,13 @@
 // chart table's counts per series and day, and the pivot grid's counts per
 // row and column member.
 
+#include "ProgramRun.h"
+
 #include <QDate>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMap>
-#include <QProcess>
 #include <QTemporaryDir>
 
 namespace qrt::test {
@@ -16,39 +17,14 @@ namespace qrt::test {
 using DayCounts = QMap<QString, QMap<QDate, int>>;
 using CellCounts = QMap<QString, QMap<QString, int>>;
 
-struct StatsRun
-{
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
-// `wrapper` runs the program, as "setpriv ..." does.
-inline StatsRun runStats(const QStringList &arguments, const QStringList &wrapper = {})
-{
-    QProcess process;
-    const QString program = qEnvironmentVariable("ZORVANE_STATS");
-    if (wrapper.isEmpty())
-        process.start(program, arguments);
-    else
-        process.start(wrapper.first(), wrapper.mid(1) + QStringList{program} + arguments);
-    StatsRun run;
-    if (!process.waitForFinished(120000))
-        return run;
-    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    run.out = process.readAllStandardOutput();
-    run.err = process.readAllStandardError();
-    return run;
-}
-
 // The chart table of every stored item, by series; empty when the run fails.
 inline DayCounts chartCounts(const QString &connection, const QString &series)
 {
+    using namespace Qt::StringLiterals;
     QTemporaryDir dir;
-    const QString table = dir.filePath(QStringLiteral("table.json"));
-    const StatsRun run = runStats({QStringLiteral("chart"), connection, QStringLiteral("--period"),
-                                   QStringLiteral("all"), QStringLiteral("--series"), series,
-                                   QStringLiteral("--table"), table});
+    const QString table = dir.filePath(u"table.json"_s);
+    const ProgramRun run = runStats({u"chart"_s, connection, u"--period"_s, u"all"_s, u"--series"_s,
+                                     series, u"--table"_s, table});
     DayCounts counts;
     QFile file(table);
     if (run.exitCode != 0 || !file.open(QIODevice::ReadOnly)) {
@@ -56,10 +32,10 @@ inline DayCounts chartCounts(const QString &connection, const QString &series)
         return counts;
     }
     const QJsonObject root = QJsonDocument::fromJson(file.readAll()).object();
-    const QJsonArray days = root.value(QStringLiteral("days")).toArray();
-    for (const QJsonValue &one : root.value(QStringLiteral("series")).toArray()) {
-        const QJsonArray values = one.toObject().value(QStringLiteral("values")).toArray();
-        const QString name = one.toObject().value(QStringLiteral("name")).toString();
+    const QJsonArray days = root.value(u"days"_s).toArray();
+    for (const QJsonValue &one : root.value(u"series"_s).toArray()) {
+        const QJsonArray values = one.toObject().value(u"values"_s).toArray();
+        const QString name = one.toObject().value(u"name"_s).toString();
         for (qsizetype i = 0; i < values.size(); ++i)
             if (!values.at(i).isNull())
                 counts[name][QDate::fromString(days.at(i).toString(), Qt::ISODate)] =
@@ -72,22 +48,22 @@ inline DayCounts chartCounts(const QString &connection, const QString &series)
 inline CellCounts pivotCounts(const QString &connection, const QString &rows,
                               const QString &columns)
 {
-    const StatsRun run = runStats({QStringLiteral("pivot"), connection, QStringLiteral("--rows"),
-                                   rows, QStringLiteral("--columns"), columns,
-                                   QStringLiteral("--format"), QStringLiteral("json")});
+    using namespace Qt::StringLiterals;
+    const ProgramRun run = runStats({u"pivot"_s, connection, u"--rows"_s, rows, u"--columns"_s,
+                                     columns, u"--format"_s, u"json"_s});
     CellCounts counts;
     if (run.exitCode != 0) {
         qWarning() << run.err;
         return counts;
     }
-    const QJsonObject root = QJsonDocument::fromJson(run.out).object();
-    const QJsonArray rowHeads = root.value(QStringLiteral("rows")).toArray();
-    const QJsonArray columnHeads = root.value(QStringLiteral("columns")).toArray();
-    const QJsonArray values = root.value(QStringLiteral("values")).toArray();
+    const QJsonObject root = QJsonDocument::fromJson(run.out.toUtf8()).object();
+    const QJsonArray rowHeads = root.value(u"rows"_s).toArray();
+    const QJsonArray columnHeads = root.value(u"columns"_s).toArray();
+    const QJsonArray values = root.value(u"values"_s).toArray();
     const auto member = [](const QJsonValue &head) {
         const QJsonObject object = head.toObject();
-        return object.value(QStringLiteral("kind")).toString() == QStringLiteral("member")
-                   ? object.value(QStringLiteral("path")).toArray().last().toString()
+        return object.value(u"kind"_s).toString() == u"member"_s
+                   ? object.value(u"path"_s).toArray().last().toString()
                    : QString();
     };
     for (qsizetype r = 0; r < rowHeads.size(); ++r)
