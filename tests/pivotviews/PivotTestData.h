@@ -127,16 +127,26 @@ inline QStringList captions(const std::vector<pivot::PivotMember> &members)
     return out;
 }
 
-// The rows of a news database as the pivot views load them: null, with the
-// reason in the test's log, when they cannot be read.
-inline std::shared_ptr<pivot::PivotData> loadNews(const QString &path,
-                                                  const QString &statement = pivotStatement())
+// The rows of a news database as the pivot views load them (or grouped at
+// a grain): null, with the reason in the test's log, when they cannot be read.
+inline std::shared_ptr<pivot::PivotData>
+loadNews(const QString &path, const QString &statement = pivotStatement(),
+         const pivot::PivotGrain &grain = pivot::PivotGrain::allRows())
 {
     QString error;
-    std::shared_ptr<pivot::PivotData> data = pivot::PivotLoader::load(path, statement, {}, &error);
+    std::shared_ptr<pivot::PivotData> data =
+        pivot::PivotLoader::load(path, statement, {}, &error, nullptr, grain);
     if (!data)
         qWarning() << error;
     return data;
+}
+
+// The pivot statement with the Words column of makeRandomNewsDb, which gives
+// the totals other than Count a number to work on.
+inline QString statementWithWords()
+{
+    return pivotStatement().replace(u"Categories.Name AS Category"_s,
+                                    u"Categories.Name AS Category, News.Words AS Words"_s);
 }
 
 } // namespace qrt::test

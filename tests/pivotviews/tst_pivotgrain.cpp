@@ -10,7 +10,6 @@
 #include "pivot/PivotAggregator.h"
 #include "pivot/PivotData.h"
 #include "pivot/PivotGrain.h"
-#include "pivot/PivotLoader.h"
 #include "pivot/PivotResult.h"
 #include "pivot/PivotView.h"
 
@@ -96,14 +95,6 @@ QStringList randomNews(bool postgres, QRandomGenerator &rng)
     }
     sql << u"INSERT INTO News VALUES "_s + rows.join(u',');
     return sql;
-}
-
-QString statement()
-{
-    return u"SELECT Providers.Provider, Channels.Channel, News.Title AS News, News.pubDate as "
-           "NewsDate, Categories.Name AS Category, News.Words FROM Categories INNER JOIN "
-           "(Providers INNER JOIN (Channels INNER JOIN News ON Channels.ID = News.Channel) ON "
-           "Providers.ID = Channels.Provider) ON Categories.ID = Channels.Category; "_s;
 }
 
 // Some keys of one level that occur in the data.
@@ -250,11 +241,10 @@ void tst_PivotGrain::groupedGridIsAllRowsGrid()
         if (postgres)
             QRT_REQUIRE_POSTGRES(connection, u"pivotgrain%1"_s.arg(database));
         QVERIFY(qrt::test::execAll(connection, randomNews(postgres, rng)));
-        QString error;
-        const auto rows = PivotLoader::load(connection, statement(), {}, &error);
-        QVERIFY2(rows, qPrintable(error));
-        const auto coarse = PivotLoader::load(connection, statement(), {}, &error, nullptr, {});
-        QVERIFY2(coarse, qPrintable(error));
+        const QString statement = qrt::test::statementWithWords();
+        const auto rows = qrt::test::loadNews(connection, statement);
+        const auto coarse = qrt::test::loadNews(connection, statement, {});
+        QVERIFY(rows && coarse);
         // Grouped by day, with the titles counted: fewer rows, the same items.
         QVERIFY(!coarse->grain().isAllRows());
         QVERIFY(coarse->column(coarse->columnIndex(u"News"_s)).isCountOnly());
@@ -264,10 +254,8 @@ void tst_PivotGrain::groupedGridIsAllRowsGrid()
             PivotView all(rows);
             layOut(rng, all);
             const PivotGrain grain = PivotGrain::of(all);
-            const auto grouped =
-                PivotLoader::load(connection, statement(), {}, &error, nullptr, grain);
-            QVERIFY2(grouped, qPrintable(error));
-            QVERIFY(grouped->covers(grain));
+            const auto grouped = qrt::test::loadNews(connection, statement, grain);
+            QVERIFY(grouped && grouped->covers(grain));
             const Cells expected = cells(PivotAggregator::run(all));
             QVERIFY(all.setData(grouped));
             QVERIFY(!grouped->grain().isAllRows());
@@ -290,10 +278,8 @@ void tst_PivotGrain::unreadableDateReadsEveryRow()
                "INSERT INTO News SELECT 10 + i, '2005-01-0' || (1 + i % 9), 1, 'Title ' || i "
                "FROM n"_s,
                u"INSERT INTO News VALUES (9000, '2005-02-30 10:00:00', 3, 'g')"_s}));
-    QString error;
-    const auto rows = PivotLoader::load(path, qrt::test::pivotStatement(), {}, &error);
-    const auto grouped =
-        PivotLoader::load(path, qrt::test::pivotStatement(), {}, &error, nullptr, {});
+    const auto rows = qrt::test::loadNews(path);
+    const auto grouped = qrt::test::loadNews(path, qrt::test::pivotStatement(), {});
     QVERIFY(rows && grouped);
     QVERIFY(grouped->grain().isAllRows());
     const PivotColumn &dates = grouped->column(grouped->columnIndex(u"NewsDate"_s));

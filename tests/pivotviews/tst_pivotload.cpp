@@ -61,7 +61,6 @@ private Q_SLOTS:
     void initTestCase();
     void columnKinds_data();
     void columnKinds();
-    void failuresGiveNoData_data();
     void failuresGiveNoData();
     void progressAndCancel();
     void viewsShareOneLoad();
@@ -84,9 +83,7 @@ void tst_PivotLoad::initTestCase()
 {
     QVERIFY(m_dir.isValid());
     m_demo = m_dir.filePath(u"demo.db"_s);
-    m_options.items = 150000;
-    m_options.seed = qrt::test::testSeed();
-    m_options.until = QDate(2025, 6, 30);
+    m_options = {.items = 150000, .seed = qrt::test::testSeed(), .until = QDate(2025, 6, 30)};
     QString error;
     QVERIFY2(qrt::db::DemoDatabase::create(m_demo, m_options, &error), qPrintable(error));
 }
@@ -152,25 +149,13 @@ void tst_PivotLoad::columnKinds()
     }
 }
 
-void tst_PivotLoad::failuresGiveNoData_data()
-{
-    QTest::addColumn<QString>("connection");
-    QTest::addColumn<QString>("statement");
-    QTest::addColumn<QString>("error");
-    QTest::newRow("no file") << m_dir.filePath(u"missing.db"_s) << qrt::test::pivotStatement()
-                             << u"cannot open the database"_s;
-    QTest::newRow("bad statement")
-        << m_demo << u"SELECT Nothing FROM Nowhere"_s << u"statement refused"_s;
-}
-
+// A statement the engine refuses is tst_recordset's and tst_host's.
 void tst_PivotLoad::failuresGiveNoData()
 {
-    QFETCH(QString, connection);
-    QFETCH(QString, statement);
-    QFETCH(QString, error);
     QString reason;
-    QVERIFY(!PivotLoader::load(connection, statement, {}, &reason));
-    QVERIFY2(reason.contains(error), qPrintable(reason));
+    QVERIFY(!PivotLoader::load(m_dir.filePath(u"missing.db"_s), qrt::test::pivotStatement(), {},
+                               &reason));
+    QVERIFY2(reason.contains(u"cannot open the database"_s), qPrintable(reason));
 }
 
 void tst_PivotLoad::progressAndCancel()
@@ -313,10 +298,9 @@ void tst_PivotLoad::postgresReadsTheSameRows()
     QString error;
     QVERIFY2(qrt::db::DemoDatabase::create(url, options, &error), qPrintable(error));
     QVERIFY2(qrt::db::DemoDatabase::create(sqlite, options, &error), qPrintable(error));
-    const auto fromPg = PivotLoader::load(url, qrt::test::pivotStatement(), {}, &error);
-    QVERIFY2(fromPg, qPrintable(error));
-    const auto fromSqlite = PivotLoader::load(sqlite, qrt::test::pivotStatement(), {}, &error);
-    QVERIFY2(fromSqlite, qPrintable(error));
+    const auto fromPg = qrt::test::loadNews(url);
+    const auto fromSqlite = qrt::test::loadNews(sqlite);
+    QVERIFY(fromPg && fromSqlite);
     QCOMPARE(fromPg->rowCount(), options.items);
     QCOMPARE(fromPg->columnCount(), fromSqlite->columnCount());
     for (int c = 0; c < fromPg->columnCount(); ++c) {
@@ -355,9 +339,8 @@ void tst_PivotLoad::isoFormsKeepTheirDay()
             if (postgres) // the same items again on the server
                 QRT_REQUIRE_POSTGRES(url, u"tst_pivotload_forms%1"_s.arg(m_files));
             QVERIFY(qrt::test::execAll(url, newsAt(postgres, i ? written : plain)));
-            QString error;
-            loaded[i] = PivotLoader::load(url, qrt::test::pivotStatement(), {}, &error);
-            QVERIFY2(loaded[i], qPrintable(error));
+            loaded[i] = qrt::test::loadNews(url);
+            QVERIFY(loaded[i]);
         }
         const PivotColumn &expected = loaded[0]->column(loaded[0]->columnIndex(u"NewsDate"_s));
         const PivotColumn &actual = loaded[1]->column(loaded[1]->columnIndex(u"NewsDate"_s));
