@@ -92,6 +92,10 @@ public:
     // ends at once, a statement in the middle of its rows too.
     bool stop() { return pgCtl({u"stop"_s, u"-w"_s, u"-m"_s, u"fast"_s}); }
 
+    // As a server that goes down: every process ends at once and no session
+    // is let go first, so no lock it held passes to a waiting statement.
+    bool stopAbruptly() { return pgCtl({u"stop"_s, u"-w"_s, u"-m"_s, u"immediate"_s}); }
+
     QString url(const QString &database = u"postgres"_s) const
     {
         return u"postgresql://qrt@127.0.0.1:%1/%2"_s.arg(m_port).arg(database);

@@ -1,13 +1,9 @@
 #pragma once
 // Small news databases for the chart's tests: the four tables with a fixed
-// catalogue of categories, providers and channels, and news items given as
-// "yyyy-MM-dd HH:mm:ss|channel" (a trailing "|null" gives the item no ID,
-// which the statement's Count skips). News has no key, so an item may lack
-// an ID, as a host's table may allow. For the tests that compare two ways
-// of reading: random news leaning on the edges of a day, periods around and
-// inside them, a drawing as frmChart makes it, and a text of everything the
-// drawing left (series and their order, every cell and hole, the first and
-// last time, the title, the statement it stands for).
+// catalogue, news items given as "yyyy-MM-dd HH:mm:ss|channel" ("|null" for
+// an item without an ID, which the statement's Count skips); random news
+// leaning on the edges of a day; and a drawing as frmChart makes it, with a
+// text of everything it left, to compare two ways of reading.
 
 #include "TestDatabases.h"
 #include "base/Dates.h"
@@ -130,12 +126,28 @@ struct Drawing
     ChartControl chart;
     chart::NewsChartBuilder builder{chart};
 
-    void draw(db::Connection &connection, const QString &where, const chart::NewsChartQuery &query)
+    bool draw(db::Connection &connection, const QString &where, const chart::NewsChartQuery &query)
     {
         builder.ClearChart(query);
-        builder.Build(connection, where, query);
+        return builder.Build(connection, where, query);
     }
 };
+
+// Every series' cells as "5,_,12": "_" for a hole.
+inline QStringList cellTexts(const ChartControl &chart)
+{
+    QStringList out;
+    for (int i = 1; i <= chart.NumSeries(); ++i) {
+        QStringList cells;
+        for (int k = 1; k <= chart.NumPoints(i); ++k) {
+            double v = 0;
+            chart.Y(i, k, v);
+            cells << (chart.IsHole(v) ? u"_"_s : QString::number(v, 'g', 17));
+        }
+        out << cells.join(u',');
+    }
+    return out;
+}
 
 inline QString fingerprint(const Drawing &drawing)
 {
@@ -147,15 +159,7 @@ inline QString fingerprint(const Drawing &drawing)
             .arg(drawing.builder.MinDate(), 0, 'g', 17)
             .arg(drawing.builder.MaxDate(), 0, 'g', 17)
             .arg(drawing.builder.Statement())};
-    for (int i = 1; i <= chart.NumSeries(); ++i) {
-        QString cells;
-        for (int k = 1; k <= chart.NumPoints(i); ++k) {
-            double v = 0;
-            chart.Y(i, k, v);
-            cells += (chart.IsHole(v) ? u"_"_s : QString::number(v, 'g', 17)) + u',';
-        }
-        parts << cells;
-    }
+    parts << cellTexts(chart);
     for (int l = 0; l < chart.LabelCount(); ++l) {
         const ChartLabel *label = chart.Label(l);
         parts << label->Text + u" @ %1,%2"_s.arg(label->DataX).arg(label->DataY);

@@ -1,12 +1,8 @@
-// zorvane-stats chart, run as a user runs it: the table it writes (CSV and
-// JSON, holes empty or null, an empty period), the named periods, an image,
-// and a clear answer to bad options and broken databases. The chart view
-// that draws it: per chart type and stacked flag the right plottables with
-// holes as gaps or missing bars, the legend in series order, the title
-// label, the time axis labelled by days, the two looks of the chart area on
-// screen, and exports to PNG, SVG and PDF. And frmChart, the form around it:
-// the hourglass shows while rows come in (never without a filter), and a
-// redraw keeps the type, stacking and legend.
+// zorvane-stats chart run as a user runs it: its tables, named periods, an
+// image, and clear answers to bad options and broken databases. The chart
+// view that draws it: plottables per chart type, the legend, the title, the
+// time axis, the look on screen and the exports. And frmChart around it:
+// the hourglass while rows come in, and a redraw that keeps the user's look.
 
 #include "NewsFixture.h"
 #include "ProgramRun.h"
@@ -104,16 +100,14 @@ private Q_SLOTS:
     void jsonTable();
     void namedPeriod();
     void image();
-    void badOptions_data();
-    void badOptions();
-    void brokenDatabase();
+    void refusals_data();
+    void refusals();
     void chartTypes_data();
     void chartTypes();
     void legendTitleAndDays();
     void looksOnScreen();
     void exports_data();
     void exports();
-    void formHoldsTheChart();
     void hourglassAndRedraw();
 
 private:
@@ -198,11 +192,8 @@ void tst_ChartCommand::jsonTable()
     QCOMPARE(run.exitCode, 0);
     const QJsonObject root = QJsonDocument::fromJson(readFile(table)).object();
     QCOMPARE(root.value(u"title"_s).toString(), u"News Count for January 2005"_s);
-    QCOMPARE(root.value(u"minDate"_s).toString(), u"2005-01-01 08:00:00"_s);
     QCOMPARE(root.value(u"maxDate"_s).toString(), u"2005-01-10 12:30:00"_s);
-    const QJsonArray days = root.value(u"days"_s).toArray();
-    QCOMPARE(days.size(), 10);
-    QCOMPARE(days.last().toString(), u"2005-01-10"_s);
+    QCOMPARE(root.value(u"days"_s).toArray().last().toString(), u"2005-01-10"_s);
     const QJsonArray series = root.value(u"series"_s).toArray();
     QCOMPARE(series.size(), 4);
     const QJsonObject betaSports = series.at(3).toObject();
@@ -243,41 +234,35 @@ void tst_ChartCommand::image()
 }
 
 // One row per kind of refusal: a word outside its list, options that go
-// together, a value of the wrong form; the other options' lists are the
-// same code with other words.
-void tst_ChartCommand::badOptions_data()
+// together, a value of the wrong form (the other options' lists are the
+// same code with other words), a database that cannot be opened (one that
+// refuses the statement is tst_host's), none at all. Nothing is written.
+void tst_ChartCommand::refusals_data()
 {
     QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("message");
-    QTest::newRow("unknown period")
-        << QStringList{u"--period"_s, u"fortnight"_s} << u"--period takes today|yesterday"_s;
-    QTest::newRow("from without till")
-        << QStringList{u"--from"_s, u"2005-01-01"_s} << u"--from and --till go together"_s;
-    QTest::newRow("image format") << QStringList{u"--out"_s, u"chart.gif"_s}
+    const QString table = m_dir.filePath(u"broken.csv"_s);
+    QTest::newRow("unknown period") << QStringList{m_fixed, u"--period"_s, u"fortnight"_s} << 2
+                                    << u"--period takes today|yesterday"_s;
+    QTest::newRow("from without till") << QStringList{m_fixed, u"--from"_s, u"2005-01-01"_s} << 2
+                                       << u"--from and --till go together"_s;
+    QTest::newRow("image format") << QStringList{m_fixed, u"--out"_s, u"chart.gif"_s} << 2
                                   << u"--out writes .png, .svg or .pdf"_s;
+    QTest::newRow("no database") << QStringList{m_dir.filePath(u"missing.db"_s), u"--table"_s,
+                                                table}
+                                 << 1 << u"cannot open the database"_s;
+    QTest::newRow("no connection") << QStringList() << 2 << QString();
 }
 
-void tst_ChartCommand::badOptions()
+void tst_ChartCommand::refusals()
 {
     QFETCH(QStringList, arguments);
     QFETCH(QString, message);
-    const auto run = runChart(QStringList{m_fixed} + arguments);
-    QCOMPARE(run.exitCode, 2);
+    const auto run = runChart(arguments);
+    QTEST(run.exitCode, "exitCode");
     QVERIFY2(run.err.contains(message), qPrintable(run.err));
-    QVERIFY(!QFile::exists(u"chart.gif"_s));
-}
-
-void tst_ChartCommand::brokenDatabase()
-{
-    const QString table = m_dir.filePath(u"broken.csv"_s);
-    auto run = runChart({m_dir.filePath(u"missing.db"_s), u"--table"_s, table});
-    QCOMPARE(run.exitCode, 1);
-    QVERIFY2(run.err.contains(u"cannot open the database"_s), qPrintable(run.err));
-    QVERIFY(!QFile::exists(table));
-    run = runChart({m_fixed, u"--period"_s, u"all"_s, u"--filter"_s, u"Channels.ID ==="_s});
-    QCOMPARE(run.exitCode, 1);
-    QVERIFY2(run.err.contains(u"statement refused"_s), qPrintable(run.err));
-    QCOMPARE(runChart({}).exitCode, 2); // no connection at all
+    QVERIFY(!QFile::exists(u"chart.gif"_s) && !QFile::exists(m_dir.filePath(u"broken.csv"_s)));
 }
 
 void tst_ChartCommand::chartTypes_data()
@@ -399,7 +384,6 @@ void tst_ChartCommand::exports_data()
     QTest::newRow("png") << u"chart.png"_s << QByteArray("\x89PNG") << QString();
     QTest::newRow("svg") << u"chart.svg"_s << QByteArray("<?xml") << QString();
     QTest::newRow("pdf") << u"chart.PDF"_s << QByteArray("%PDF") << QString();
-    QTest::newRow("gif") << u"chart.gif"_s << QByteArray() << u".png, .svg or .pdf"_s;
     QTest::newRow("no folder") << u"none/chart.png"_s << QByteArray() << u"cannot write"_s;
 }
 
@@ -427,18 +411,6 @@ void tst_ChartCommand::exports()
     QCOMPARE(view.drawnSeriesCount(), 2); // the view is as before
 }
 
-void tst_ChartCommand::formHoldsTheChart()
-{
-    frmChart form;
-    auto *chart = form.findChild<ChartView *>(u"chrtNews"_s);
-    QVERIFY(chart);
-    form.resize(640, 400);
-    form.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&form));
-    // The chart fills the form, a pixel in from each side.
-    QCOMPARE(chart->geometry(), QRect(1, 1, 638, 398));
-}
-
 // The hourglass shows while rows come in; a redraw asks again and gets the
 // same chart, and the type, stacking and legend chosen meanwhile stay.
 // Without a filter nothing is asked and no hourglass shows.
@@ -464,7 +436,6 @@ void tst_ChartCommand::hourglassAndRedraw()
     form.DrawChart();
     QVERIFY(pointers.contains(11));
     QVERIFY(shapes.contains(Qt::WaitCursor));
-    QCOMPARE(pointers.first(), 0); // the clearing comes before the hourglass
     QCOMPARE(form.MousePointer(), 0);
     QCOMPARE(form.cursor().shape(), Qt::ArrowCursor);
     QCOMPARE(form.chart().NumSeries(), 2);

@@ -1,22 +1,12 @@
-// The dates the chart counts by: their text forms, reading them back, and
-// Qt's dates and times. The chart control's model without a screen: a new table is all holes, the
-// batch flags and a label's bracket hold repaints back, the chart type takes
-// only its four codes, the bounds the title is placed by, the time scale's
-// strftime formatting, and the named periods of the tool bar. Then the news
-// chart's algorithm over real SQLite files that fills it: the rows of a
-// period become one value per calendar day with holes, counts add up across
-// channels, the title follows the span of the dates, and a chart without
-// rows takes the empty look. Every case of cells is drawn through the fast
-// reading and the literal statement, and both must give it.
-// The fast ways of reading the chart's rows against the literal statistics
-// statement, on random news in SQLite and in PostgreSQL: for every period,
-// grouping and filter both must give the very same chart (series and their
-// order, every cell and hole, the first and last time, the title). The data
-// leans on the edges: items at midnight, at 23:59:59, several at one instant,
-// several channels of one provider on one day, items without an ID, and
-// periods with no news at all. The window's counts in memory the same, read
-// with one pass over News; what changes the database shows at the next
-// drawing; what memory cannot read rightly goes to the statement.
+// The news chart over real SQLite files and PostgreSQL: a period's rows
+// become one value per calendar day with holes, counts add up across
+// channels, the title follows the span of the dates, and a period without
+// news takes the empty look. The fast readings and the window's counts in
+// memory must draw the very chart the literal statement draws, on random
+// news leaning on the edges of a day; changes to the database show at the
+// next drawing, and what memory cannot read rightly goes to the statement.
+// Below that, the chart control's model without a screen, the named periods
+// and the dates the chart counts by.
 
 #include "NewsFixture.h"
 #include "base/Dates.h"
@@ -27,7 +17,6 @@
 #include "newschart/NewsChartBuilder.h"
 #include "newschart/StatisticsStatement.h"
 
-#include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -35,7 +24,6 @@
 #include <optional>
 
 using namespace Qt::StringLiterals;
-using qrt::chart::NewsChartBuilder;
 using qrt::chart::NewsChartQuery;
 using qrt::chart::StatisticsMode;
 using qrt::chart::StatisticsPath;
@@ -45,30 +33,16 @@ using qrt::dates::fromYmd;
 
 namespace {
 
+using qrt::test::cellTexts;
+using qrt::test::Drawing;
+using qrt::test::fingerprint;
 using qrt::test::kAllTicked;
+using qrt::test::kFirstDay;
+using qrt::test::Period;
 constexpr int kByChannel = 2;
 constexpr int kByProvider = 3;
-constexpr int kByCategory = 4;
 
-// Every series' cells as "5,_,12": "_" for a hole.
-QStringList allCells(const ChartControl &chart)
-{
-    QStringList out;
-    for (int i = 1; i <= chart.NumSeries(); ++i) {
-        QStringList cells;
-        for (int k = 1; k <= chart.NumPoints(i); ++k) {
-            double v = 0;
-            cells << (!chart.Y(i, k, v) ? u"?"_s
-                      : chart.IsHole(v) ? u"_"_s
-                                        : QString::number(v, 'g', 17));
-        }
-        out << cells.join(u',');
-    }
-    return out;
-}
-
-NewsChartQuery queryOf(const qrt::test::Period &period, const QString &filter, int series,
-                       StatisticsMode mode)
+NewsChartQuery queryOf(const Period &period, const QString &filter, int series, StatisticsMode mode)
 {
     return {period.from, period.till,
             filter,      qrt::chart::StatisticsStatement::ColumnsFor(series)->order,
@@ -82,11 +56,6 @@ NewsChartQuery query(const QString &from, const QString &till, int series,
     return queryOf({dates::fromText(from).value_or(-1), dates::fromText(till).value_or(-1)}, filter,
                    series, mode);
 }
-
-using qrt::test::Drawing;
-using qrt::test::fingerprint;
-using qrt::test::kFirstDay;
-using qrt::test::Period;
 
 struct Filter
 {
@@ -157,14 +126,11 @@ private Q_SLOTS:
     void cells();
     void titles_data();
     void titles();
-    void emptyLook();
     void textForms_data();
     void textForms();
     void reading_data();
     void reading();
     void everyDayReadsBack();
-    void qtConversions_data();
-    void qtConversions();
     void timeOfDayRounding();
     void fastEqualsLiteral_data();
     void fastEqualsLiteral();
@@ -178,7 +144,6 @@ private Q_SLOTS:
     void unreadableDataGoesToTheStatement();
     void newTableIsHoles();
     void batchFlagsHoldRepaints();
-    void chartTypes_data();
     void chartTypes();
     void valueBounds_data();
     void valueBounds();
@@ -186,7 +151,6 @@ private Q_SLOTS:
     void format();
     void namedPeriodsOnMarch15_data();
     void namedPeriodsOnMarch15();
-    void namedPeriodTextsReadBackWithoutCase();
 
 private:
     QString database(const QStringList &items, bool withProviderZero = false);
@@ -194,10 +158,8 @@ private:
     // Draws the query from memory and literally; fails on a difference.
     QString compare(qrt::chart::ChannelDayCounts &counts, const QString &database,
                     NewsChartQuery query, std::optional<StatisticsPath> expectedPath);
-    bool draw(NewsChartBuilder &builder, const NewsChartQuery &q);
 
     QTemporaryDir m_dir;
-    QString m_database;
     int m_files = 0;
     qrt::db::Connection m_connection;
     QMap<quint32, QString> m_sqlite;
@@ -207,17 +169,12 @@ private:
 
 QString tst_NewsChartBuilder::database(const QStringList &items, bool withProviderZero)
 {
-    m_database = m_dir.filePath(u"news%1.db"_s.arg(++m_files));
-    return qrt::test::makeSqliteNews(m_database, items, withProviderZero) ? m_database : QString();
+    const QString path = m_dir.filePath(u"news%1.db"_s.arg(++m_files));
+    return qrt::test::makeSqliteNews(path, items, withProviderZero) ? path : QString();
 }
 
-// What frmChart::DrawChart does apart from the cursor.
-bool tst_NewsChartBuilder::draw(NewsChartBuilder &builder, const NewsChartQuery &q)
-{
-    builder.ClearChart(q);
-    return builder.Build(m_connection, m_database, q);
-}
-
+// Holes between days, and series in the order of their IDs rather than
+// their names, are in tst_chartcommand's tables.
 void tst_NewsChartBuilder::cells_data()
 {
     QTest::addColumn<QStringList>("items");
@@ -231,21 +188,11 @@ void tst_NewsChartBuilder::cells_data()
     const QString jan1 = u"2005-01-01"_s;
     const QStringList alpha{u"Alpha World"_s};
 
-    QTest::newRow("holes between, series in the order of IDs, not names")
-        << QStringList{u"2005-01-01 08:00:00|2"_s, u"2005-01-04 07:00:00|3"_s} << jan1
-        << kByCategory << kAllTicked << QStringList{u"World"_s, u"Sports"_s}
-        << QStringList{u"_,_,_,1"_s, u"1,_,_,_"_s} << u"2005-01-01 08:00:00"_s
-        << u"2005-01-04 07:00:00"_s;
     QTest::newRow("two rows of one day add up, past what 16 bits hold")
         << QStringList(40000, u"2005-01-03 08:00:00|1"_s) +
                QStringList(7, u"2005-01-03 15:30:00|1"_s) + QStringList{u"2005-01-04 08:00:00|1"_s}
         << jan1 << kByChannel << kAllTicked << alpha << QStringList{u"40007,1"_s}
         << u"2005-01-03 08:00:00"_s << u"2005-01-04 08:00:00"_s;
-    QTest::newRow("two channels of one provider on one date")
-        << QStringList{u"2005-01-03 08:00:00|1"_s, u"2005-01-03 08:00:00|1"_s,
-                       u"2005-01-03 08:00:00|2"_s, u"2005-01-04 23:59:59|2"_s}
-        << jan1 << kByProvider << kAllTicked << QStringList{u"Alpha Wire"_s}
-        << QStringList{u"3,1"_s} << u"2005-01-03 08:00:00"_s << u"2005-01-04 23:59:59"_s;
     QTest::newRow("midnight after the last day is in, a second later out")
         << QStringList{u"2005-02-01 00:00:00|1"_s, u"2005-02-01 00:00:01|1"_s,
                        u"2004-12-31 23:59:59|1"_s}
@@ -261,10 +208,6 @@ void tst_NewsChartBuilder::cells_data()
         << u"Categories.ID  not in (99) AND Providers.ID  not in (99) AND Channels.ID  not in (99) "_s
         << QStringList{u"Alpha Wire"_s} << QStringList{u"_,_,1"_s} << u"2005-01-01 07:00:00"_s
         << u"2005-01-03 07:00:00"_s;
-    QTest::newRow("All starts at day 0")
-        << QStringList{u"1990-06-01 12:00:00|4"_s} << u"00:00:00"_s << kByChannel << kAllTicked
-        << QStringList{u"Beta Sports"_s} << QStringList{u"1"_s} << u"1990-06-01 12:00:00"_s
-        << u"1990-06-01 12:00:00"_s;
 }
 
 void tst_NewsChartBuilder::cells()
@@ -275,21 +218,22 @@ void tst_NewsChartBuilder::cells()
     QFETCH(QString, filter);
     QFETCH(QStringList, labels);
     QFETCH(QStringList, cells);
-    QVERIFY(!database(items, filter.contains(u"(99)"_s)).isEmpty());
+    const QString path = database(items, filter.contains(u"(99)"_s));
+    QVERIFY(!path.isEmpty());
     for (const StatisticsMode mode : {StatisticsMode::Fastest, StatisticsMode::Literal}) {
-        ChartControl chart;
-        NewsChartBuilder builder(chart);
-        QVERIFY(draw(builder, query(from, u"2005-01-31"_s, series, filter, mode)));
-        QCOMPARE(builder.lastPath(), mode == StatisticsMode::Fastest
-                                         ? StatisticsPath::SqliteNewsScan
-                                         : StatisticsPath::Literal);
-        QCOMPARE(chart.SeriesLabels(), labels);
-        QCOMPARE(allCells(chart), cells);
-        QTEST(dates::toTimestampText(builder.MinDate()), "minDate");
-        QTEST(dates::toTimestampText(builder.MaxDate()), "maxDate");
+        Drawing d;
+        QVERIFY(d.draw(m_connection, path, query(from, u"2005-01-31"_s, series, filter, mode)));
+        QCOMPARE(d.builder.lastPath(), mode == StatisticsMode::Fastest
+                                           ? StatisticsPath::SqliteNewsScan
+                                           : StatisticsPath::Literal);
+        QCOMPARE(d.chart.SeriesLabels(), labels);
+        QCOMPARE(cellTexts(d.chart), cells);
+        QTEST(dates::toTimestampText(d.builder.MinDate()), "minDate");
+        QTEST(dates::toTimestampText(d.builder.MaxDate()), "maxDate");
     }
 }
 
+// The title of one day is tst_chartcommand's.
 void tst_NewsChartBuilder::titles_data()
 {
     QTest::addColumn<QString>("first");
@@ -297,10 +241,6 @@ void tst_NewsChartBuilder::titles_data()
     QTest::addColumn<QString>("title");
     QTest::addColumn<int>("points");
 
-    QTest::newRow("1: one day") << u"2005-01-05 08:00:00"_s << u"2005-01-05 20:00:00"_s
-                                << u"January 05"_s << 1;
-    QTest::newRow("2: 23:59 and 00:01 of the next day")
-        << u"2005-01-05 23:59:00"_s << u"2005-01-06 00:01:00"_s << u"January 05-06"_s << 2;
     QTest::newRow("2: the month comes from the first day")
         << u"2005-01-31 10:00:00"_s << u"2005-02-01 10:00:00"_s << u"January 31-01"_s << 2;
     QTest::newRow("3: a first time after noon moves past the last day")
@@ -319,37 +259,14 @@ void tst_NewsChartBuilder::titles()
     QFETCH(QString, last);
     QFETCH(QString, title);
     QFETCH(int, points);
-    QVERIFY(!database({first + u"|1"_s, last + u"|3"_s}).isEmpty());
-    ChartControl chart;
-    NewsChartBuilder builder(chart);
-    QVERIFY(draw(builder, query(first.left(10), last.left(10), kByProvider)));
-    QCOMPARE(chart.NumPoints(1), points);
-    QCOMPARE(chart.LabelCount(), 1);
-    QCOMPARE(chart.Label(0)->Text, u"News Count for "_s + title);
-    QVERIFY(chart.Label(0)->Bold);
-    QCOMPARE(chart.Axis(u"X")->TimeBase, builder.MinDate() - 1);
-}
-
-// From the drawn look back to the empty one when a period has no news, the
-// dates reset to the period's ends turned about.
-void tst_NewsChartBuilder::emptyLook()
-{
-    QVERIFY(!database({u"2005-01-01 07:00:00|1"_s}).isEmpty());
-    ChartControl chart;
-    NewsChartBuilder builder(chart);
-    QVERIFY(draw(builder, query(u"2005-01-01"_s, u"2005-01-31"_s, kByChannel)));
-    QCOMPARE(chart.NumSeries(), 1);
-    QCOMPARE(chart.BorderWidth(), 4);
-    QCOMPARE(chart.BackColor(), 0xEDEDEDu);
-    const NewsChartQuery empty = query(u"2006-01-01"_s, u"2006-01-31"_s, kByChannel);
-    QVERIFY(!draw(builder, empty));
-    QCOMPARE(chart.NumSeries(), 0);
-    QVERIFY(chart.SeriesLabels().isEmpty());
-    QCOMPARE(chart.LabelCount(), 0);
-    QCOMPARE(chart.BorderWidth(), 0);
-    QCOMPARE(chart.BackColor(), 14480885u);
-    QCOMPARE(builder.MinDate(), empty.TillDate);
-    QCOMPARE(builder.MaxDate(), empty.FromDate);
+    const QString path = database({first + u"|1"_s, last + u"|3"_s});
+    Drawing d;
+    QVERIFY(d.draw(m_connection, path, query(first.left(10), last.left(10), kByProvider)));
+    QCOMPARE(d.chart.NumPoints(1), points);
+    QCOMPARE(d.chart.LabelCount(), 1);
+    QCOMPARE(d.chart.Label(0)->Text, u"News Count for "_s + title);
+    QVERIFY(d.chart.Label(0)->Bold);
+    QCOMPARE(d.chart.Axis(u"X")->TimeBase, d.builder.MinDate() - 1);
 }
 
 void tst_NewsChartBuilder::newTableIsHoles()
@@ -378,8 +295,6 @@ void tst_NewsChartBuilder::newTableIsHoles()
         QVERIFY(!chart.setY(series, point, 5));
     }
     QCOMPARE(v, 42.0);
-    chart.setNumPoints(4, 9); // no series 4: nothing changes
-    QCOMPARE(chart.NumPoints(1), 2);
     chart.setNumSeries(0);
     QCOMPARE(chart.NumPoints(1), 0);
 }
@@ -401,49 +316,26 @@ void tst_NewsChartBuilder::batchFlagsHoldRepaints()
     QCOMPARE(repaints.count(), 0);
     chart.setIsBatched(false);
     QCOMPARE(repaints.count(), 1);
-    // Outside a batch, a display change repaints at once, a cell write too.
-    chart.setChartType(ChartControl::Bar);
-    chart.setIsStacked(true);
-    chart.setLegendIsShowing(false);
+    // Outside a batch a cell write repaints at once; under the data batch
+    // alone cell writes wait for it to drop.
     chart.setY(1, 1, 5);
-    QCOMPARE(repaints.count(), 5);
-    // Cell writes under the data batch alone wait for it to drop.
+    QCOMPARE(repaints.count(), 2);
     chart.setDataIsBatched(true);
     chart.setY(1, 2, 5);
     chart.setY(1, 3, 5);
-    QCOMPARE(repaints.count(), 5);
+    QCOMPARE(repaints.count(), 2);
     chart.setDataIsBatched(false);
-    QCOMPARE(repaints.count(), 6);
-    // A label's bracket holds its changes back the same way.
-    const int label = chart.AddLabel();
-    chart.setLabelIsBatched(label, true);
-    const qsizetype before = repaints.count();
-    chart.setLabelText(label, u"News Count for May 2005"_s);
-    chart.setLabelDataX(label, 3);
-    QCOMPARE(repaints.count(), before);
-    chart.setLabelIsBatched(label, false);
-    QCOMPARE(repaints.count(), before + 1);
+    QCOMPARE(repaints.count(), 3);
 }
 
-void tst_NewsChartBuilder::chartTypes_data()
-{
-    QTest::addColumn<int>("code");
-    QTest::addColumn<int>("kept");
-    QTest::newRow("Area") << 5 << 5;
-    QTest::newRow("3 is not ours") << 3 << 2;
-    QTest::newRow("6") << 6 << 2;
-}
-
+// A code other than the four is refused (the four are drawn in
+// tst_chartcommand).
 void tst_NewsChartBuilder::chartTypes()
 {
-    QFETCH(int, code);
-    QFETCH(int, kept);
     ChartControl chart;
     chart.setChartType(ChartControl::Bar);
-    chart.setIsStacked(false);
-    chart.setChartType(code);
-    QCOMPARE(chart.ChartType(), kept);
-    QVERIFY(!chart.IsStacked()); // the type never touches the stacked flag
+    chart.setChartType(3);
+    QCOMPARE(chart.ChartType(), int(ChartControl::Bar));
 }
 
 void tst_NewsChartBuilder::valueBounds_data()
@@ -473,9 +365,6 @@ void tst_NewsChartBuilder::valueBounds()
     chart.setIsStacked(stacked);
     QCOMPARE(chart.AxisMin(u"Y"), 0.0);
     QCOMPARE(chart.AxisMax(u"Y"), yMax);
-    QCOMPARE(chart.AxisMin(u"X"), 0.5);
-    QCOMPARE(chart.AxisMax(u"X"), 3.5);
-    QVERIFY(!chart.Axis(u"x")); // axis names compare exactly
 }
 
 void tst_NewsChartBuilder::format_data()
@@ -483,13 +372,9 @@ void tst_NewsChartBuilder::format_data()
     QTest::addColumn<double>("date");
     QTest::addColumn<QString>("format");
     QTest::addColumn<QString>("text");
-    QTest::newRow("%B %d") << fromYmd(2005, 1, 5) << u"%B %d"_s << u"January 05"_s;
-    QTest::newRow("%Y late in the day") << fromYmd(1999, 12, 31) + 0.99 << u"%Y"_s << u"1999"_s;
-    // Weeks counted from Monday; 2005-01-01 was a Saturday, in week 00.
+    // The title's forms are titles'. Weeks count from Monday: 2005-01-01,
+    // a Saturday, is in week 00.
     QTest::newRow("%W before the first Monday") << fromYmd(2005, 1, 1) << u"%W"_s << u"00"_s;
-    QTest::newRow("%W at the end of a leap year") << fromYmd(2004, 12, 31) << u"%W"_s << u"52"_s;
-    QTest::newRow("time of day") << fromYmd(2005, 3, 15) + 10.5 / 24 << u"%H:%M:%S"_s
-                                 << u"10:30:00"_s;
     QTest::newRow("day 0") << 0.0 << u"%Y-%m-%d %A"_s << u"1899-12-30 Saturday"_s;
 }
 
@@ -502,19 +387,17 @@ void tst_NewsChartBuilder::format()
 }
 
 // The named periods: each ends today and reaches a plain count of days
-// back, with day 0 for "All" and for a code outside the list.
+// back, with day 0 for "All" and for a code outside the list. Their texts
+// read back in any case.
 void tst_NewsChartBuilder::namedPeriodsOnMarch15_data()
 {
     QTest::addColumn<int>("code");
     QTest::addColumn<QString>("text");
     QTest::addColumn<double>("from");
-    QTest::newRow("Today") << 1 << u"Today"_s << fromYmd(2005, 3, 15);
     QTest::newRow("Yesterday, and today") << 2 << u"Yesterday"_s << fromYmd(2005, 3, 14);
-    QTest::newRow("Last Month: 31 days") << 4 << u"Last Month"_s << fromYmd(2005, 2, 12);
     QTest::newRow("Last Year: 365 days over a leap day")
         << 5 << u"Last Year"_s << fromYmd(2004, 3, 15);
     QTest::newRow("All from day 0") << 6 << u"All"_s << 0.0;
-    QTest::newRow("0 is no period") << 0 << QString() << 0.0;
     QTest::newRow("7 is no period") << 7 << QString() << 0.0;
 }
 
@@ -526,18 +409,10 @@ void tst_NewsChartBuilder::namedPeriodsOnMarch15()
     const double today = fromYmd(2005, 3, 15);
     const auto range = NamedPeriod::Range(code, today);
     QCOMPARE(range.FromDate, from);
-    QCOMPARE(range.TillDate, today); // every period ends today
+    QCOMPARE(range.TillDate, today);
     QCOMPARE(NamedPeriod::Text(code), text);
-}
-
-void tst_NewsChartBuilder::namedPeriodTextsReadBackWithoutCase()
-{
-    for (int code = 1; code <= 6; ++code) {
-        QCOMPARE(NamedPeriod::FromText(NamedPeriod::Text(code)), code);
-        QCOMPARE(NamedPeriod::FromText(NamedPeriod::Text(code).toUpper()), code);
-    }
-    QVERIFY(!NamedPeriod::FromText(u"Last Fortnight"_s));
-    QVERIFY(!NamedPeriod::FromText(QString()));
+    QCOMPARE(NamedPeriod::FromText(text.toUpper()),
+             text.isEmpty() ? std::nullopt : std::optional(code));
 }
 
 void tst_NewsChartBuilder::textForms_data()
@@ -545,13 +420,11 @@ void tst_NewsChartBuilder::textForms_data()
     QTest::addColumn<double>("value");
     QTest::addColumn<QString>("text");
     QTest::newRow("day 0") << 0.0 << u"00:00:00"_s;
-    QTest::newRow("noon of day 0") << 0.5 << u"12:00:00"_s;
-    QTest::newRow("day -1") << -1.0 << u"1899-12-29"_s;
     QTest::newRow("day -1 06:00") << -1.25 << u"1899-12-29 06:00:00"_s;
-    QTest::newRow("2005-03-15 10:00") << 38426.0 + 10.0 / 24 << u"2005-03-15 10:00:00"_s;
     QTest::newRow("one second to midnight")
         << 38426.0 + 86399.0 / 86400 << u"2005-03-15 23:59:59"_s;
-    // Other days are everyDayReadsBack's.
+    // Other days are everyDayReadsBack's; that the byte reader agrees is
+    // fuzz_dates'.
 }
 
 void tst_NewsChartBuilder::textForms()
@@ -559,34 +432,24 @@ void tst_NewsChartBuilder::textForms()
     QFETCH(double, value);
     QFETCH(QString, text);
     QCOMPARE(dates::toText(value), text);
-    const auto back = dates::fromText(text);
-    QVERIFY(back.has_value());
-    QCOMPARE(*back, value);
-    const QByteArray utf8 = text.toUtf8();
-    QCOMPARE(dates::fromText(std::string_view(utf8.constData(), utf8.size())), back);
+    QCOMPARE(dates::fromText(text), std::optional(value));
 }
 
 void tst_NewsChartBuilder::reading_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("wallClock"); // empty: no value
-    QTest::newRow("month 13") << u"2005-13-01"_s << QString();
     QTest::newRow("29 February of a common year") << u"2005-02-29"_s << QString();
     QTest::newRow("hour 24") << u"2005-03-15 24:00:00"_s << QString();
     QTest::newRow("trailing junk") << u"2005-03-15x"_s << QString();
-    // A zone only names the writer's clock: the value is the time as written.
-    QTest::newRow("Z") << u"2025-01-01T10:00:00Z"_s << u"2025-01-01 10:00:00"_s;
-    QTest::newRow("+02:00 just after midnight")
-        << u"2025-01-02T00:30:00+02:00"_s << u"2025-01-02 00:30:00"_s;
-    QTest::newRow("-0500 late in the day")
-        << u"2025-01-01 23:30:00-0500"_s << u"2025-01-01 23:30:00"_s;
+    // A zone only names the writer's clock: the value is the time as written
+    // (the other forms of a zone are isoForms').
     QTest::newRow("fraction and Z")
         << u"2025-01-01T10:00:00.250Z"_s << u"2025-01-01 10:00:00.250"_s;
     QTest::newRow("hours of an offset, no seconds")
         << u"2025-01-01T10:00+02"_s << u"2025-01-01 10:00"_s;
 }
 
-// Both readers, of UTF-16 and of bytes, give the same answer.
 void tst_NewsChartBuilder::reading()
 {
     QFETCH(QString, text);
@@ -594,8 +457,6 @@ void tst_NewsChartBuilder::reading()
     const auto expected = wallClock.isEmpty() ? std::nullopt : dates::fromText(wallClock);
     QCOMPARE(expected.has_value(), !wallClock.isEmpty());
     QCOMPARE(dates::fromText(text), expected);
-    const QByteArray utf8 = text.toUtf8();
-    QCOMPARE(dates::fromText(std::string_view(utf8.constData(), utf8.size())), expected);
 }
 
 // Every caption of a period must read back to its own day, whatever the day.
@@ -613,33 +474,11 @@ void tst_NewsChartBuilder::everyDayReadsBack()
     QCOMPARE(expected, QDate(10000, 1, 1));
 }
 
-void tst_NewsChartBuilder::qtConversions_data()
-{
-    QTest::addColumn<QDateTime>("dateTime");
-    QTest::addColumn<double>("value");
-    QTest::newRow("epoch") << QDateTime(QDate(1899, 12, 30), QTime(0, 0)) << 0.0;
-    QTest::newRow("before epoch") << QDateTime(QDate(1899, 12, 29), QTime(6, 0)) << -1.25;
-    QTest::newRow("milliseconds") << QDateTime(QDate(2005, 3, 15), QTime(0, 0, 0, 500))
-                                  << 38426.0 + 0.5 / 86400;
-}
-
-void tst_NewsChartBuilder::qtConversions()
-{
-    QFETCH(QDateTime, dateTime);
-    QFETCH(double, value);
-    QCOMPARE(dates::fromQDateTime(dateTime), value);
-    QCOMPARE(dates::toQDateTime(value), dateTime);
-    QCOMPARE(dates::toQDate(value), dateTime.date());
-    QCOMPARE(dates::fromQDate(dateTime.date()), dates::dayOf(value));
-}
-
 // A value a hair below midnight is the next day, not 23:59:59.999...
 void tst_NewsChartBuilder::timeOfDayRounding()
 {
     const double almost = 38427.0 - 1e-10;
     QCOMPARE(dates::toText(almost), u"2005-03-16"_s);
-    QCOMPARE(dates::toTimestampText(38426.0), u"2005-03-15 00:00:00"_s);
-    QCOMPARE(dates::toTimestampText(0.0), u"1899-12-30 00:00:00"_s);
 }
 
 static const QList<quint32> kSeeds = {1, 2, 3};
@@ -648,16 +487,11 @@ void tst_NewsChartBuilder::initTestCase()
 {
     for (quint32 seed : kSeeds) {
         const QStringList items = qrt::test::randomItems(seed);
-        const QString path = m_dir.filePath(u"seed%1.db"_s.arg(seed));
-        QVERIFY(qrt::test::makeSqliteNews(path, items));
-        m_sqlite[seed] = path;
-        const QString url =
-            qrt::test::createPostgresDatabase(u"tst_chartequality_s%1"_s.arg(seed), &m_postgresWhy);
-        if (url.isEmpty())
-            continue;
-        QVERIFY(
-            qrt::test::execAll(url, qrt::test::newsSchema(true) + qrt::test::newsInserts(items)));
-        m_postgres[seed] = url;
+        for (const bool postgres : {false, true})
+            (postgres ? m_postgres : m_sqlite)[seed] =
+                engineDatabase(postgres, u"s%1"_s.arg(seed),
+                               qrt::test::newsSchema(postgres) + qrt::test::newsInserts(items));
+        QVERIFY(!m_sqlite[seed].isEmpty());
     }
 }
 
@@ -810,7 +644,7 @@ void tst_NewsChartBuilder::memoryEqualsStatement()
     qrt::chart::ChannelDayCounts counts;
     // A short period is drawn at once, from the database while the read it
     // started is under way; once that read is in, from memory.
-    const qrt::test::Period days{qrt::test::kFirstDay + 10, qrt::test::kFirstDay + 13};
+    const Period days{kFirstDay + 10, kFirstDay + 13};
     QCOMPARE(compare(counts, news, queryOf(days, kAllTicked, 2, {}), std::nullopt), QString());
     counts.waitForRead();
     QRandomGenerator random(seed);
@@ -845,8 +679,8 @@ void tst_NewsChartBuilder::changesShowAtTheNextDrawing_data()
     QTest::newRow("PostgreSQL") << true;
 }
 
-// News another connection adds, and on SQLite a file put in the database's
-// place, show at the next drawing; without a change News is not read again.
+// News another connection adds show at the next drawing (a file put in the
+// database's place is tst_frmcharts'); without a change News is not read again.
 void tst_NewsChartBuilder::changesShowAtTheNextDrawing()
 {
     QFETCH(bool, postgres);
@@ -874,15 +708,6 @@ void tst_NewsChartBuilder::changesShowAtTheNextDrawing()
     after.draw(m_connection, news, query);
     QVERIFY(fingerprint(after) != fingerprint(before));
     QCOMPARE(counts.scans(), 2);
-
-    if (postgres)
-        return;
-    const QString other = m_dir.filePath(u"other.db"_s);
-    QVERIFY(qrt::test::makeSqliteNews(other, qrt::test::randomItems(23, 300)));
-    QFile::remove(news);
-    QVERIFY(QFile::rename(other, news));
-    QCOMPARE(compare(counts, news, query, StatisticsPath::Memory), QString());
-    QCOMPARE(counts.scans(), 3);
 }
 
 void tst_NewsChartBuilder::unreadableDataGoesToTheStatement_data()
@@ -893,7 +718,6 @@ void tst_NewsChartBuilder::unreadableDataGoesToTheStatement_data()
     // text; a channel stored as a real number joins by the affinity rules.
     QTest::newRow("date in another form")
         << u"(9, '01/02/2005 10:00', 1, 'x')"_s << StatisticsPath::SqliteNewsScan;
-    QTest::newRow("time alone") << u"(9, '10:00:00', 1, 'x')"_s << StatisticsPath::SqliteNewsScan;
     QTest::newRow("channel as a real number")
         << u"(9, '2005-01-02 10:00:00', 2.5, 'x')"_s << StatisticsPath::SqliteJoinedScan;
 }

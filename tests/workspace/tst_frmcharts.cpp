@@ -1,18 +1,13 @@
-// The chart window as a user meets it, on a demo news database: the tools
-// of the bar chosen and clicked with the mouse and keyboard, the named
-// periods and the calendar behind the two date tools, the filter panel and
-// the redraw, the stored choices across closing and reopening, several
-// windows sharing the store, and the layout at the design size and at twice
-// it. And the window while its database goes away in the middle of a read:
-// a SQLite file renamed over or deleted while a redraw steps through it, and
-// a PostgreSQL server stopped while a redraw or a pivot load waits for its
-// rows. The window goes on working, shows the empty chart or the pivot
-// view's reason, and draws the stored counts again once the database is
-// back. The server is one of the test's own, so that stopping it leaves the
-// shared scratch server alone.
+// The chart window as a user meets it on a demo news database: the tools of
+// the bar clicked and keyed, the named periods and the calendar, the filter
+// panel and the redraw, the stored choices across windows, and the layout.
+// And the window while its database goes away in the middle of a read (a
+// SQLite file renamed over or deleted, a PostgreSQL server of the test's own
+// stopped): it goes on working and draws again once the database is back.
 
 #include "PrivatePostgres.h"
 #include "TestDatabases.h"
+#include "TickClicks.h"
 #include "base/Dates.h"
 #include "base/ResumeNext.h"
 #include "component/modUtils.h"
@@ -24,7 +19,6 @@
 #include "controls/tools/PopupWindow.h"
 #include "controls/tools/TickList.h"
 #include "demodata/DemoDatabase.h"
-#include "filterpanel/TickListModel.h"
 #include "filterpanel/frmProvChannels.h"
 #include "newschart/ChartControl.h"
 #include "newschart/frmChart.h"
@@ -33,12 +27,10 @@
 #include "pivotviews/PivotChartSpace.h"
 #include "settings/CAppSettings.h"
 #include "settings/SettingsStore.h"
-#include "workspace/frmCalendar.h"
 #include "workspace/frmCharts.h"
 
 #include <qrt/statCharts.h>
 
-#include <QAbstractItemView>
 #include <QAction>
 #include <QCalendarWidget>
 #include <QComboBox>
@@ -64,6 +56,7 @@
 
 using namespace Qt::StringLiterals;
 namespace dates = qrt::dates;
+using qrt::test::clickTick;
 using qrt::test::PrivatePostgres;
 
 namespace {
@@ -178,13 +171,6 @@ QDate clickFifteenth(frmCharts *w)
         }
     }
     return {};
-}
-
-// Unticks or ticks a row of a filter list with a click on it.
-void clickRow(TickList *grid, int row)
-{
-    const QRect cell = grid->visualRect(grid->model()->index(row, 0));
-    QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, cell.center());
 }
 
 // A rectangle of a widget in the coordinates of its window.
@@ -420,8 +406,7 @@ void tst_frmCharts::calendar_data()
     const QString from = u"cpFrom"_s;
     const QString till = u"cpTill"_s;
     QTest::newRow("cpFrom, a click") << from << QDate() << QString();
-    QTest::newRow("cpTill, a click") << till << QDate() << QString();
-    QTest::newRow("day 0") << from << QDate(1899, 12, 30) << u"From:00:00:00"_s;
+    QTest::newRow("cpTill, day 0 held") << till << QDate(1899, 12, 30) << u"To:00:00:00"_s;
     // Other days' captions are the date texts of tst_newschartbuilder.
 }
 
@@ -440,7 +425,6 @@ void tst_frmCharts::calendar()
     QVERIFY(openCalendar(w, tool));
     QCOMPARE(w->calendarEditsFirstDate(), from);
     PopupWindow *popup = calendarPopup(w);
-    QVERIFY(calendarOf(w)->width() >= calendarOf(w)->sizeHint().width());
     const QWidget *toolWidget = dateTool(w, tool)->widget();
     const QPoint under = toolWidget->mapToGlobal(QPoint(0, toolWidget->height()));
     QVERIFY(qAbs(popup->pos().y() - under.y()) <= 3); // give or take a window frame
@@ -475,21 +459,17 @@ void tst_frmCharts::calendar()
     QCOMPARE(dateTool(w, u"cpTill"_s)->Caption(), u"To:"_s + isoDay(today));
 }
 
-// A first run draws the providers' news of the last month, stacked with a
-// legend. A provider unticked leaves the chart at the next redraw, here by
-// F5 (the tool's clicks are the filter panel's test); with a list all
-// unticked the tool is off, and F5 draws nothing either.
+// A first run draws the providers' series (its look and period are
+// storedOddities' and calendar's). A provider unticked leaves the chart at
+// the next redraw, here by F5; with a list all unticked the tool is off, and
+// F5 draws nothing either.
 void tst_frmCharts::filterAndRedraw()
 {
     frmCharts *w = open();
     QVERIFY(w);
-    QCOMPARE(looks(w), u"Plot 1, stacked 1 1, legend 1 1"_s);
     // "Provider" is none of the items, yet the series are the providers'.
     QCOMPARE(combo(w, u"cbSeries"_s)->Text(), u"Provider"_s);
     QCOMPARE(w->fChart->chartSeria, 3);
-    QCOMPARE(combo(w, u"cbFilter"_s)->Text(), u"Last Month"_s);
-    QCOMPARE(w->fChart->FromDate, dates::today() - 31);
-    QCOMPARE(w->fChart->TillDate, dates::today());
     const QStringList before = chart(w).SeriesLabels();
     const QStringList names =
         qrt::test::firstColumn(m_database, u"SELECT Provider FROM Providers"_s);
@@ -504,13 +484,13 @@ void tst_frmCharts::filterAndRedraw()
         ++row;
     QVERIFY(row < providers->model()->Rows());
     providers->scrollTo(providers->model()->index(row, 0));
-    clickRow(providers, row);
+    clickTick(providers, row);
     QCOMPARE(chart(w).SeriesLabels(), before); // until the redraw
     QTest::keyClick(w, Qt::Key_F5);
     const QStringList after = chart(w).SeriesLabels();
     QCOMPARE(after.size(), before.size() - 1);
     QVERIFY(!after.contains(providers->model()->cellText(row).trimmed()));
-    clickRow(providers, 0);
+    clickTick(providers, 0);
     QVERIFY(!button(w, u"tbRedraw"_s)->Enabled());
     QTest::keyClick(w, Qt::Key_F5);
     QCOMPARE(chart(w).SeriesLabels(), after);
@@ -536,19 +516,13 @@ void tst_frmCharts::choicesComeBack()
     QVERIFY(openCalendar(w, u"cpFrom"_s)); // a picked day lasts as long as the window
     QVERIFY(clickFifteenth(w).isValid());
     QTRY_VERIFY(!calendarPopup(w)->isVisible());
-    clickRow(w->filterPanel()->fgProviders, 1);
+    clickTick(w->filterPanel()->fgProviders, 1);
     click(button(w, u"tbRedraw"_s));
     const QString filter = w->fChart->sFilter;
     close(w);
 
-    QCOMPARE(stored(u"CHARTTYPE"_s), QVariant(u"Bar"_s));
     QCOMPARE(stored(u"CHARTTYPEVALUE"_s), QVariant(2)); // a number stays a number
-    QCOMPARE(stored(u"STACKED"_s), QVariant(u"0"_s));
-    QCOMPARE(stored(u"LEGEND"_s), QVariant(u"0"_s));
-    QCOMPARE(stored(u"SERIES"_s), QVariant(u"Channels"_s));
-    QCOMPARE(stored(u"SERIESVALUE"_s), QVariant(2));
     QCOMPARE(stored(u"ORDER"_s), QVariant(u"ORDER BY Channels.ID, News.pubDate"_s));
-    QCOMPARE(stored(u"PERIOD"_s), QVariant(3));
 
     w = open();
     QVERIFY(w);
@@ -579,12 +553,11 @@ void tst_frmCharts::lastCloseDecides()
     // The window left open still works: its children find it by its key.
     QCOMPARE(gChartForms.Item(key), staying);
     const QString filterBefore = staying->fChart->sFilter;
-    clickRow(staying->filterPanel()->fgProviders, 1);
+    clickTick(staying->filterPanel()->fgProviders, 1);
     click(button(staying, u"tbRedraw"_s));
     QVERIFY(staying->fChart->sFilter != filterBefore);
     close(staying);
 
-    QCOMPARE(stored(u"CHARTTYPE"_s), QVariant(u"Bar"_s));
     frmCharts *next = open();
     QVERIFY(next);
     QCOMPARE(looks(next), u"Bar 2, stacked 1 1, legend 1 1"_s);
@@ -607,9 +580,6 @@ void tst_frmCharts::storedOddities_data()
         << u"Last Month"_s << 31 << QVariant(u"0"_s);
     QTest::newRow("type value not a number") << u"CHARTTYPEVALUE"_s << QVariant(u"Bar"_s) << plot
                                              << u"Last Month"_s << 31 << QVariant(1);
-    QTest::newRow("type value with a half: to even")
-        << u"CHARTTYPEVALUE"_s << QVariant(u"4.5"_s) << u"Plot 4, stacked 1 1, legend 1 1"_s
-        << u"Last Month"_s << 31 << QVariant(4);
     // An entry whose read raises: chartSeria keeps its 0 instead of taking
     // the default 3, and the close stores that.
     QTest::newRow("series value unreadable")
@@ -642,18 +612,12 @@ void tst_frmCharts::layout()
 {
     frmCharts *w = open(kDesignSize);
     QVERIFY(w);
-    QCOMPARE(w->size(), kDesignSize);
-    QDockWidget *dock = w->dsChart->DockWindows(u"dwfProvChannels"_s);
-    QCOMPARE(dock->width(), 245);
     auto *bar = w->findChild<QToolBar *>(u"tbFilter"_s);
-    QWidget *client = w->dsChart->ClientWindows(u"Chart"_s);
     const QRect barRect = inWindow(bar);
-    const QRect dockRect = inWindow(dock);
-    const QRect clientRect = inWindow(client);
-    QVERIFY(!barRect.intersects(dockRect));
-    QVERIFY(!barRect.intersects(clientRect));
+    const QRect dockRect = inWindow(w->dsChart->DockWindows(u"dwfProvChannels"_s));
+    const QRect clientRect = inWindow(w->dsChart->ClientWindows(u"Chart"_s));
+    QVERIFY(!barRect.intersects(dockRect) && !barRect.intersects(clientRect));
     QVERIFY(!dockRect.intersects(clientRect));
-    QVERIFY(clientRect.width() >= kDesignSize.width() / 3);
 
     // Tools that find no room on the bar wait behind its extension button.
     auto *extension = bar->findChild<QToolButton *>(u"qt_toolbar_ext_button"_s);
@@ -671,8 +635,6 @@ void tst_frmCharts::layout()
     const QRect plotArea = view->axisRect()->outerRect();
     const QRect legendArea = view->legend->outerRect();
     QVERIFY(!plotArea.intersects(legendArea));
-    QVERIFY(legendArea.right() <= view->width());
-    QVERIFY(legendArea.bottom() <= view->height());
     QVERIFY(plotArea.width() > legendArea.width());
     const int series = chart(w).NumSeries();
     const int lines = view->legend->itemCount();
@@ -759,7 +721,8 @@ void tst_frmCharts::serverStopsDuringRedraw()
             const QDeadlineTimer bound(120000);
             while (lockWaiters(newsUrl()) == 0 && !bound.hasExpired())
                 QThread::msleep(20);
-            stopped = m_server->stop();
+            // A fast stop may end the lock holder first and let the redraw read.
+            stopped = m_server->stopAbruptly();
         }));
         stopper->start();
         click(button(w, u"tbRedraw"_s));
