@@ -326,6 +326,15 @@ void tst_NewsChartBuilder::batchFlagsHoldRepaints()
     QCOMPARE(repaints.count(), 2);
     chart.setDataIsBatched(false);
     QCOMPARE(repaints.count(), 3);
+    // A label's bracket holds its changes back the same way.
+    const int label = chart.AddLabel();
+    chart.setLabelIsBatched(label, true);
+    const qsizetype before = repaints.count();
+    chart.setLabelText(label, u"News Count for May 2005"_s);
+    chart.setLabelDataX(label, 3);
+    QCOMPARE(repaints.count(), before);
+    chart.setLabelIsBatched(label, false);
+    QCOMPARE(repaints.count(), before + 1);
 }
 
 // A code other than the four is refused (the four are drawn in
