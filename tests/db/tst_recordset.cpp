@@ -486,6 +486,10 @@ void tst_Recordset::plainOrderStillOrders()
                  QString(u"SELECT 1 "_s + order + u" -- by provider\n; "_s)),
              QString());
     QCOMPARE(qrt::db::StatementGuard::refusal(u"SELECT ';' AS \"a;b\" /* ; */"_s), QString());
+    // An open quote or comment would hide what follows it from the check.
+    for (const QString &open :
+         {u"SELECT 'a"_s, u"SELECT 1 /* ;"_s, u"SELECT $q$ 1; DROP TABLE x"_s})
+        QCOMPARE(qrt::db::StatementGuard::refusal(open), u"a quote or comment is not closed"_s);
     for (const QString &connection : {m_sqlite, m_postgres}) {
         if (connection.isEmpty())
             QRT_SKIP_WITHOUT_POSTGRES(m_postgresWhy);
