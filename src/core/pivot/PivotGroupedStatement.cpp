@@ -79,38 +79,27 @@ QString sampleStatement(const QString &statement)
            QString::number(SampleRows);
 }
 
-namespace {
-
 // The statement as a common table expression of numbered columns, and the
-// planned columns over it, the counted ones as COUNT. The line breaks keep a comment that ends the
-// statement inside it.
-QString select(const QString &statement, const std::vector<Column> &plan, QStringList &grouped)
+// planned columns over it, the counted ones as COUNT. The line breaks keep
+// a comment that ends the statement inside it.
+QString statement(const QString &statement, const std::vector<Column> &plan)
 {
-    QStringList names, selected;
+    QStringList names, selected, grouped;
     for (std::size_t i = 0; i < plan.size(); ++i) {
         const QString x = columnName(i);
         names << x;
-        QString value = x;
-        if (plan[i].kind == Column::Kind::Date)
-            value = serverDate(x, plan[i].time);
-        if (plan[i].kind != Column::Kind::Count)
-            grouped << value;
-        else
-            value = u"COUNT(CASE WHEN CAST(%1 AS TEXT) <> '' THEN 1 END)"_s.arg(x);
+        if (plan[i].kind == Column::Kind::Count) {
+            selected << u"COUNT(CASE WHEN CAST(%1 AS TEXT) <> '' THEN 1 END)"_s.arg(x);
+            continue;
+        }
+        const QString value = plan[i].kind == Column::Kind::Date ? serverDate(x, plan[i].time) : x;
         selected << value;
+        grouped << value;
     }
     selected << u"COUNT(*)"_s;
     return u"WITH q ("_s + names.join(u", "_s) + u") AS (\n"_s + nestable(statement) +
-           u"\n) SELECT "_s + selected.join(u", "_s) + u" FROM q"_s;
-}
-
-} // namespace
-
-QString statement(const QString &statement, const std::vector<Column> &plan)
-{
-    QStringList grouped;
-    const QString text = select(statement, plan, grouped);
-    return text + u" GROUP BY "_s + grouped.join(u", "_s);
+           u"\n) SELECT "_s + selected.join(u", "_s) + u" FROM q GROUP BY "_s +
+           grouped.join(u", "_s);
 }
 
 namespace {

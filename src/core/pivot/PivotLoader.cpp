@@ -504,6 +504,10 @@ int halves(db::Connection &connection, db::Connection &second, const QString &co
     const qint64 middle = low + (high - low) / 2;
     const qint64 bounds[] = {low - 1, middle, high};
     db::Connection *connections[] = {&connection, &second};
+    const auto finalize = [&parts] {
+        for (Part &part : parts)
+            sqlite3_finalize(std::exchange(part.stmt, nullptr));
+    };
     QString ignored;
     for (std::size_t i = 0; i < 2; ++i) {
         parts[i].handle = connections[i]->sqliteHandle();
@@ -511,16 +515,14 @@ int halves(db::Connection &connection, db::Connection &second, const QString &co
             parts[i].handle, PivotRowRanges::over(sql, bounds[i], bounds[i + 1]), &ignored);
     }
     if (!parts[0].stmt || !parts[1].stmt) {
-        for (Part &part : parts)
-            sqlite3_finalize(std::exchange(part.stmt, nullptr));
+        finalize();
         return 0;
     }
     if (interrupt && !interrupt->arm([one = connection.interrupter(), two = second.interrupter()] {
             one();
             two();
         })) {
-        for (Part &part : parts)
-            sqlite3_finalize(std::exchange(part.stmt, nullptr));
+        finalize();
         return -1;
     }
     return 2;
