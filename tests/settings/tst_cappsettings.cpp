@@ -62,15 +62,10 @@ Properties propertiesOf(const CAppSettings &s)
     return {s.RootKey(), s.MainBranch(), s.CompanyName(), s.AppName()};
 }
 
-QJsonObject jsonOf(const QString &file)
-{
-    return QJsonDocument::fromJson(SettingsTestHome::contents(file)).object();
-}
-
 // The entries member of the node at path, read straight from the JSON.
 QJsonObject entriesInFile(const QString &file, const QString &path)
 {
-    QJsonObject node = jsonOf(file);
+    QJsonObject node = QJsonDocument::fromJson(SettingsTestHome::contents(file)).object();
     for (const QString &name : path.split(u'\\'))
         node = node.value(u"nodes"_s).toObject().value(name).toObject();
     return node.value(u"entries"_s).toObject();
@@ -98,7 +93,6 @@ private Q_SLOTS:
     void initTestCase();
     void init();
 
-    void initStoresCompanyBeforeRefusingAppName();
     void errorTable_data();
     void errorTable();
     void roundTrip_data();
@@ -121,7 +115,6 @@ private Q_SLOTS:
     void refusedSaveLeavesTheFile();
     void commands_data();
     void commands();
-    void machineRootIsSeparate();
 
 private:
     // Makes the store's folder read-only (when on) until the guard ends.
@@ -161,15 +154,6 @@ private:
                                        arguments);
     }
 
-    // A file where the user's settings folder should be stops even root;
-    // init() gives the folder back.
-    void blockUserFolder() const
-    {
-        const QString blocked = m_home.userFolder() + u"/blocked"_s;
-        SettingsTestHome::write(blocked, "x");
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(blocked));
-    }
-
     SettingsTestHome m_home;
     QString m_file;                     // the user's settings file
     QVariant m_setting, m_settingAfter; // a caller's variable, and what it should hold after
@@ -192,99 +176,61 @@ void tst_CAppSettings::init()
     m_settingAfter.clear();
 }
 
-void tst_CAppSettings::initStoresCompanyBeforeRefusingAppName()
-{
-    CAppSettings settings;
-    QVERIFY(raisedBy([&] { settings.Init(u"Koltrin"_s, QString()); }));
-    QCOMPARE(settings.CompanyName(), u"Koltrin"_s);
-    QCOMPARE(settings.AppName(), u"MyApplication"_s);
-}
-
 void tst_CAppSettings::errorTable_data()
 {
-    QTest::addColumn<Action>("setup");
     QTest::addColumn<Action>("action");
     QTest::addColumn<quint32>("number");
-    QTest::addColumn<QString>("source");
     QTest::addColumn<QString>("description");
 
-    const Action none = [](CAppSettings &) {};
     const QString cls = u"QRT_StatCharts.CAppSettings"_s;
-    const QString store = u"QRT_StatCharts.CAppSetting"_s;
     const QString failure = u"CAppSettings component failure"_s;
-    // Saves value from the caller's variable, which is to hold `after` then.
-    const auto save = [this](const QVariant &value, const QVariant &after) {
-        return Action([this, value, after](CAppSettings &s) {
-            m_setting = value;
-            m_settingAfter = after;
+    // Saves value from the caller's variable.
+    const auto save = [this](const QVariant &value) {
+        return Action([this, value](CAppSettings &s) {
+            m_setting = m_settingAfter = value;
             s.SaveSetting(Section, u"LEGEND"_s, m_setting);
         });
     };
 
     QTest::newRow("Init with an empty AppName")
-        << none << Action([](CAppSettings &s) { s.Init(u"Koltrin"_s, QString()); }) << 0x8004427Du
-        << cls << u"Invalid AppName value"_s;
+        << Action([](CAppSettings &s) { s.Init(u"Koltrin"_s, QString()); }) << 0x8004427Du
+        << u"Invalid AppName value"_s;
     QTest::newRow("CompanyName set empty")
-        << none << Action([](CAppSettings &s) { s.CompanyName(QString()); }) << 0x8004427Eu << cls
+        << Action([](CAppSettings &s) { s.CompanyName(QString()); }) << 0x8004427Eu
         << u"Invalid CompanyName value"_s;
     QTest::newRow("MainBranch set empty")
-        << none << Action([](CAppSettings &s) { s.MainBranch(QString()); }) << 0x8004427Fu << cls
+        << Action([](CAppSettings &s) { s.MainBranch(QString()); }) << 0x8004427Fu
         << u"Invalid MainBranch value"_s;
     for (const quint32 root : {0x80000000u, 0x80000003u}) { // the valid two's neighbours
         QTest::addRow("RootKey set to 0x%x", root)
-            << none << Action([root](CAppSettings &s) { s.RootKey(static_cast<qint32>(root)); })
-            << 0x80044280u << cls << u"Invalid root key value"_s;
+            << Action([root](CAppSettings &s) { s.RootKey(static_cast<qint32>(root)); })
+            << 0x80044280u << u"Invalid root key value"_s;
     }
-    // The caller's variable takes the stored integer before the write is
-    // checked: the failed write leaves it rounded all the same.
-    QTest::newRow("SaveSetting where the settings folder can't be made")
-        << none << Action([this, save](CAppSettings &s) {
-               blockUserFolder();
-               save(4.5, 4)(s);
-           })
-        << 0x80044281u << store << u"Failed saving the application setting"_s;
     // A value that is no text and no 32-bit number is refused before the
     // write, and the caller's variable keeps it as it was.
     for (const QVariant &value : {QVariant(), QVariant(2147483647.5), QVariant(-5000000000LL),
                                   QVariant(4000000000ULL), QVariant(qQNaN())}) {
         QTest::addRow("SaveSetting of %s", qPrintable(value.toString()))
-            << none << save(value, value) << 0x80044284u << cls << failure;
+            << save(value) << 0x80044284u << failure;
     }
-    // GetAllKeys of a missing section: commands() reads its error whole.
-    QTest::newRow("GetSetting of a text entry without terminator") << Action([](CAppSettings &) {
-        SettingsStore(qrt::settings::StoreRoot::CurrentUser)
-            .setEntry(SectionPath, u"EMPTY"_s, StoreEntry{1, {}});
-    }) << Action([](CAppSettings &s) { s.GetSetting(Section, u"EMPTY"_s, u"d"_s); })
-                                                                   << 0x80044284u << cls << failure;
-    QTest::newRow("GetAllKeys of 32,768 names") << Action([this](CAppSettings &) {
-        QVERIFY(SettingsTestHome::write(m_file, fileWithEntries(Section, 32768)));
-    }) << Action([](CAppSettings &s) {
-        QStringList keys;
-        s.GetAllKeys(Section, keys);
-    }) << 0x80044284u << cls << failure;
 }
 
 void tst_CAppSettings::errorTable()
 {
-    QFETCH(Action, setup);
     QFETCH(Action, action);
     QFETCH(quint32, number);
-    QFETCH(QString, source);
     QFETCH(QString, description);
 
     CAppSettings settings = zorvaneSettings();
     settings.SaveSetting(Section, u"LEGEND"_s, u"1"_s);
-    setup(settings);
     const Properties before = propertiesOf(settings);
     const QByteArray fileBefore = SettingsTestHome::contents(m_file);
     const QVariant legendBefore = settings.GetSetting(Section, u"LEGEND"_s);
 
     const auto error = raisedBy([&] { action(settings); });
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_home.userFolder()));
-
     QVERIFY(error);
     QCOMPARE(static_cast<quint32>(error->number), number);
-    QCOMPARE(error->source, source);
+    QCOMPARE(error->source, u"QRT_StatCharts.CAppSettings"_s);
     QCOMPARE(error->description, description);
     // A refused value or a failed operation leaves the object and the file as they were.
     QCOMPARE(propertiesOf(settings), before);
@@ -308,8 +254,6 @@ void tst_CAppSettings::roundTrip_data()
     QTest::newRow("largest") << QVariant(Q_INT64_C(2147483647)) << QVariant(2147483647)
                              << QVariant(2147483647);
     QTest::newRow("unsigned 64-bit") << QVariant(Q_UINT64_C(7)) << QVariant(7) << QVariant(7);
-    QTest::newRow("rounds into range")
-        << QVariant(-2147483648.4) << QVariant(-2147483647 - 1) << QVariant(-2147483647 - 1);
     QTest::newRow("true") << QVariant(true) << text(u"True"_s) << QVariant(true);
     const QDateTime morning(QDate(2005, 3, 15), QTime(10, 30));
     QTest::newRow("date and time")
@@ -402,6 +346,10 @@ void tst_CAppSettings::sectionPaths()
 {
     CAppSettings settings;
     settings.SaveSetting(u"SEC"_s, u"K"_s, 1);
+    // A refused Init keeps the company it was given.
+    QVERIFY(raisedBy([&] { settings.Init(u"Koltrin"_s, QString()); }));
+    QCOMPARE(settings.CompanyName(), u"Koltrin"_s);
+    QCOMPARE(settings.AppName(), u"MyApplication"_s);
     settings.Init(u"Koltrin"_s, u"Zorvane"_s);
     settings.SaveSetting(u"A\\B"_s, u"K"_s, 2);
     settings.MainBranch(u"Programs"_s);
@@ -440,16 +388,6 @@ void tst_CAppSettings::getAllKeys()
     keys = QStringList{u"left over"_s};
     settings.GetAllKeys(Section + u"\\EMPTY"_s, keys);
     QVERIFY(keys.isEmpty());
-
-    // A missing section raises, and the list is emptied first.
-    keys = QStringList{u"left over"_s};
-    QVERIFY(raisedBy([&] { settings.GetAllKeys(u"MISSING"_s, keys); }));
-    QVERIFY(keys.isEmpty());
-
-    // 32,767 names are the most a list holds (one more: the error table).
-    QVERIFY(SettingsTestHome::write(m_file, fileWithEntries(Section, 32767)));
-    settings.GetAllKeys(Section, keys);
-    QCOMPARE(keys.size(), 32767);
 }
 
 void tst_CAppSettings::deleteSetting()
@@ -474,9 +412,11 @@ void tst_CAppSettings::deleteSetting()
     settings.DeleteSetting(Section, u"SUB"_s);
     QCOMPARE(settings.GetSetting(Section + u"\\SUB"_s, u"INNER"_s), QVariant());
 
+    // A missing section raises, and the list is emptied first.
     settings.DeleteSetting(Section);
-    QStringList keys;
+    QStringList keys{u"left over"_s};
     QVERIFY(raisedBy([&] { settings.GetAllKeys(Section, keys); }));
+    QVERIFY(keys.isEmpty());
     QCOMPARE(settings.GetSetting(u"STATMSCHART"_s, u"TYPE"_s), QVariant(7));
 
     // Deleting what is not there reports nothing.
@@ -530,36 +470,26 @@ void tst_CAppSettings::handEditedValues()
     // That a write keeps them as they were is the fuzz corpus's.
 }
 
-// A damaged file, met by a read or a write, goes aside whole under a dated
-// name of its own, also several in one second, and the next write starts a
-// fresh file. Other shapes of damage are the fuzz corpus's.
+// A damaged file, met by a read or a write, goes aside under a dated name
+// of its own, also twice in one second, and the next write starts a fresh
+// file. That it goes whole, whatever the damage, is the fuzz corpus's.
 void tst_CAppSettings::damagedFilesAreSetAside()
 {
     const SettingsStore store(m_file);
     const QByteArray cutShort = R"({"nodes": {"Software": {"nodes": {)";
-    const QByteArray badEntries = R"({"nodes": {"A": {"entries": []}}})";
     QVERIFY(SettingsTestHome::write(m_file, cutShort));
     QVERIFY(!store.entry(u"A"_s, u"k"_s));
-    QVERIFY(!QFileInfo::exists(m_file));
-    QVERIFY(SettingsTestHome::write(m_file, badEntries));
+    QVERIFY(SettingsTestHome::write(m_file, cutShort));
     QVERIFY(store.setEntry(u"A"_s, u"k"_s, StoreEntry::dword(1)));
-    QCOMPARE(jsonOf(m_file),
-             QJsonObject(
-                 {{u"nodes"_s,
-                   QJsonObject{{u"A"_s, QJsonObject{{u"entries"_s, QJsonObject{{u"k"_s, 1}}}}}}}}));
-    QVERIFY(SettingsTestHome::write(m_file, cutShort));
-    QVERIFY(!store.entry(u"A"_s, u"k"_s));
-
-    QList<QByteArray> found;
-    for (const QString &backup : backupsOf(m_file)) {
+    QCOMPARE(entriesInFile(m_file, u"A"_s), QJsonObject({{u"k"_s, 1}}));
+    const QStringList backups = backupsOf(m_file);
+    QCOMPARE(backups.size(), 2);
+    for (const QString &backup : backups) {
         const QString stamp = backup.section(u".damaged-"_s, 1).left(15);
         const QDateTime when = QDateTime::fromString(stamp, u"yyyyMMdd-HHmmss"_s);
         QVERIFY2(when.isValid() && qAbs(when.secsTo(QDateTime::currentDateTime())) < 60,
                  qPrintable(backup));
-        found << SettingsTestHome::contents(QFileInfo(m_file).absolutePath() + u'/' + backup);
     }
-    std::sort(found.begin(), found.end());
-    QCOMPARE(found, (QList<QByteArray>{badEntries, cutShort, cutShort}));
 }
 
 void tst_CAppSettings::leftoversOfDeadWritersGo()
@@ -642,22 +572,15 @@ void tst_CAppSettings::refusedSaveLeavesTheFile_data()
 {
     // The share of the old file's size the disk still takes; -1: a read-only folder.
     QTest::addColumn<double>("fullAfter");
-    QTest::addColumn<bool>("damaged"); // a file that can be neither read nor set aside
-    QTest::newRow("read-only folder") << -1.0 << false;
-    QTest::newRow("read-only folder, damaged file") << -1.0 << true;
-    QTest::newRow("disk full midway") << 0.5 << false;
+    QTest::newRow("read-only folder") << -1.0;
+    QTest::newRow("disk full midway") << 0.5;
 }
 
 void tst_CAppSettings::refusedSaveLeavesTheFile()
 {
     QFETCH(double, fullAfter);
-    QFETCH(bool, damaged);
-    if (damaged) {
-        QVERIFY(SettingsTestHome::write(m_file, "not json at all"));
-    } else {
-        QVERIFY(SettingsTestHome::write(m_file, fileWithEntries(u"BULK"_s, 200)));
-        zorvaneSettings().SaveSetting(u"STATCHART"_s, u"LEGEND"_s, u"1"_s);
-    }
+    QVERIFY(SettingsTestHome::write(m_file, fileWithEntries(u"BULK"_s, 200)));
+    zorvaneSettings().SaveSetting(u"STATCHART"_s, u"LEGEND"_s, u"1"_s);
     const QByteArray before = SettingsTestHome::contents(m_file);
     const QDateTime modified = QFileInfo(m_file).lastModified();
     const QStringList files = filesBeside(m_file);
@@ -675,8 +598,8 @@ void tst_CAppSettings::refusedSaveLeavesTheFile()
                  qPrintable(set.err));
         // Reading needs no write right and no room.
         const ProgramRun get = run({u"get"_s, u"STATCHART"_s, u"LEGEND"_s});
-        QCOMPARE(get.exitCode, damaged ? 1 : 0);
-        QCOMPARE(get.out, damaged ? QString() : u"1\n"_s);
+        QCOMPARE(get.exitCode, 0);
+        QCOMPARE(get.out, u"1\n"_s);
     }
     QCOMPARE(SettingsTestHome::contents(m_file), before);
     QCOMPARE(QFileInfo(m_file).lastModified(), modified);
@@ -714,6 +637,11 @@ void tst_CAppSettings::commands_data()
     QTest::newRow("--int with no number")
         << QList<QStringList>{} << QStringList{u"set"_s, u"S"_s, u"K"_s, u"abc"_s, u"--int"_s} << 2
         << QString() << u"zorvane-stats: --int takes a number, not abc\n"_s;
+    QTest::newRow("the machine's own file")
+        << QList<QStringList>{{u"--machine"_s, u"set"_s, u"S"_s, u"K"_s, u"machine"_s},
+                              {u"set"_s, u"S"_s, u"K"_s, u"user"_s}}
+        << QStringList{u"get"_s, u"S"_s, u"K"_s, u"--machine"_s} << 0 << u"machine\n"_s
+        << QString();
 }
 
 void tst_CAppSettings::commands()
@@ -733,15 +661,6 @@ void tst_CAppSettings::commands()
         QCOMPARE(result.err, QString());
     else
         QVERIFY2(result.err.contains(err), qPrintable(result.err));
-}
-
-void tst_CAppSettings::machineRootIsSeparate()
-{
-    QCOMPARE(runSettings({u"--machine"_s, u"set"_s, u"S"_s, u"K"_s, u"machine"_s}).exitCode, 0);
-    QCOMPARE(runSettings({u"set"_s, u"S"_s, u"K"_s, u"user"_s}).exitCode, 0);
-    QCOMPARE(runSettings({u"get"_s, u"S"_s, u"K"_s, u"--machine"_s}).out, u"machine\n"_s);
-    QCOMPARE(runSettings({u"get"_s, u"S"_s, u"K"_s}).out, u"user\n"_s);
-    QVERIFY(QFileInfo::exists(m_home.machineFolder() + u"/QRT_StatCharts/settings.json"_s));
 }
 
 // Started by the process tests as a writer of its own:
