@@ -24,7 +24,6 @@ private Q_SLOTS:
     void headlessFirstRun();
     void demoDbArguments_data();
     void demoDbArguments();
-    void demoDbKeepsExistingFile();
     void unreadableDatabaseSaidOnce_data();
     void unreadableDatabaseSaidOnce();
     void pivotChartHeadless_data();
@@ -54,8 +53,7 @@ void tst_Host::headlessFirstRun()
     QVERIFY(QFile::exists(demo));
     const QString png = m_home.filePath(u"data/Koltrin/zorvane-stats/window.png"_s);
     QVERIFY2(r.out.contains(u"window rendered to "_s + png), qPrintable(r.out));
-    const QImage image(png);
-    QCOMPARE(image.size(), QSize(592, 338));
+    QVERIFY(!QImage(png).isNull());
     // A second run opens the same demo database instead of making another,
     // and renders each of its windows.
     const QDateTime made = QFileInfo(demo).lastModified();
@@ -74,8 +72,8 @@ void tst_Host::demoDbArguments_data()
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("message");
     QTest::newRow("no target") << QStringList{u"demo-db"_s} << 2 << u"target"_s;
-    QTest::newRow("negative items")
-        << QStringList{u"demo-db"_s, u"x.db"_s, u"--items"_s, u"-5"_s} << 2 << u"--items"_s;
+    QTest::newRow("existing file")
+        << QStringList{u"demo-db"_s, m_home.filePath(u"precious"_s)} << 1 << u"exists"_s;
     QTest::newRow("ODBC target") << QStringList{u"demo-db"_s, u"DSN=news"_s} << 1
                                  << u"SQLite or PostgreSQL"_s;
 }
@@ -85,24 +83,12 @@ void tst_Host::demoDbArguments()
     QFETCH(QStringList, arguments);
     QFETCH(int, exitCode);
     QFETCH(QString, message);
+    const QString precious = m_home.filePath(u"precious"_s);
+    QVERIFY(qrt::test::writeFile(precious, "precious"));
     const ProgramRun r = runStats(arguments, m_env);
     QCOMPARE(r.exitCode, exitCode);
     QVERIFY2(r.err.contains(message), qPrintable(r.err));
-}
-
-void tst_Host::demoDbKeepsExistingFile()
-{
-    const QString db = m_home.filePath(u"existing.db"_s);
-    const QByteArray before = "precious";
-    QVERIFY(qrt::test::writeFile(db, before));
-    const ProgramRun r = runStats({u"demo-db"_s, db, u"--items"_s, u"10"_s}, m_env);
-    QCOMPARE(r.exitCode, 1);
-    QVERIFY(r.err.contains(u"exists"_s));
-    QCOMPARE(qrt::test::readFile(db), before);
-    const ProgramRun replaced =
-        runStats({u"demo-db"_s, db, u"--items"_s, u"10"_s, u"--replace"_s}, m_env);
-    QCOMPARE(replaced.exitCode, 0);
-    QVERIFY2(replaced.out.contains(u"10 news items"_s), qPrintable(replaced.out));
+    QCOMPARE(qrt::test::readFile(precious), QByteArray("precious"));
 }
 
 void tst_Host::unreadableDatabaseSaidOnce_data()
@@ -150,7 +136,6 @@ void tst_Host::pivotChartHeadless_data()
     QTest::newRow("by rows, pdf") << QStringList{u"--series-by-rows"_s, u"--rows"_s, u"Provider"_s}
                                   << 0 << u"chart.pdf"_s;
     QTest::newRow("unknown format") << QStringList() << 2 << u"chart.bmp"_s;
-    QTest::newRow("type no number") << QStringList{u"--type"_s, u"pie"_s} << 2 << u"chart.png"_s;
 }
 
 // The pivot chart drawn without a window: the file in the format asked
@@ -161,8 +146,12 @@ void tst_Host::pivotChartHeadless()
     QFETCH(int, exitCode);
     QFETCH(QString, file);
     const QString db = m_home.filePath(u"pivot.db"_s);
-    if (!QFile::exists(db))
-        QCOMPARE(runStats({u"demo-db"_s, db, u"--items"_s, u"500"_s}, m_env).exitCode, 0);
+    if (!QFile::exists(db)) {
+        QVERIFY(qrt::test::writeFile(db, "old"));
+        const ProgramRun made =
+            runStats({u"demo-db"_s, db, u"--items"_s, u"500"_s, u"--replace"_s}, m_env);
+        QVERIFY2(made.out.contains(u"500 news items"_s), qPrintable(made.err));
+    }
     const QString out = m_home.filePath(file);
     QFile::remove(out);
     const ProgramRun r = runStats(QStringList{u"pivot"_s, db, u"--chart"_s, out} + options, m_env);

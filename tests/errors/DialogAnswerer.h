@@ -24,9 +24,8 @@ public:
         QString text;
     };
 
-    // Each answer is a button's objectName on the dialog ("btnAbort",
-    // "btnRetry", "btnIgnore"), "close" for its close box, or a message box
-    // button's text ("Abort", "Retry", "Ignore").
+    // Each answer is a button's objectName on the dialog ("btnAbort") or a
+    // message box button's text ("Abort").
     explicit DialogAnswerer(QStringList answers)
         : m_answers(std::move(answers))
     {
@@ -64,10 +63,7 @@ private:
                     QTest::mouseClick(button, Qt::LeftButton);
         } else if (auto *form = qobject_cast<frmErrorMessage *>(modal)) {
             seen.append({u"form"_s, form->ErrorMessage()});
-            if (answer == u"close"_s)
-                form->close();
-            else
-                QTest::mouseClick(form->findChild<QPushButton *>(answer), Qt::LeftButton);
+            QTest::mouseClick(form->findChild<QPushButton *>(answer), Qt::LeftButton);
         }
     }
 

@@ -1,20 +1,15 @@
-// The error handler's state, its validation, the call stack, the trace and
-// error logs read back byte for byte, the system log, Clear, and HandleError
-// on the paths that ask nobody. Then the reporting frame on a small
-// procedure, answered through the real error dialog and the real message
-// box: abort, retry and ignore, the stack after each, and a failure of
+// The error handler's validation, the trace and error logs read back byte
+// for byte, the system log, Clear; the reporting frame on a small procedure
+// answered through the real message box and dialog, and a failure of
 // HandleError itself; last, the dialog on its own.
 
 #include "DialogAnswerer.h"
 #include "ProgramRun.h"
 #include "Raised.h"
-#include "component/modUtils.h"
 #include "errors/CErrorHandler.h"
 #include "errors/ErrorTexts.h"
 #include "errors/ReportingFrame.h"
 #include "errors/SystemLog.h"
-
-#include <qrt/statCharts.h>
 
 #include <QDate>
 #include <QDir>
@@ -198,17 +193,13 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void configurationOfTheComponent();
     void initStopsAtTheFirstRefusal_data();
     void initStopsAtTheFirstRefusal();
     void tracing_data();
     void tracing();
     void errorLogEntries_data();
     void errorLogEntries();
-    void recordsEveryKindOfFailure_data();
-    void recordsEveryKindOfFailure();
     void eventLog();
-    void clear();
     void answers_data();
     void answers();
     void failuresOfTheHandlerItself();
@@ -260,23 +251,6 @@ void tst_CErrorHandler::cleanup()
     m_dir.reset();
 }
 
-void tst_CErrorHandler::configurationOfTheComponent()
-{
-    statCharts first;
-    CErrorHandler *handler = gErrorHandler.get();
-    QVERIFY(handler);
-    // The error dialog and the call stack it lists are tst_pivotwindow's
-    // (a missing member); here tracing is off.
-    handler->CallStackPush(u"QRT_StatCharts.frmCharts.ParseMembers"_s);
-    handler->CallStackPop();
-    QVERIFY(QDir().entryList(QDir::Files).isEmpty());
-
-    handler->Tag(u"first"_s);
-    statCharts second;
-    QVERIFY(gErrorHandler);
-    QVERIFY(gErrorHandler->Tag().isEmpty()); // a new object took its place
-}
-
 void tst_CErrorHandler::initStopsAtTheFirstRefusal_data()
 {
     QTest::addColumn<qint32>("actions");
@@ -296,8 +270,6 @@ void tst_CErrorHandler::initStopsAtTheFirstRefusal_data()
         << u"3,Error Log.txt,false,0,Tracing Log.txt"_s;
     QTest::newRow("flags 4") << 3 << u"e.txt"_s << 4 << u"t.txt"_s << InvalidTracingFlags
                              << u"3,e.txt,true,0,Tracing Log.txt"_s;
-    QTest::newRow("empty trace log last") << 3 << u"e.txt"_s << 1 << QString() << InvalidFileName
-                                          << u"3,e.txt,true,1,Tracing Log.txt"_s;
 }
 
 void tst_CErrorHandler::initStopsAtTheFirstRefusal()
@@ -352,6 +324,13 @@ void tst_CErrorHandler::tracing()
     handler.CallStackPop();
     handler.CallStackPop(); // empty stack: no exit line
     QCOMPARE(Log(u"trace.log"_s), expected);
+
+    // Clear takes each log on its own; one no longer there raises nothing.
+    QVERIFY(qrt::test::writeFile(u"Error Log.txt"_s, "kept"));
+    handler.Clear(false, true);
+    QVERIFY(!QFile::exists(u"trace.log"_s) && QFile::exists(u"Error Log.txt"_s));
+    handler.Clear();
+    QVERIFY(!QFile::exists(u"Error Log.txt"_s));
 }
 
 void tst_CErrorHandler::errorLogEntries_data()
@@ -359,19 +338,30 @@ void tst_CErrorHandler::errorLogEntries_data()
     QTest::addColumn<QStringList>("stack");
     QTest::addColumn<bool>("callStackEnabled");
     QTest::addColumn<QString>("procedure");
+    QTest::addColumn<int>("kind"); // what fails: 0 nothing, 1 ours, 2 another exception, 3 memory
     QTest::addColumn<qint32>("number");
     QTest::addColumn<int>("line");
+    QTest::addColumn<QString>("description");
     QTest::addColumn<QString>("named"); // the procedure the entry names
 
     const QString parse = u"QRT_StatCharts.frmCharts.ParseMembers"_s;
+    const QString ours = u"CAppSettings component failure"_s;
     QTest::newRow("named by the top of the stack")
-        << QStringList({u"QRT_StatCharts.frmCharts.Outer"_s, parse}) << true << QString()
-        << qint32(5) << 120 << parse;
+        << QStringList({u"QRT_StatCharts.frmCharts.Outer"_s, parse}) << true << QString() << 1
+        << qint32(5) << 120 << ours << parse;
     QTest::newRow("call stack off names Unknown, listing stays")
-        << QStringList({u"A"_s}) << false << QString() << qint32(-1) << -3 << u"Unknown"_s;
+        << QStringList({u"A"_s}) << false << QString() << 1 << qint32(-1) << -3 << ours
+        << u"Unknown"_s;
     QTest::newRow("a given name wins over the stack")
-        << QStringList({u"A"_s}) << true << u"Caller.Given"_s << qint32(0x7fffffff) << 1
-        << u"Caller.Given"_s;
+        << QStringList({u"A"_s}) << true << u"Caller.Given"_s << 1 << qint32(0x7fffffff) << 1
+        << ours << u"Caller.Given"_s;
+    QTest::newRow("no current error")
+        << QStringList() << true << QString() << 0 << 0 << 0 << QString() << u"Unknown"_s;
+    QTest::newRow("other exception")
+        << QStringList() << true << QString() << 2 << qint32(-2147467259) << 0 << u"disk on fire"_s
+        << u"Unknown"_s;
+    QTest::newRow("out of memory")
+        << QStringList() << true << QString() << 3 << 7 << 0 << u"Out of memory"_s << u"Unknown"_s;
 }
 
 void tst_CErrorHandler::errorLogEntries()
@@ -379,69 +369,45 @@ void tst_CErrorHandler::errorLogEntries()
     QFETCH(QStringList, stack);
     QFETCH(bool, callStackEnabled);
     QFETCH(QString, procedure);
+    QFETCH(int, kind);
     QFETCH(qint32, number);
     QFETCH(int, line);
+    QFETCH(QString, description);
     QFETCH(QString, named);
 
     CErrorHandler handler;
     handler.Init(CErrorHandler::ActionLogFile, u"errors.log"_s, callStackEnabled);
     for (qsizetype i = 0; i < stack.size(); ++i)
         handler.CallStackPush(stack.at(i), u"arg "_s + QString::number(i + 1));
+    handler.ErrorNumber(99); // an earlier record gives way
+    handler.ErrorLine(99);
 
     DialogAnswerer nobody({});
-    const qint32 result = HandleWhileFailing(handler, SampleError(number, line), procedure);
+    qint32 result = -1;
+    if (kind == 0)
+        result = handler.HandleError(procedure);
+    else if (kind == 1)
+        result = HandleWhileFailing(handler, SampleError(number, line), procedure);
+    else
+        try {
+            if (kind == 2)
+                throw std::runtime_error("disk on fire");
+            throw std::bad_alloc();
+        } catch (...) {
+            result = handler.HandleError(procedure);
+        }
     QCOMPARE(result, CErrorHandler::ResultAbort); // nobody asked
     QStringList frames;                           // from the top
     for (qsizetype i = stack.size(); i > 0; --i)
         frames << stack.at(i - 1) + u"(arg %1)"_s.arg(i);
-    QCOMPARE(Log(u"errors.log"_s),
-             Entry(number, u"CAppSettings component failure"_s, named, line, frames));
+    QCOMPARE(Log(u"errors.log"_s), Entry(number, description, named, line, frames));
     QCOMPARE(handler.ErrorNumber(), number);
     QCOMPARE(handler.ErrorLine(), line);
-    QCOMPARE(handler.ErrorDescription(), u"CAppSettings component failure"_s);
+    QCOMPARE(handler.ErrorDescription(), description);
     QCOMPARE(handler.CallStack(), stack); // neither popped nor cleared
     QCOMPARE(nobody.seen.size(), 0);
     handler.CallStackClear(); // switched off, it leaves the stack alone
     QCOMPARE(handler.CallStack().isEmpty(), callStackEnabled);
-}
-
-void tst_CErrorHandler::recordsEveryKindOfFailure_data()
-{
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<qint32>("number");
-    QTest::addColumn<QString>("description");
-
-    // An error record of ours is errorLogEntries'.
-    QTest::newRow("no current error") << 0 << 0 << QString();
-    QTest::newRow("other exception") << 1 << qint32(-2147467259) << u"disk on fire"_s;
-    QTest::newRow("out of memory") << 2 << 7 << u"Out of memory"_s;
-}
-
-void tst_CErrorHandler::recordsEveryKindOfFailure()
-{
-    QFETCH(int, kind);
-    QFETCH(qint32, number);
-    QFETCH(QString, description);
-
-    CErrorHandler handler;
-    handler.Init(CErrorHandler::ActionLogFile, u"errors.log"_s);
-    handler.ErrorNumber(99);
-    handler.ErrorLine(99);
-    if (kind == 0) {
-        QCOMPARE(handler.HandleError(), CErrorHandler::ResultAbort);
-    } else {
-        try {
-            if (kind == 1)
-                throw std::runtime_error("disk on fire");
-            throw std::bad_alloc();
-        } catch (...) {
-            handler.HandleError();
-        }
-    }
-    QCOMPARE(handler.ErrorNumber(), number);
-    QCOMPARE(handler.ErrorDescription(), description);
-    QCOMPARE(handler.ErrorLine(), 0);
-    QCOMPARE(Log(u"errors.log"_s), Entry(number, description, u"Unknown"_s, 0));
 }
 
 void tst_CErrorHandler::eventLog()
@@ -470,21 +436,6 @@ void tst_CErrorHandler::eventLog()
     VERIFY_RAISES(HandleWhileFailing(handler, SampleError()), ComponentFailure);
 }
 
-// Each log goes on its own; Clear() then clears what is left, and a file
-// no longer there raises nothing.
-void tst_CErrorHandler::clear()
-{
-    CErrorHandler handler;
-    handler.Init(CErrorHandler::ActionLogFile, u"e.log"_s, true, true, 2, u"t.log"_s);
-    handler.CallStackPush(u"P"_s);
-    HandleWhileFailing(handler, SampleError());
-    QVERIFY(QFile::exists(u"e.log"_s) && QFile::exists(u"t.log"_s));
-    handler.Clear(false, true);
-    QVERIFY(QFile::exists(u"e.log"_s) && !QFile::exists(u"t.log"_s));
-    handler.Clear();
-    QVERIFY(!QFile::exists(u"e.log"_s) && !QFile::exists(u"t.log"_s));
-}
-
 void tst_CErrorHandler::answers_data()
 {
     QTest::addColumn<qint32>("actions");
@@ -499,11 +450,8 @@ void tst_CErrorHandler::answers_data()
     const qint32 form = CErrorHandler::ActionErrorForm;
     const qint32 box = CErrorHandler::ActionMessageBox;
 
-    // A retry is the real window's (tst_pivotwindow); a box, and a box then
-    // the dialog, which decides, are here.
-    QTest::newRow("dialog: retry, fails again, abort")
-        << form << 5 << QStringList({u"btnRetry"_s, u"btnAbort"_s}) << 2 << 0 << false
-        << QStringList();
+    // The dialog's own answers are the real window's (tst_pivotwindow); a
+    // box, and a box then the dialog, which decides, are here.
     QTest::newRow("box: abort") << box << 1 << QStringList({u"Abort"_s}) << 1 << 0 << false
                                 << QStringList();
     QTest::newRow("box: retry then ignore")
