@@ -170,7 +170,6 @@ private Q_SLOTS:
     void fillOrder();
     void ticks_data();
     void ticks();
-    void storedFilterIsTheLastDrawing();
     void panelWithoutWindow();
     void malformedStoredText_data();
     void malformedStoredText();
@@ -181,7 +180,6 @@ private:
     frmCharts *open(const QString &database, const QVariant &stored = {});
     TickList *grid(const QString &name) const;
     ButtonTool *redraw() const;
-    void pressSpace(TickList *list, int row);
     static QStringList column(const TickList *list, int role);
 
     QTemporaryDir m_dir;
@@ -236,16 +234,6 @@ TickList *tst_frmProvChannels::grid(const QString &name) const
 ButtonTool *tst_frmProvChannels::redraw() const
 {
     return m_window->dsChart->Commands().GetToolButton(u"tbRedraw"_s);
-}
-
-// Walks to the row with the arrow keys, then the space key.
-void tst_frmProvChannels::pressSpace(TickList *list, int row)
-{
-    list->setFocus();
-    QTest::keyClick(list, Qt::Key_Home);
-    for (int i = 0; i < row; ++i)
-        QTest::keyClick(list, Qt::Key_Down);
-    QTest::keyClick(list, Qt::Key_Space);
 }
 
 QStringList tst_frmProvChannels::column(const TickList *list, int role)
@@ -368,8 +356,12 @@ void tst_frmProvChannels::ticks()
         TickList *list = lists[qsizetype(u"kpc"_s.indexOf(step[0]))];
         const int row = step.mid(2).toInt();
         const QPoint at = list->visualRect(list->model()->index(row)).center();
-        if (step[1] == u's') {
-            pressSpace(list, row);
+        if (step[1] == u's') { // to the row with the arrow keys
+            list->setFocus();
+            QTest::keyClick(list, Qt::Key_Home);
+            for (int i = 0; i < row; ++i)
+                QTest::keyClick(list, Qt::Key_Down);
+            QTest::keyClick(list, Qt::Key_Space);
         } else if (step[1] == u'c') {
             clickTick(list, row);
         } else { // what a double click delivers: press, release, double click, release
@@ -398,21 +390,6 @@ void tst_frmProvChannels::ticks()
     QTEST(m_window->fChart->sFilter, "filter");
 }
 
-// What the window stores at close is the filter of the last drawing, not
-// ticks changed since.
-void tst_frmProvChannels::storedFilterIsTheLastDrawing()
-{
-    QVERIFY(open(m_same));
-    TickList *channels = grid(u"fgChannels"_s);
-    clickTick(channels, 2);
-    QTest::mouseClick(redraw()->widget(), Qt::LeftButton);
-    clickTick(channels, 3);
-    QVERIFY(m_window->close());
-    QCOMPARE(gSettings->GetSetting(u"STATCHART"_s, u"FILTERS"_s).toString(),
-             u"Categories.ID  not in (0) AND Providers.ID  not in (0) AND Channels.ID  not in "
-             "( 2) "_s);
-}
-
 // A panel whose window is not in gChartForms fills and ticks as usual; its
 // filter and its redraw tool have nowhere to go, and nothing breaks.
 void tst_frmProvChannels::panelWithoutWindow()
@@ -435,15 +412,11 @@ void tst_frmProvChannels::malformedStoredText_data()
     QTest::addColumn<QString>("stored");
     QTest::addColumn<QString>("ticked"); // IDs per list, of 3, 4 and 6
     QTest::addColumn<qint64>("categoriesCount");
-    const QString rest = u"AND Providers.ID  not in (0) AND Channels.ID  not in (0) "_s;
     QTest::newRow("words in the list")
         << u"Categories.ID  not in (0) AND Providers.ID  in ( 1, x) AND Channels.ID  not in (0) "_s
         << u"1,2,3|1|1,2,3,4,5,6"_s << qint64(3);
     QTest::newRow("missing clauses include nothing")
         << u"Categories.ID  not in ( 1) "_s << u"2,3||"_s << qint64(2);
-    // The count moves once per listed ID, also for an ID listed twice.
-    QTest::newRow("an ID listed twice")
-        << u"Categories.ID  not in ( 2, 2) "_s + rest << u"1,3|1,2,3,4|1,2,3,4,5,6"_s << qint64(1);
 }
 
 // Whatever the stored text holds, the three clauses are applied as far as

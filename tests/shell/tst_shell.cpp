@@ -483,15 +483,6 @@ void tst_CShell::bufferRoundTripThroughAStream()
     QCOMPARE(buffer.IStream()->write("  caf\xe9 ol\xe9  "), 12);
     // The first 12 bytes, Latin-1, blanks trimmed.
     QCOMPARE(buffer.GetData(), u"café olé"_s);
-
-    // A shorter fill leaves the block's zero bytes in the text: only blanks
-    // go. Streams share the block, each with its own position.
-    buffer.bufferSize(8);
-    const auto first = buffer.IStream();
-    const auto second = buffer.IStream();
-    first->write(" ab ");
-    QCOMPARE(second->read(4), QByteArray(" ab "));
-    QCOMPARE(buffer.GetData(), u"ab \0\0"_s);
 }
 
 void tst_CShell::bufferOverflow()
