@@ -12,7 +12,6 @@
 #include "controls/tools/TickList.h"
 #include "db/Connection.h"
 #include "db/Recordset.h"
-#include "filterpanel/FilterClause.h"
 #include "filterpanel/TickListModel.h"
 #include "filterpanel/frmProvChannels.h"
 #include "newschart/frmChart.h"
@@ -78,18 +77,6 @@ QStringList changedCatalogue()
                              u"INSERT INTO Channels VALUES (9, 'Eta Science', 8, 4)"_s,
                              u"INSERT INTO News VALUES (99, '2024-03-04 10:00:00', 9, 'item')"_s,
                          };
-}
-
-// A list as the panel fills it: "All" then the IDs 1 to n, all ticked, the
-// count of ticked items in row 0's data value.
-void fill(TickListModel &grid, int n)
-{
-    grid.setRows(1 + n);
-    grid.setRowKey(0, u"ALL"_s);
-    for (int id = 1; id <= n; ++id)
-        grid.setRowKey(id, u"KEY"_s + QString::number(id));
-    FilterClause::SetAllChecks(grid, true);
-    grid.setRowData(0, n);
 }
 
 // The ticked IDs as "3,1,2".
@@ -171,8 +158,6 @@ private Q_SLOTS:
     void ticks_data();
     void ticks();
     void panelWithoutWindow();
-    void malformedStoredText_data();
-    void malformedStoredText();
     void gridsStatementSameRowsAsTheLiteral_data();
     void gridsStatementSameRowsAsTheLiteral();
 
@@ -303,6 +288,19 @@ void tst_frmProvChannels::ticks_data()
                     "Channels.ID  not in ( 4, 5) "_s)
         << QString() << u"*|1|1,2,3,6,7,9"_s << u"101"_s << true
         << u"Categories.ID  not in (0) AND Providers.ID  in ( 1) AND Channels.ID  not in ( 5) "_s;
+    // Whatever the stored text holds, the clauses are applied as far as it
+    // goes: a word in a list is no ID, a missing clause includes nothing
+    // (that the composed text is well formed again is fuzz_filters').
+    row("a word in a list")
+        << same
+        << QVariant(u"Categories.ID  not in (0) AND Providers.ID  in ( 1, x) AND Channels.ID  "
+                    "not in (0) "_s)
+        << QString() << u"*|1|*"_s << u"101"_s << true
+        << u"Categories.ID  not in (0) AND Providers.ID  in ( 1) AND Channels.ID  not in (0) "_s;
+    row("missing clauses") << same << QVariant(u"Categories.ID  not in ( 1) "_s) << QString()
+                           << u"3,2||"_s << u"100"_s << true
+                           << u"Categories.ID  not in ( 1) AND Providers.ID  in (0) AND "
+                              "Channels.ID  in (0) "_s;
     // Without a database the lists keep their "All" rows, count 0.
     row("no database") << u"missing.db"_s << QVariant() << QString() << u"||"_s << u"111"_s << true
                        << kAllTicked;
@@ -405,35 +403,6 @@ void tst_frmProvChannels::panelWithoutWindow()
     clickTick(channels, 0);
     QCOMPARE(channels->model()->RowData(0), 0);
     panel.BuildFilter();
-}
-
-void tst_frmProvChannels::malformedStoredText_data()
-{
-    QTest::addColumn<QString>("stored");
-    QTest::addColumn<QString>("ticked"); // IDs per list, of 3, 4 and 6
-    QTest::addColumn<qint64>("categoriesCount");
-    QTest::newRow("words in the list")
-        << u"Categories.ID  not in (0) AND Providers.ID  in ( 1, x) AND Channels.ID  not in (0) "_s
-        << u"1,2,3|1|1,2,3,4,5,6"_s << qint64(3);
-    QTest::newRow("missing clauses include nothing")
-        << u"Categories.ID  not in ( 1) "_s << u"2,3||"_s << qint64(2);
-}
-
-// Whatever the stored text holds, the three clauses are applied as far as
-// the text goes (that the composed text is well formed again is
-// fuzz_filters').
-void tst_frmProvChannels::malformedStoredText()
-{
-    QFETCH(QString, stored);
-    TickListModel categories, providers, channels;
-    fill(categories, 3);
-    fill(providers, 4);
-    fill(channels, 6);
-    FilterClause::restore(stored, categories, providers, channels);
-    const QString ticked =
-        tickedIds(categories) + u'|' + tickedIds(providers) + u'|' + tickedIds(channels);
-    QTEST(ticked, "ticked");
-    QTEST(categories.RowData(0), "categoriesCount");
 }
 
 // The statement that fills the filter lists on SQLite and PostgreSQL against
