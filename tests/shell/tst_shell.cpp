@@ -11,8 +11,6 @@
 #include "shell/DesktopShell.h"
 
 #include <QDBusConnection>
-#include <QDBusContext>
-#include <QDBusError>
 #include <QDir>
 #include <QFile>
 #include <QHash>
@@ -97,7 +95,7 @@ struct OwnDesktop
 OwnDesktop ownDesktop;
 
 // An application whose program is the stand-in, with its actions' groups
-// (name and command line; no command line leaves the key out).
+// (name and command line).
 void WriteApplication(const QString &id, const QString &program, const QByteArray &more,
                       const QList<std::pair<QByteArray, QByteArray>> &actions)
 {
@@ -107,34 +105,24 @@ void WriteApplication(const QString &id, const QString &program, const QByteArra
     QByteArray groups;
     for (const auto &[name, exec] : actions) {
         names += name + ';';
-        groups += "\n[Desktop Action " + name + "]\nName=" + name + "\n";
-        if (!exec.isEmpty())
-            groups += "Exec=" + exec + "\n";
+        groups += "\n[Desktop Action " + name + "]\nName=" + name + "\nExec=" + exec + "\n";
     }
     if (!names.isEmpty())
         entry += "Actions=" + names + "\n";
     WriteFile(ownDesktop.applications + u'/' + id + u".desktop"_s, entry + groups, false);
 }
 
-// A file manager on the bus: notes the items it was asked about, or refuses.
-class FakeFileManager : public QObject, protected QDBusContext
+// A file manager on the bus: notes the items it was asked about.
+class FakeFileManager : public QObject
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.FileManager1")
 
 public:
     QStringList shown;
-    bool refuse = false;
 
 public Q_SLOTS:
-    void ShowItemProperties(const QStringList &uris, const QString &startupId)
-    {
-        Q_UNUSED(startupId);
-        if (refuse)
-            sendErrorReply(QDBusError::Failed, u"no sheet today"_s);
-        else
-            shown += uris;
-    }
+    void ShowItemProperties(const QStringList &uris, const QString &) { shown += uris; }
 };
 
 } // namespace
@@ -151,15 +139,10 @@ private Q_SLOTS:
     void openerOutcomes();
     void itemReachesTheOpener_data();
     void itemReachesTheOpener();
-    void launchStartsInTheProgramsFolder();
-    void launchWaitsForTheEnd();
-    void launchOutcomes_data();
-    void launchOutcomes();
+    void launch();
     void properties();
     void documentVerbCarriedOut_data();
     void documentVerbCarriedOut();
-    void bufferDataCopiesCodeUnits();
-    void bufferSizedBlocks();
     void bufferRoundTripThroughAStream();
     void bufferOverflow();
 
@@ -196,8 +179,8 @@ void tst_CShell::WriteDesktop()
 {
     QDir root(m_dir.path());
     QVERIFY(root.mkpath(u"docs/v1.2"_s));
-    for (const char *name : {"Makefile", "v1.2/Makefile", "table.csv", "notes.md", "page.html",
-                             "main.c", "pic.png", "data.json", "feed.xml"})
+    for (const char *name :
+         {"Makefile", "v1.2/Makefile", "table.csv", "notes.md", "page.html", "main.c", "pic.png"})
         WriteFile(root.filePath(u"docs/"_s + QLatin1StringView(name)), "x\n", false);
     m_standIn = root.filePath(u"bin/stand in"_s);
     m_ranLog = root.filePath(u"ran.txt"_s);
@@ -217,16 +200,12 @@ void tst_CShell::WriteDesktop()
                      {{"Edit", standIn + " --edit"}, {"Print", standIn}});
     WriteFile(ownDesktop.applications + u"/mimeinfo.cache"_s,
               "[MIME Cache]\ntext/x-csrc=c-editor.desktop;\n", false);
-    WriteApplication(u"missing-printer"_s, m_standIn, {}, {{"Print", "/nowhere/printer %f"}});
-    WriteApplication(u"no-command"_s, m_standIn, {}, {{"Print", {}}});
     WriteFile(ownDesktop.config + u"/mimeapps.list"_s,
               "[Default Applications]\n"
               "text/x-makefile=print-edit.desktop\n"
               "text/html=print-edit.desktop\n"
               "text/markdown=print-open.desktop\n"
-              "image/png=no-actions.desktop\n"
-              "application/json=missing-printer.desktop\n"
-              "application/xml=no-command.desktop\n",
+              "image/png=no-actions.desktop\n",
               false);
 }
 
@@ -271,61 +250,29 @@ void tst_CShell::openerOutcomes_data()
 
     const QString url = u"https://news.example/today"_s;
     const QString doc = u"docs/report.txt"_s;
-    const QString gone = u"docs/gone"_s;
-    const QString deep = u"docs/missing/gone"_s;
-    struct Outcome
-    {
-        const char *name;
-        QByteArray opener;
-        qint32 longTable;
-        qint32 shortTable;
-    };
-    const Outcome outcomes[] = {
-        {"exit 0", "exit 0", 0, 0},
-        {"exit 1", "exit 1", 0, 0},
-        {"exit 3 no application", "exit 3", NoAssociation, 0},
-        {"exit 4 action failed", "exit 4", AssocIncomplete, 0},
-        {"exit 75 try later", "exit 75", DdeBusy, DdeBusy},
-        {"killed by a signal", "kill -SEGV $$", DdeFail, DdeFail},
-        // Still running when the wait ends: the handler has started.
-        {"keeps running", "exec sleep 5", 0, 0},
+    const auto row = [](const char *name, const QByteArray &opener, const QString &operation,
+                        const QString &item, qint32 raises) {
+        QTest::newRow(name) << opener << operation << item << raises;
     };
     // The three operations of the long table share one path, as do the two
-    // of the short one: each outcome goes through one of each, in turn.
-    const QString longOps[][2] = {
-        {u"OpenDocument"_s, doc}, {u"OpenFolder"_s, u"docs"_s}, {u"ExploreFolder"_s, u"docs"_s}};
-    const QString shortOps[][2] = {{u"OpenUrl"_s, url},
-                                   {u"CreateNewMailMessage"_s, u"a@b.example"_s}};
-    int turn = 0;
-    for (const Outcome &o : outcomes) {
-        const auto &l = longOps[turn % 3];
-        const auto &s = shortOps[turn % 2];
-        ++turn;
-        QTest::addRow("%s: %s", o.name, qPrintable(l[0]))
-            << o.opener << l[0] << l[1] << o.longTable;
-        QTest::addRow("%s: %s", o.name, qPrintable(s[0]))
-            << o.opener << s[0] << s[1] << o.shortTable;
-    }
+    // of the short one, which reads fewer outcomes as errors.
+    row("exit 0", "exit 0", u"OpenDocument"_s, doc, 0);
+    row("exit 1", "exit 1", u"OpenFolder"_s, u"docs"_s, 0);
+    row("exit 3 no application", "exit 3", u"ExploreFolder"_s, u"docs"_s, NoAssociation);
+    row("exit 3, short table", "exit 3", u"OpenUrl"_s, url, 0);
+    row("exit 4 action failed", "exit 4", u"OpenDocument"_s, doc, AssocIncomplete);
+    row("exit 75 try later", "exit 75", u"CreateNewMailMessage"_s, u"a@b.example"_s, DdeBusy);
+    row("killed by a signal", "kill -SEGV $$", u"ExploreFolder"_s, u"docs"_s, DdeFail);
+    // Still running when the wait ends: the handler has started.
+    row("keeps running", "exec sleep 5", u"OpenUrl"_s, url, 0);
     // "Does not exist": a missing item, or a missing folder on its way.
-    QTest::newRow("exit 2: OpenFolder, item missing")
-        << QByteArray("exit 2") << u"OpenFolder"_s << gone << FileNotFound;
-    QTest::newRow("exit 2: OpenFolder, folder missing")
-        << QByteArray("exit 2") << u"OpenFolder"_s << deep << PathNotFound;
-    QTest::newRow("exit 2: file URL, folder missing")
-        << QByteArray("exit 2") << u"OpenFolder"_s
-        << QUrl::fromLocalFile(m_dir.filePath(deep)).toString() << PathNotFound;
-
-    const QString huge(200000, u'x'); // longer than one argument may be
-    QTest::newRow("missing: OpenFolder")
-        << QByteArray("missing") << u"OpenFolder"_s << u"docs"_s << DllNotFound;
-    QTest::newRow("not executable: OpenFolder")
-        << QByteArray("noexec") << u"OpenFolder"_s << u"docs"_s << FileNotFound;
-    QTest::newRow("no program: OpenDocument")
-        << QByteArray("garbage") << u"OpenDocument"_s << doc << BadFormat;
-    QTest::newRow("open for writing: OpenUrl")
-        << QByteArray("busy") << u"OpenUrl"_s << url << SharingViolation;
-    QTest::newRow("argument too long: OpenUrl")
-        << QByteArray("exit 0") << u"OpenUrl"_s << url + huge << OutOfMemory;
+    row("exit 2, item missing", "exit 2", u"OpenFolder"_s, u"docs/gone"_s, FileNotFound);
+    row("exit 2, folder missing", "exit 2", u"OpenFolder"_s, u"docs/missing/gone"_s, PathNotFound);
+    row("missing", "missing", u"OpenFolder"_s, u"docs"_s, DllNotFound);
+    row("no program", "garbage", u"OpenDocument"_s, doc, BadFormat);
+    row("open for writing", "busy", u"OpenUrl"_s, url, SharingViolation);
+    // Longer than one argument may be.
+    row("argument too long", "exit 0", u"OpenUrl"_s, url + QString(200000, u'x'), OutOfMemory);
 }
 
 void tst_CShell::openerOutcomes()
@@ -341,8 +288,6 @@ void tst_CShell::openerOutcomes()
     bool asked = false;
     if (opener == "missing") {
         qputenv("PATH", m_dir.filePath(u"empty"_s).toLocal8Bit());
-    } else if (opener == "noexec") {
-        WriteFile(program, "#!/bin/sh\nexit 0\n", false);
     } else if (opener == "garbage") {
         WriteFile(program, QByteArray("\x7f\x01\x02garbage", 10), true);
     } else if (opener == "busy") {
@@ -388,87 +333,48 @@ void tst_CShell::itemReachesTheOpener()
     QCOMPARE(QString::fromLocal8Bit(readFile(m_openedLog)), opened + u'\n');
 }
 
-void tst_CShell::launchStartsInTheProgramsFolder()
+// A program starts in its own folder and the call does not wait for it;
+// asked to wait, it runs in the start directory given, or else the caller's.
+// A document, not a program, is opened by its own program. The other errors
+// of a start are those of the opener's start, above.
+void tst_CShell::launch()
 {
-    // The program waits for a go that only comes after the call returned.
     SetOpener("exit 0");
+    const QByteArray report = "printf '%s|%s|%s|%s' \"$#\" \"$1\" \"$2\" \"$(pwd)\" > out\n";
+    // The program waits for a go that only comes after the call returned.
     WriteFile(m_dir.filePath(u"docs/sub/where"_s),
-              "#!/bin/sh\nwhile [ ! -e go ]; do sleep 0.02; done\n"
-              "printf '%s|%s|%s' \"$#\" \"$1\" \"$(pwd)\" > out\n",
-              true);
+              "#!/bin/sh\nwhile [ ! -e go ]; do sleep 0.02; done\n" + report, true);
     CShell().LaunchProgram(u"docs/sub/where"_s, u"\"two words\""_s);
     QVERIFY(!QFile::exists(m_dir.filePath(u"docs/sub/out"_s)));
-    QVERIFY(!QFile::exists(m_openedLog)); // a program is started, not opened
     WriteFile(m_dir.filePath(u"docs/sub/go"_s), "", false);
     QTRY_COMPARE(readFile(m_dir.filePath(u"docs/sub/out"_s)),
-                 "1|two words|" + m_dir.filePath(u"docs/sub"_s).toLocal8Bit());
-}
+                 "1|two words||" + m_dir.filePath(u"docs/sub"_s).toLocal8Bit());
+    QVERIFY(!QFile::exists(m_openedLog)); // a program is started, not opened
 
-void tst_CShell::launchWaitsForTheEnd()
-{
-    const QString out = m_dir.filePath(u"empty/waited"_s);
-    WriteFile(
-        m_dir.filePath(u"docs/slow"_s),
-        "#!/bin/sh\nsleep 0.3\nprintf '%s|%s|%s|%s' \"$#\" \"$1\" \"$2\" \"$(pwd)\" > waited\n",
-        true);
-    // The program writes its answer only after its sleep: found at once, it was waited for.
+    // The answer is written after a sleep: found at once, it was waited for.
+    WriteFile(m_dir.filePath(u"docs/slow"_s), "#!/bin/sh\nsleep 0.3\n" + report, true);
     CShell().LaunchProgram(u"docs/slow"_s, u"alpha \"beta gamma\""_s, true,
                            m_dir.filePath(u"empty"_s));
-    QCOMPARE(readFile(out), "2|alpha|beta gamma|" + m_dir.filePath(u"empty"_s).toLocal8Bit());
-    QFile::remove(out);
-
-    // Without a start directory it runs in the caller's; a number is a parameter too.
+    QCOMPARE(readFile(m_dir.filePath(u"empty/out"_s)),
+             "2|alpha|beta gamma|" + m_dir.filePath(u"empty"_s).toLocal8Bit());
+    // A number is a parameter too.
     CShell().LaunchProgram(m_dir.filePath(u"docs/slow"_s), 42, true);
-    QCOMPARE(readFile(m_dir.filePath(u"waited"_s)), "1|42||" + m_dir.path().toLocal8Bit());
+    QCOMPARE(readFile(m_dir.filePath(u"out"_s)), "1|42||" + m_dir.path().toLocal8Bit());
+
+    const QString document = u"docs/report.txt"_s;
+    QCOMPARE(RaisedBy([&] { CShell().LaunchProgram(document, {}); }), 0);
+    QCOMPARE(RaisedBy([&] { CShell().LaunchProgram(document, {}, true); }), CannotCreateProcess);
+    const QVariantMap notText{{u"a"_s, 1}};
+    QCOMPARE(RaisedBy([&] { CShell().LaunchProgram(u"docs/slow"_s, notText, true); }),
+             ComponentFailure);
+    QCOMPARE(readFile(m_openedLog), document.toLocal8Bit() + '\n'); // once
 }
 
-void tst_CShell::launchOutcomes_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QVariant>("parameters");
-    QTest::addColumn<bool>("wait");
-    QTest::addColumn<QString>("startDirectory");
-    QTest::addColumn<qint32>("raises");
-    QTest::addColumn<bool>("opened"); // whether xdg-open was asked
-
-    // A document, not a program: its own program opens it. The other errors
-    // of a start are those of the opener's start, above.
-    QTest::newRow("a document") << u"docs/report.txt"_s << QVariant() << false << QString() << 0
-                                << true;
-    QTest::newRow("arguments too long") << u"docs/slow"_s << QVariant(QString(200000, u'p'))
-                                        << false << QString() << OutOfMemory << false;
-    // A missing file is found out before anything else, the start directory too.
-    QTest::newRow("missing") << u"docs/none"_s << QVariant(u"-c 'exit 0'"_s) << false
-                             << u"/nowhere"_s << FileNotFound << false;
-    QTest::newRow("waiting, not executable")
-        << u"docs/report.txt"_s << QVariant() << true << QString() << CannotCreateProcess << false;
-    QTest::newRow("parameters that are no text")
-        << u"docs/slow"_s << QVariant(QVariantMap{{u"a"_s, 1}}) << true << QString()
-        << ComponentFailure << false;
-}
-
-void tst_CShell::launchOutcomes()
-{
-    QFETCH(QString, path);
-    QFETCH(QVariant, parameters);
-    QFETCH(bool, wait);
-    QFETCH(QString, startDirectory);
-    QFETCH(qint32, raises);
-    QFETCH(bool, opened);
-    WriteFile(m_dir.filePath(u"docs/slow"_s), "#!/bin/sh\nexit 0\n", true);
-    SetOpener("exit 0");
-    QCOMPARE(RaisedBy([&] { CShell().LaunchProgram(path, parameters, wait, startDirectory); }),
-             raises);
-    QCOMPARE(readFile(m_openedLog), opened ? path.toLocal8Bit() + '\n' : QByteArray());
-}
-
-// Without a file manager on the bus, an item that exists (or a pattern that
-// matches one) has no sheet to show; with one, the manager shows it.
+// Without a file manager on the bus, an item that exists has no sheet to
+// show; with one, the manager shows it.
 void tst_CShell::properties()
 {
     QCOMPARE(RaisedBy([] { CShell().ShowProperties(u"docs/report.txt"_s); }), CannotShowProperties);
-    QCOMPARE(RaisedBy([] { CShell().ShowProperties(u"docs/*.txt"_s); }), CannotShowProperties);
-    QCOMPARE(RaisedBy([] { CShell().ShowProperties(u"docs/none.txt"_s); }), FileNotFound);
 
     const QString daemonProgram = QStandardPaths::findExecutable(u"dbus-daemon"_s);
     if (daemonProgram.isEmpty())
@@ -508,8 +414,6 @@ void tst_CShell::properties()
     QCOMPARE(RaisedBy([] { CShell().ShowProperties(u"docs/report.txt"_s, 12345); }), 0);
     QCOMPARE(manager->shown,
              QStringList({QUrl::fromLocalFile(m_dir.filePath(u"docs/report.txt"_s)).toString()}));
-    manager->refuse = true;
-    QCOMPARE(RaisedBy([] { CShell().ShowProperties(u"docs"_s); }), CannotShowProperties);
 }
 
 // The verb of the document's type, as GIO settles it from the test's own
@@ -518,81 +422,37 @@ void tst_CShell::properties()
 void tst_CShell::documentVerbCarriedOut_data()
 {
     QTest::addColumn<QString>("document");
-    QTest::addColumn<qint32>("raises");
-    QTest::addColumn<QByteArray>("ran"); // what the stand-in noted, if it ran
-    QTest::addColumn<bool>("opened");    // whether xdg-open was asked
+    QTest::addColumn<QByteArray>("ran"); // what the stand-in noted; none: xdg-open was asked
 
     const QByteArray docs = m_dir.filePath(u"docs"_s).toLocal8Bit();
     QTest::newRow("an action runs, field codes, in the document's folder")
-        << u"docs/page.html"_s << 0 << "--first|" + docs + "/page.html|100%|" + docs + '\n'
-        << false;
+        << u"docs/page.html"_s << "--first|" + docs + "/page.html|100%|" + docs + '\n';
     QTest::newRow("installed handler, no file code: the document last")
-        << u"docs/main.c"_s << 0 << "--edit|" + docs + "/main.c|" + docs + '\n'
-        << false;
+        << u"docs/main.c"_s << "--edit|" + docs + "/main.c|" + docs + '\n';
     // The makefile type's application would print: these two are never looked up.
-    QTest::newRow("no dot") << u"docs/Makefile"_s << 0 << QByteArray() << true;
-    QTest::newRow("the last dot in a folder name")
-        << u"docs/v1.2/Makefile"_s << 0 << QByteArray() << true;
-    QTest::newRow("no application") << u"docs/table.csv"_s << 0 << QByteArray() << true;
-    QTest::newRow("Print;Open: open") << u"docs/notes.md"_s << 0 << QByteArray() << true;
-    QTest::newRow("no actions: empty verb") << u"docs/pic.png"_s << 0 << QByteArray() << true;
-    QTest::newRow("the action's program is missing")
-        << u"docs/data.json"_s << FileNotFound << QByteArray() << false;
-    QTest::newRow("the action has no command")
-        << u"docs/feed.xml"_s << AssocIncomplete << QByteArray() << false;
+    QTest::newRow("no dot") << u"docs/Makefile"_s << QByteArray();
+    QTest::newRow("the last dot in a folder name") << u"docs/v1.2/Makefile"_s << QByteArray();
+    QTest::newRow("no application") << u"docs/table.csv"_s << QByteArray();
+    QTest::newRow("Print;Open: open") << u"docs/notes.md"_s << QByteArray();
+    QTest::newRow("no actions: empty verb") << u"docs/pic.png"_s << QByteArray();
 }
 
 void tst_CShell::documentVerbCarriedOut()
 {
     QFETCH(QString, document);
-    QFETCH(qint32, raises);
     QFETCH(QByteArray, ran);
-    QFETCH(bool, opened);
 
     SetOpener("exit 0");
-    QCOMPARE(Call(u"OpenDocument"_s, document), raises);
-    QCOMPARE(QFile::exists(m_openedLog), opened);
+    QCOMPARE(Call(u"OpenDocument"_s, document), 0);
+    QCOMPARE(QFile::exists(m_openedLog), ran.isEmpty());
     if (!ran.isEmpty())
         QTRY_COMPARE(readFile(m_ranLog), ran);
     else
         QVERIFY(!QFile::exists(m_ranLog));
 }
 
-// The memory block behind streams: filled from text or sized empty, read
-// through streams and back as single-byte text.
-// Code units as they are, surrogate pairs included, and a two-byte
-// terminator; a stream taken before a refill goes on with the old block.
-void tst_CShell::bufferDataCopiesCodeUnits()
-{
-    CBufferStream buffer;
-    buffer.Data(QString());
-    QCOMPARE(buffer.IStream()->readAll(), QByteArray(2, '\0'));
-    buffer.Data(u"old"_s);
-    const auto onOld = buffer.IStream();
-    buffer.Data(u"é€😀"_s);
-    const auto onNew = buffer.IStream();
-    QCOMPARE(onNew->size(), 10);
-    QCOMPARE(onNew->readAll(), QByteArray("\xe9\x00\xac\x20\x3d\xd8\x00\xde\0\0", 10));
-    QCOMPARE(onOld->readAll(), QByteArray("o\0l\0d\0\0\0", 8));
-    QVERIFY(buffer.GetData().isEmpty()); // Data leaves BufferLength at 0
-}
-
-// A refill lets go of the block before, also when the new one cannot be
-// had: 1 gives 3 bytes, -2 no block; a length below 2 reads nothing.
-void tst_CShell::bufferSizedBlocks()
-{
-    for (const auto &[size, blockSize] : {std::pair{1, qint64(3)}, std::pair{-2, qint64(-1)}}) {
-        CBufferStream buffer;
-        buffer.Data(u"text"_s);
-        buffer.bufferSize(size);
-        const auto stream = buffer.IStream();
-        QCOMPARE(stream ? stream->size() : -1, blockSize);
-        if (stream)
-            QCOMPARE(stream->readAll(), QByteArray(blockSize, '\0'));
-        QVERIFY(buffer.GetData().isEmpty());
-    }
-}
-
+// The memory block behind streams, written through one and read back as
+// single-byte text.
 void tst_CShell::bufferRoundTripThroughAStream()
 {
     CBufferStream buffer;
@@ -600,15 +460,6 @@ void tst_CShell::bufferRoundTripThroughAStream()
     QCOMPARE(buffer.IStream()->write("  caf\xe9 ol\xe9  "), 12);
     // The first 12 bytes, Latin-1, blanks trimmed.
     QCOMPARE(buffer.GetData(), u"café olé"_s);
-
-    // A shorter fill leaves the block's zero bytes in the text: only blanks
-    // go. Streams share the block, each with its own position.
-    buffer.bufferSize(8);
-    const auto first = buffer.IStream();
-    const auto second = buffer.IStream();
-    first->write(" ab ");
-    QCOMPARE(second->read(4), QByteArray(" ab "));
-    QCOMPARE(buffer.GetData(), u"ab \0\0"_s);
 }
 
 void tst_CShell::bufferOverflow()
