@@ -26,12 +26,9 @@ inline DayCounts chartCounts(const QString &connection, const QString &series)
     const ProgramRun run = runStats({u"chart"_s, connection, u"--period"_s, u"all"_s, u"--series"_s,
                                      series, u"--table"_s, table});
     DayCounts counts;
-    QFile file(table);
-    if (run.exitCode != 0 || !file.open(QIODevice::ReadOnly)) {
+    if (run.exitCode != 0)
         qWarning() << run.err;
-        return counts;
-    }
-    const QJsonObject root = QJsonDocument::fromJson(file.readAll()).object();
+    const QJsonObject root = QJsonDocument::fromJson(readFile(table)).object();
     const QJsonArray days = root.value(u"days"_s).toArray();
     for (const QJsonValue &one : root.value(u"series"_s).toArray()) {
         const QJsonArray values = one.toObject().value(u"values"_s).toArray();
