@@ -12,7 +12,6 @@
 #include <QTemporaryDir>
 
 #include <netinet/in.h>
-#include <pwd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -57,13 +56,10 @@ public:
         }
         QFile::setPermissions(m_dir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
                                                 QFile::ReadOther | QFile::ExeOther);
-        if (geteuid() == 0) {
-            const passwd *postgres = getpwnam("postgres");
-            if (!postgres || chown(QFile::encodeName(m_dir.path()).constData(), postgres->pw_uid,
-                                   postgres->pw_gid) != 0) {
-                *why = u"no user postgres to run the server as"_s;
-                return false;
-            }
+        if (geteuid() == 0 &&
+            runProgram(u"chown"_s, {u"postgres:postgres"_s, m_dir.path()}).exitCode != 0) {
+            *why = u"no user postgres to run the server as"_s;
+            return false;
         }
         if (!run(m_bin + u"/initdb"_s,
                  {u"-D"_s, dataDir(), u"-U"_s, u"qrt"_s, u"-A"_s, u"trust"_s, u"-E"_s, u"UTF8"_s,

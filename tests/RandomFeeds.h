@@ -9,10 +9,11 @@
 // HTML entities and CDATA, guids that are and are not permalinks, items
 // known only by their link, relative links under xml:base.
 
+#include "ProgramRun.h"
+
 #include <QDate>
 #include <QDateTime>
 #include <QDir>
-#include <QFile>
 #include <QList>
 #include <QMap>
 #include <QRandomGenerator>
@@ -312,12 +313,9 @@ inline QByteArray feedDocument(const RandomFeed &feed)
 inline bool writeFeeds(const QString &folder, const QList<RandomFeed> &feeds)
 {
     QDir().mkpath(folder);
-    for (const RandomFeed &feed : feeds) {
-        QFile file(QDir(folder).filePath(feed.fileName));
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
-            file.write(feedDocument(feed)) < 0)
+    for (const RandomFeed &feed : feeds)
+        if (!writeFile(QDir(folder).filePath(feed.fileName), feedDocument(feed)))
             return false;
-    }
     return true;
 }
 

@@ -186,12 +186,11 @@ void tst_ChartCommand::jsonTable()
     QCOMPARE(root.value(u"title"_s).toString(), u"News Count for January 2005"_s);
     QCOMPARE(root.value(u"maxDate"_s).toString(), u"2005-01-10 12:30:00"_s);
     QCOMPARE(root.value(u"days"_s).toArray().last().toString(), u"2005-01-10"_s);
-    const QJsonArray series = root.value(u"series"_s).toArray();
-    QCOMPARE(series.size(), 4);
-    const QJsonObject betaSports = series.at(3).toObject();
-    QCOMPARE(betaSports.value(u"name"_s).toString(), u"Beta Sports"_s);
+    QCOMPARE(root[u"series"].toArray().size(), 4);
+    const QJsonValue betaSports = root[u"series"][3];
+    QCOMPARE(betaSports[u"name"].toString(), u"Beta Sports"_s);
     // Holes are null; the item without an ID is not counted.
-    QCOMPARE(betaSports.value(u"values"_s).toArray(),
+    QCOMPARE(betaSports[u"values"].toArray(),
              QJsonArray({QJsonValue(), QJsonValue(), QJsonValue(), QJsonValue(), QJsonValue(),
                          QJsonValue(), QJsonValue(), QJsonValue(), QJsonValue(), 1.0}));
 }
@@ -211,10 +210,8 @@ void tst_ChartCommand::namedPeriodAndImage()
     QVERIFY(run.out.isEmpty());
     QCOMPARE(QImage(image).size(), QSize(520, 300));
     double total = 0;
-    const QJsonArray series =
-        QJsonDocument::fromJson(readFile(table)).object().value(u"series"_s).toArray();
-    for (const QJsonValue &s : series)
-        for (const QJsonValue &v : s.toObject().value(u"values"_s).toArray())
+    for (const QJsonValue &s : QJsonDocument::fromJson(readFile(table))[u"series"].toArray())
+        for (const QJsonValue &v : s[u"values"].toArray())
             total += v.toDouble();
     QCOMPARE(total, 3.0);
 }

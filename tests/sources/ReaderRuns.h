@@ -29,15 +29,12 @@ inline DayCounts chartCounts(const QString &connection, const QString &series)
     if (run.exitCode != 0)
         qWarning() << run.err;
     const QJsonObject root = QJsonDocument::fromJson(readFile(table)).object();
-    const QJsonArray days = root.value(u"days"_s).toArray();
-    for (const QJsonValue &one : root.value(u"series"_s).toArray()) {
-        const QJsonArray values = one.toObject().value(u"values"_s).toArray();
-        const QString name = one.toObject().value(u"name"_s).toString();
-        for (qsizetype i = 0; i < values.size(); ++i)
-            if (!values.at(i).isNull())
-                counts[name][QDate::fromString(days.at(i).toString(), Qt::ISODate)] =
-                    values.at(i).toInt();
-    }
+    const QJsonArray days = root[u"days"].toArray();
+    for (const QJsonValue &one : root[u"series"].toArray())
+        for (qsizetype i = 0; i < days.size(); ++i)
+            if (const QJsonValue value = one[u"values"][i]; !value.isNull())
+                counts[one[u"name"].toString()]
+                      [QDate::fromString(days[i].toString(), Qt::ISODate)] = value.toInt();
     return counts;
 }
 
