@@ -6,12 +6,12 @@
 // scripts/pg-scratch does. PostgreSQL is installed by scripts/install-deps,
 // so CI always has it.
 
+#include "ProgramRun.h"
+
 #include <QDir>
-#include <QProcess>
 #include <QTemporaryDir>
 
 #include <netinet/in.h>
-#include <pwd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -22,14 +22,11 @@ using namespace Qt::StringLiterals;
 class PrivatePostgres
 {
 public:
-    PrivatePostgres() = default;
     ~PrivatePostgres()
     {
         if (m_made)
             pgCtl({u"stop"_s, u"-m"_s, u"immediate"_s});
     }
-    PrivatePostgres(const PrivatePostgres &) = delete;
-    PrivatePostgres &operator=(const PrivatePostgres &) = delete;
 
     // The newest installed server's programs; empty when there is none.
     static QString binDir()
@@ -59,13 +56,10 @@ public:
         }
         QFile::setPermissions(m_dir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
                                                 QFile::ReadOther | QFile::ExeOther);
-        if (geteuid() == 0) {
-            const passwd *postgres = getpwnam("postgres");
-            if (!postgres || chown(QFile::encodeName(m_dir.path()).constData(), postgres->pw_uid,
-                                   postgres->pw_gid) != 0) {
-                *why = u"no user postgres to run the server as"_s;
-                return false;
-            }
+        if (geteuid() == 0 &&
+            runProgram(u"chown"_s, {u"postgres:postgres"_s, m_dir.path()}).exitCode != 0) {
+            *why = u"no user postgres to run the server as"_s;
+            return false;
         }
         if (!run(m_bin + u"/initdb"_s,
                  {u"-D"_s, dataDir(), u"-U"_s, u"qrt"_s, u"-A"_s, u"trust"_s, u"-E"_s, u"UTF8"_s,
@@ -112,19 +106,15 @@ private:
 
     bool run(const QString &program, const QStringList &arguments, QString *why)
     {
-        QProcess process;
-        if (geteuid() == 0)
-            process.start(u"runuser"_s,
-                          QStringList{u"-u"_s, u"postgres"_s, u"--"_s, program} + arguments);
-        else
-            process.start(program, arguments);
-        const bool ok = process.waitForFinished(180000) &&
-                        process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
-        m_output = QString::fromLocal8Bit(process.readAllStandardOutput() +
-                                          process.readAllStandardError());
-        if (!ok)
+        const ProgramRun done =
+            geteuid() == 0
+                ? runProgram(u"runuser"_s,
+                             QStringList{u"-u"_s, u"postgres"_s, u"--"_s, program} + arguments)
+                : runProgram(program, arguments);
+        m_output = done.out + done.err;
+        if (done.exitCode != 0)
             *why = program + u": "_s + m_output;
-        return ok;
+        return done.exitCode == 0;
     }
 
     static int freePort()

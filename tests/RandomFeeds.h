@@ -9,10 +9,11 @@
 // HTML entities and CDATA, guids that are and are not permalinks, items
 // known only by their link, relative links under xml:base.
 
+#include "ProgramRun.h"
+
 #include <QDate>
 #include <QDateTime>
 #include <QDir>
-#include <QFile>
 #include <QList>
 #include <QMap>
 #include <QRandomGenerator>
@@ -20,7 +21,6 @@
 #include <QStringList>
 #include <QUrl>
 
-#include <functional>
 #include <optional>
 
 namespace qrt::test {
@@ -63,16 +63,20 @@ struct RandomFeedOptions
 
 namespace randomfeeds_detail {
 
-struct Zone
+// "+hh:mm" (separator ":") or "+hhmm" for an offset in minutes.
+inline QString offsetText(int minutes, const QString &separator)
 {
-    const char *name; // empty for a numeric zone
-    int minutes;
-};
+    return QStringLiteral("%1%2%3%4")
+        .arg(QChar(minutes < 0 ? u'-' : u'+'))
+        .arg(qAbs(minutes) / 60, 2, 10, QChar(u'0'))
+        .arg(separator)
+        .arg(qAbs(minutes) % 60, 2, 10, QChar(u'0'));
+}
 
 // A date text in one of the forms feeds use, and the instant it names.
 inline QString rfc822(QRandomGenerator &random, const QDateTime &instant)
 {
-    static const Zone named[] = {
+    static const std::pair<const char *, int> named[] = {
         {"GMT", 0},       {"UT", 0},        {"EST", -5 * 60}, {"EDT", -4 * 60}, {"CST", -6 * 60},
         {"CDT", -5 * 60}, {"MST", -7 * 60}, {"MDT", -6 * 60}, {"PST", -8 * 60}, {"PDT", -7 * 60}};
     static const int numeric[] = {0, 60, 120, 330, 545, -180, -600, 840, -720};
@@ -82,15 +86,12 @@ inline QString rfc822(QRandomGenerator &random, const QDateTime &instant)
     QString zoneText;
     int minutes = 0;
     if (random.bounded(2) == 0) {
-        const Zone zone = named[random.bounded(int(std::size(named)))];
-        zoneText = QString::fromLatin1(zone.name);
-        minutes = zone.minutes;
+        const auto &[name, offset] = named[random.bounded(int(std::size(named)))];
+        zoneText = QString::fromLatin1(name);
+        minutes = offset;
     } else {
         minutes = numeric[random.bounded(int(std::size(numeric)))];
-        zoneText = QStringLiteral("%1%2%3")
-                       .arg(QChar(minutes < 0 ? u'-' : u'+'))
-                       .arg(qAbs(minutes) / 60, 2, 10, QChar(u'0'))
-                       .arg(qAbs(minutes) % 60, 2, 10, QChar(u'0'));
+        zoneText = offsetText(minutes, QString());
     }
     const QDateTime wall = instant.toUTC().addSecs(minutes * 60);
     const QDate day = wall.date();
@@ -113,10 +114,7 @@ inline QString iso8601(QRandomGenerator &random, const QDateTime &instant)
     const QDateTime wall = instant.toUTC().addSecs(minutes * 60);
     QString zone = QStringLiteral("Z");
     if (minutes != 0 || random.bounded(3) == 0)
-        zone = QStringLiteral("%1%2:%3")
-                   .arg(QChar(minutes < 0 ? u'-' : u'+'))
-                   .arg(qAbs(minutes) / 60, 2, 10, QChar(u'0'))
-                   .arg(qAbs(minutes) % 60, 2, 10, QChar(u'0'));
+        zone = offsetText(minutes, u":"_s);
     const QString fraction = random.bounded(5) == 0 ? QStringLiteral(".000") : QString();
     return wall.toString(u"yyyy-MM-ddTHH:mm:ss"_s) + fraction + zone;
 }
@@ -156,11 +154,6 @@ inline TitleText title(QRandomGenerator &random, const QString &plain)
     const Piece piece = pieces[pick];
     return {plain + u": "_s + QString::fromUtf16(piece.xml),
             plain + u": "_s + QString::fromUtf16(piece.shown)};
-}
-
-inline QString escaped(const QString &text)
-{
-    return text.toHtmlEscaped();
 }
 
 } // namespace randomfeeds_detail
@@ -217,7 +210,6 @@ inline void addRandomItems(RandomFeed &feed, int count, quint32 seed, const QDat
 
 inline QList<RandomFeed> randomFeeds(quint32 seed, const RandomFeedOptions &options = {})
 {
-    namespace d = randomfeeds_detail;
     static const char16_t *const subjects[] = {u"World",  u"Science", u"Markets", u"Sports",
                                                u"Travel", u"Culture", u"Health",  u"Tech"};
     static const char16_t *const folders[] = {u"News", u"Work", u"Leisure"};
@@ -252,7 +244,6 @@ inline QList<RandomFeed> randomFeeds(quint32 seed, const RandomFeedOptions &opti
 // The document of a feed, as a server or a file would hold it.
 inline QByteArray feedDocument(const RandomFeed &feed)
 {
-    namespace d = randomfeeds_detail;
     QString out = QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n");
     const QString base = feed.siteLink;
     auto href = [&](const RandomFeedItem &item) {
@@ -261,16 +252,16 @@ inline QByteArray feedDocument(const RandomFeed &feed)
     switch (feed.format) {
     case RandomFeed::Format::Rss2:
         out += u"<rss version=\"2.0\"><channel>\n<title>"_s + feed.titleXml +
-               u"</title>\n<link>"_s + d::escaped(base) +
+               u"</title>\n<link>"_s + base.toHtmlEscaped() +
                u"</link>\n<description>Random news</description>\n"_s;
         for (const RandomFeedItem &item : feed.items) {
             out += u"<item><title>"_s + item.titleXml + u"</title>"_s;
             if (!item.link.isEmpty())
-                out += u"<link>"_s + d::escaped(item.link) + u"</link>"_s;
+                out += u"<link>"_s + item.link.toHtmlEscaped() + u"</link>"_s;
             if (item.guid == item.link)
-                out += u"<guid>"_s + d::escaped(item.guid) + u"</guid>"_s;
+                out += u"<guid>"_s + item.guid.toHtmlEscaped() + u"</guid>"_s;
             else if (!item.guid.isEmpty())
-                out += u"<guid isPermaLink=\"false\">"_s + d::escaped(item.guid) + u"</guid>"_s;
+                out += u"<guid isPermaLink=\"false\">"_s + item.guid.toHtmlEscaped() + u"</guid>"_s;
             if (item.date)
                 out += u"<pubDate>"_s + item.dateText + u"</pubDate>"_s;
             out += u"<description>Text of &lt;b&gt;it&lt;/b&gt;</description></item>\n"_s;
@@ -282,14 +273,15 @@ inline QByteArray feedDocument(const RandomFeed &feed)
             u"<rdf:RDF xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\" "
             u"xmlns=\"http://purl.org/rss/1.0/\" xmlns:dc=\"http://purl.org/dc/elements/1.1/\">\n"
             u"<channel rdf:about=\""_s +
-            d::escaped(base) + u"feed.rdf\"><title>"_s + feed.titleXml + u"</title><link>"_s +
-            d::escaped(base) + u"</link><description>Random news</description><items><rdf:Seq>"_s;
+            base.toHtmlEscaped() + u"feed.rdf\"><title>"_s + feed.titleXml + u"</title><link>"_s +
+            base.toHtmlEscaped() +
+            u"</link><description>Random news</description><items><rdf:Seq>"_s;
         for (const RandomFeedItem &item : feed.items)
-            out += u"<rdf:li rdf:resource=\""_s + d::escaped(item.guid) + u"\"/>"_s;
+            out += u"<rdf:li rdf:resource=\""_s + item.guid.toHtmlEscaped() + u"\"/>"_s;
         out += u"</rdf:Seq></items></channel>\n"_s;
         for (const RandomFeedItem &item : feed.items) {
-            out += u"<item rdf:about=\""_s + d::escaped(item.guid) + u"\"><title>"_s +
-                   item.titleXml + u"</title><link>"_s + d::escaped(item.link) + u"</link>"_s;
+            out += u"<item rdf:about=\""_s + item.guid.toHtmlEscaped() + u"\"><title>"_s +
+                   item.titleXml + u"</title><link>"_s + item.link.toHtmlEscaped() + u"</link>"_s;
             if (item.date)
                 out += u"<dc:date>"_s + item.dateText + u"</dc:date>"_s;
             out += u"</item>\n"_s;
@@ -300,15 +292,15 @@ inline QByteArray feedDocument(const RandomFeed &feed)
         QString updated = QStringLiteral("2000-01-01T00:00:00Z");
         for (const RandomFeedItem &item : feed.items)
             updated = qMax(updated, item.date->toUTC().toString(Qt::ISODate));
-        out += u"<feed xmlns=\"http://www.w3.org/2005/Atom\" xml:base=\""_s + d::escaped(base) +
+        out += u"<feed xmlns=\"http://www.w3.org/2005/Atom\" xml:base=\""_s + base.toHtmlEscaped() +
                u"\">\n<title type=\"html\">"_s + feed.titleXml + u"</title><id>urn:feed:"_s +
                feed.fileName + u"</id><updated>"_s + updated +
-               u"</updated>\n<link rel=\"alternate\" href=\""_s + d::escaped(base) +
+               u"</updated>\n<link rel=\"alternate\" href=\""_s + base.toHtmlEscaped() +
                u"\"/><link rel=\"self\" href=\""_s + feed.fileName + u"\"/>\n"_s;
         for (const RandomFeedItem &item : feed.items)
             out += u"<entry><title type=\"html\">"_s + item.titleXml + u"</title><id>"_s +
-                   d::escaped(item.guid) + u"</id><link rel=\"alternate\" href=\""_s +
-                   d::escaped(href(item)) + u"\"/><updated>"_s + item.dateText +
+                   item.guid.toHtmlEscaped() + u"</id><link rel=\"alternate\" href=\""_s +
+                   href(item).toHtmlEscaped() + u"\"/><updated>"_s + item.dateText +
                    u"</updated><summary>Text</summary></entry>\n"_s;
         out += u"</feed>\n"_s;
         break;
@@ -321,12 +313,9 @@ inline QByteArray feedDocument(const RandomFeed &feed)
 inline bool writeFeeds(const QString &folder, const QList<RandomFeed> &feeds)
 {
     QDir().mkpath(folder);
-    for (const RandomFeed &feed : feeds) {
-        QFile file(QDir(folder).filePath(feed.fileName));
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
-            file.write(feedDocument(feed)) < 0)
+    for (const RandomFeed &feed : feeds)
+        if (!writeFile(QDir(folder).filePath(feed.fileName), feedDocument(feed)))
             return false;
-    }
     return true;
 }
 
@@ -353,20 +342,15 @@ inline QByteArray opmlDocument(const QList<RandomFeed> &feeds, const QUrl &base)
     return out.toUtf8();
 }
 
-// The expected number of items per series and local calendar day: an item
-// without a date counts on `undatedDay` (the day a reader first saw it).
-// The series is the channel's title unless `seriesOf` says otherwise (its
-// site host, its category).
+// The expected number of items per channel and local calendar day: an
+// item without a date counts on `undatedDay` (the day a reader first saw it).
 inline QMap<QString, QMap<QDate, int>>
-expectedDayCounts(const QList<RandomFeed> &feeds, const QDate &undatedDay,
-                  const std::function<QString(const RandomFeed &)> &seriesOf = {})
+expectedDayCounts(const QList<RandomFeed> &feeds, const QDate &undatedDay = QDate::currentDate())
 {
     QMap<QString, QMap<QDate, int>> counts;
-    for (const RandomFeed &feed : feeds) {
-        const QString series = seriesOf ? seriesOf(feed) : feed.title;
+    for (const RandomFeed &feed : feeds)
         for (const RandomFeedItem &item : feed.items)
-            ++counts[series][item.date ? item.date->toLocalTime().date() : undatedDay];
-    }
+            ++counts[feed.title][item.date ? item.date->toLocalTime().date() : undatedDay];
     return counts;
 }
 

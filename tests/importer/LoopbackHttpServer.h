@@ -56,12 +56,9 @@ private:
     {
         QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
         QObject::connect(socket, &QTcpSocket::readyRead, socket, [this, socket] {
-            m_pending[socket] += socket->readAll();
-            const QByteArray head = m_pending[socket];
-            if (!head.contains("\r\n\r\n"))
-                return;
-            m_pending.remove(socket);
-            answer(socket, head);
+            // The head may come in pieces: it waits in the socket until whole.
+            if (socket->peek(1 << 16).contains("\r\n\r\n"))
+                answer(socket, socket->readAll());
         });
     }
 
@@ -102,7 +99,6 @@ private:
     }
 
     QTcpServer m_server;
-    QHash<QTcpSocket *, QByteArray> m_pending;
 };
 
 } // namespace qrt::test

@@ -2,8 +2,8 @@
 // were written from, and on documents it must refuse. The import of feeds
 // served on loopback: the archive holds per channel and day what the feeds
 // hold; broken feeds fail alone; a second run adds only what is new; a
-// killed process leaves every feed whole or absent. The real program
-// imports and its chart command counts the same.
+// killed program leaves every feed whole or absent, and its next run from
+// a subscription list brings the rest.
 
 #include "LoopbackHttpServer.h"
 #include "ProgramRun.h"
@@ -15,9 +15,6 @@
 #include "importer/ArchiveWriter.h"
 #include "importer/FeedImport.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -47,27 +44,15 @@ Counts archiveCounts(const QString &archive)
     return counts;
 }
 
-// Every channel with its provider and category, and the IDs of all three.
+// Every channel with its provider and category, then the IDs of all three.
 QStringList catalogue(const QString &archive)
 {
     return qrt::test::firstColumn(
         archive,
-        u"SELECT Channels.ID || '|' || Channels.Channel || '|' || Providers.ID || '|' || "
-        "Providers.Provider || '|' || Categories.ID || '|' || Categories.Name FROM Channels "
-        "INNER JOIN Providers ON Providers.ID = Channels.Provider INNER JOIN Categories ON "
-        "Categories.ID = Channels.Category ORDER BY Channels.ID"_s);
-}
-
-// The catalogue without its IDs, sorted, for comparing with the facts.
-QStringList namesOf(const QStringList &catalogue)
-{
-    QStringList names;
-    for (const QString &row : catalogue) {
-        const QStringList f = row.split(u'|');
-        names << f[1] + u'|' + f[3] + u'|' + f[5];
-    }
-    names.sort();
-    return names;
+        u"SELECT Channels.Channel || '|' || Providers.Provider || '|' || Categories.Name || '|' "
+        "|| Channels.ID || '|' || Providers.ID || '|' || Categories.ID FROM Channels INNER JOIN "
+        "Providers ON Providers.ID = Channels.Provider INNER JOIN Categories ON Categories.ID = "
+        "Channels.Category ORDER BY Channels.ID"_s);
 }
 
 } // namespace
@@ -81,7 +66,6 @@ private Q_SLOTS:
     void importOverHttp_data();
     void importOverHttp();
     void killedMidImport();
-    void commandAndChart();
     void importEvery();
     void onlyOwnSchema();
     void randomFeeds_data();
@@ -179,13 +163,16 @@ void tst_FeedImport::importOverHttp()
         QVERIFY2(m_errors.value(QString::fromLatin1(it.key())).contains(it.value()),
                  qPrintable(QString::fromLatin1(it.key()) + u": "_s +
                             m_errors.value(QString::fromLatin1(it.key()))));
-    QCOMPARE(archiveCounts(archive), qrt::test::expectedDayCounts(feeds, QDate::currentDate()));
+    QCOMPARE(archiveCounts(archive), qrt::test::expectedDayCounts(feeds));
     const QStringList before = catalogue(archive);
-    QStringList expected;
+    QStringList names, expected;
+    for (const QString &row : before)
+        names << row.section(u'|', 0, 2);
     for (const RandomFeed &feed : std::as_const(feeds))
         expected << feed.title + u'|' + feed.siteHost + u'|' + feed.category;
+    names.sort();
     expected.sort();
-    QCOMPARE(namesOf(before), expected);
+    QCOMPARE(names, expected);
 
     // Again: nothing new; feeds with validators answer 304 to a conditional
     // request; every ID stays.
@@ -206,12 +193,13 @@ void tst_FeedImport::importOverHttp()
     serve(feeds[2], 2);
     summary = import({m_server.url("/list.opml").toString()}, archive);
     QCOMPARE(summary.newItems, 8);
-    QCOMPARE(archiveCounts(archive), qrt::test::expectedDayCounts(feeds, QDate::currentDate()));
+    QCOMPARE(archiveCounts(archive), qrt::test::expectedDayCounts(feeds));
     QCOMPARE(catalogue(archive), before);
 }
 
-// The real program, killed while it writes: the archive opens read-only,
-// and each channel in it holds all of its feed's items or is not there.
+// The real program, killed while it writes: each channel in the archive
+// holds all of its feed's items or is not there, and the next run brings
+// the rest.
 void tst_FeedImport::killedMidImport()
 {
     const auto feeds = qrt::test::randomFeeds(
@@ -241,46 +229,22 @@ void tst_FeedImport::killedMidImport()
     for (auto it = counts.cbegin(); it != counts.cend(); ++it)
         QCOMPARE(it.value(), all.value(it.key()));
 
-    process.start(qEnvironmentVariable("ZORVANE_STATS"),
-                  QStringList{u"import"_s} + sources + QStringList{u"--into"_s, archive});
-    QVERIFY(process.waitForFinished(60000));
-    QCOMPARE(process.exitCode(), 0);
-    QCOMPARE(archiveCounts(archive), all);
-}
-
-// From a subscription list to the chart's table with the program itself.
-void tst_FeedImport::commandAndChart()
-{
-    const auto feeds = qrt::test::randomFeeds(41, {.feeds = 5});
-    const QString folder = m_dir.filePath(u"files/"_s);
-    const QString list = folder + u"list.opml"_s;
-    QVERIFY(qrt::test::writeFeeds(folder, feeds));
-    QVERIFY(
-        qrt::test::writeFile(list, qrt::test::opmlDocument(feeds, QUrl::fromLocalFile(folder))));
-    const QString archive = m_dir.filePath(u"command.db"_s);
-    const auto import = qrt::test::runStats({u"import"_s, list, u"--into"_s, archive});
-    QVERIFY2(import.exitCode == 0, qPrintable(import.err));
-    QCOMPARE(import.out.trimmed(),
+    // Again from a subscription list of the files: the rest comes, each feed
+    // named on its way.
+    const QString list = m_dir.filePath(u"big/list.opml"_s);
+    QVERIFY(qrt::test::writeFile(
+        list, qrt::test::opmlDocument(feeds, QUrl::fromLocalFile(m_dir.filePath(u"big/"_s)))));
+    const int stored =
+        qrt::test::firstColumn(archive, u"SELECT count(*) FROM News"_s).value(0).toInt();
+    const auto rerun = qrt::test::runStats({u"import"_s, list, u"--into"_s, archive});
+    QVERIFY2(rerun.exitCode == 0, qPrintable(rerun.err));
+    QCOMPARE(rerun.out.trimmed(),
              u"%1 feeds: %2 new items, 0 unchanged, 0 failed; archive %3"_s.arg(feeds.size())
-                 .arg(qrt::test::itemCount(feeds))
+                 .arg(qrt::test::itemCount(feeds) - stored)
                  .arg(archive));
     for (const RandomFeed &feed : feeds)
-        QVERIFY2(import.err.contains(feed.title + u" (file://"_s), qPrintable(import.err));
-
-    const QString table = m_dir.filePath(u"chart.json"_s);
-    QCOMPARE(qrt::test::runStats({u"chart"_s, archive, u"--period"_s, u"all"_s, u"--series"_s,
-                                  u"channels"_s, u"--table"_s, table})
-                 .exitCode,
-             0);
-    const QJsonObject json = QJsonDocument::fromJson(qrt::test::readFile(table)).object();
-    Counts charted;
-    const QJsonArray days = json[u"days"].toArray();
-    for (const QJsonValue &series : json[u"series"].toArray())
-        for (qsizetype k = 0; k < days.size(); ++k)
-            if (const QJsonValue v = series[u"values"][k]; !v.isNull())
-                charted[series[u"name"].toString()]
-                       [QDate::fromString(days[k].toString(), Qt::ISODate)] = v.toInt();
-    QCOMPARE(charted, qrt::test::expectedDayCounts(feeds, QDate::currentDate()));
+        QVERIFY2(rerun.err.contains(feed.title + u" (file://"_s), qPrintable(rerun.err));
+    QCOMPARE(archiveCounts(archive), all);
 }
 
 // --every goes on importing: a feed that grows while it runs is in the
@@ -305,7 +269,7 @@ void tst_FeedImport::importEvery()
     QTRY_VERIFY_WITH_TIMEOUT(out.contains(u"1 feeds: 4 new items"_s), 30000);
     process.kill();
     process.waitForFinished();
-    QCOMPARE(archiveCounts(archive), qrt::test::expectedDayCounts(feeds, QDate::currentDate()));
+    QCOMPARE(archiveCounts(archive), qrt::test::expectedDayCounts(feeds));
 }
 
 // A feed reader's database is refused and stays as it was, byte for byte;
@@ -333,7 +297,7 @@ void tst_FeedImport::onlyOwnSchema()
     QCOMPARE(qrt::test::firstColumn(demo, u"SELECT count(*) FROM News"_s).value(0).toInt(),
              500 + qrt::test::itemCount(feeds));
     const Counts counts = archiveCounts(demo);
-    const Counts expected = qrt::test::expectedDayCounts(feeds, QDate::currentDate());
+    const Counts expected = qrt::test::expectedDayCounts(feeds);
     for (auto it = expected.cbegin(); it != expected.cend(); ++it)
         QCOMPARE(counts.value(it.key()), it.value());
 }
@@ -383,30 +347,24 @@ void tst_FeedImport::subscriptionList()
         base, &error);
     QVERIFY2(document, qPrintable(error));
     QCOMPARE(document->kind, qrt::feeds::FeedDocument::Kind::SubscriptionList);
-    QCOMPARE(document->subscriptions.size(), 3);
-    QCOMPARE(document->subscriptions[0].folder, u"B"_s);
-    QCOMPARE(document->subscriptions[1].folder, u"A"_s);
-    QCOMPARE(document->subscriptions[1].url, QUrl(u"http://127.0.0.1:8080/a.xml"_s));
-    QCOMPARE(document->subscriptions[2].folder, QString());
-    QCOMPARE(document->subscriptions[2].title, u"Top"_s);
+    QStringList read;
+    for (const auto &subscription : document->subscriptions)
+        read << subscription.folder + u'|' + subscription.url.toString() + u'|' +
+                    subscription.title;
+    QCOMPARE(read, (QStringList{u"B|http://127.0.0.1:8080/lists/b.xml|"_s,
+                                u"A|http://127.0.0.1:8080/a.xml|"_s,
+                                u"|http://127.0.0.1:8080/lists/top.xml|Top"_s}));
 }
 
 void tst_FeedImport::refused_data()
 {
     QTest::addColumn<QByteArray>("document");
     QTest::addColumn<QString>("message");
-    // Entities of any kind, truncated and malformed documents are refused
-    // in importOverHttp as well.
-    QTest::newRow("external entity")
-        << QByteArray("<?xml version=\"1.0\"?><!DOCTYPE rss [<!ENTITY x SYSTEM "
-                      "\"file:///etc/passwd\">]><rss><channel><title>&x;</title></channel></rss>")
-        << u"declares XML entities"_s;
+    // Declared entities, truncated and malformed documents (an undeclared
+    // entity too) are refused in importOverHttp.
     QTest::newRow("not XML") << QByteArray("{\"items\": []}") << u"not an XML document"_s;
     QTest::newRow("web page") << QByteArray("<!DOCTYPE html><html><body/></html>")
                               << u"root element is <html>"_s;
-    QTest::newRow("undeclared entity")
-        << QByteArray("<rss><channel><title>a&nbsp;b</title></channel></rss>")
-        << u"not well-formed XML at line 1"_s;
 }
 
 void tst_FeedImport::refused()
@@ -428,7 +386,6 @@ void tst_FeedImport::dates_data()
     QTest::newRow("no seconds") << u"Sun, 07 Jun 2026 01:25 +0200"_s << utc(6, 23, 25);
     QTest::newRow("two-digit year, UTC") << u"7 Jun 26 01:25:00 UTC"_s << utc(7, 1, 25);
     QTest::newRow("no zone") << u"Sun, 07 Jun 2026 01:25:00"_s << utc(7, 1, 25);
-    QTest::newRow("military Z") << u"07 JUN 2026 01:25:00 Z"_s << utc(7, 1, 25);
     QTest::newRow("ISO space, offset without colon")
         << u"2026-06-07 03:25:00+0200"_s << utc(7, 1, 25);
     QTest::newRow("ISO date only") << u"2026-06-07"_s << utc(7, 0, 0);

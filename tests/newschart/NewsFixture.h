@@ -39,34 +39,25 @@ inline QStringList newsSchema(bool postgres, bool withProviderZero = false)
     return sql;
 }
 
+// One statement for all the items, numbered from firstId.
 inline QStringList newsInserts(const QStringList &items, qint64 firstId = 1)
 {
-    QStringList sql;
-    QString values;
-    qint64 id = firstId;
+    QStringList values;
     for (const QString &text : items) {
         const QStringList parts = text.split(u'|'); // date, channel, perhaps "null"
-        if (!values.isEmpty())
-            values += QLatin1Char(',');
         const bool hasId = parts.value(2) != QLatin1StringView("null");
-        values += u"(%1, '%2', %3, 'item')"_s.arg(hasId ? QString::number(id) : u"NULL"_s,
+        values << u"(%1, '%2', %3, 'item')"_s.arg(hasId ? QString::number(firstId) : u"NULL"_s,
                                                   parts.value(0), parts.value(1, u"1"_s));
-        ++id;
-        if (values.size() > 200000) {
-            sql << u"INSERT INTO News VALUES "_s + values;
-            values.clear();
-        }
+        ++firstId;
     }
-    if (!values.isEmpty())
-        sql << u"INSERT INTO News VALUES "_s + values;
-    return sql;
+    return values.isEmpty() ? QStringList()
+                            : QStringList{u"INSERT INTO News VALUES "_s + values.join(u',')};
 }
 
 // A new SQLite file at path holding the items; false on any failure.
-inline bool makeSqliteNews(const QString &path, const QStringList &items,
-                           bool withProviderZero = false)
+inline bool makeSqliteNews(const QString &path, const QStringList &items)
 {
-    return execAll(path, newsSchema(false, withProviderZero) + newsInserts(items));
+    return execAll(path, newsSchema(false) + newsInserts(items));
 }
 
 constexpr int kWindowDays = 120;

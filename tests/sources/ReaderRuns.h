@@ -26,21 +26,15 @@ inline DayCounts chartCounts(const QString &connection, const QString &series)
     const ProgramRun run = runStats({u"chart"_s, connection, u"--period"_s, u"all"_s, u"--series"_s,
                                      series, u"--table"_s, table});
     DayCounts counts;
-    QFile file(table);
-    if (run.exitCode != 0 || !file.open(QIODevice::ReadOnly)) {
+    if (run.exitCode != 0)
         qWarning() << run.err;
-        return counts;
-    }
-    const QJsonObject root = QJsonDocument::fromJson(file.readAll()).object();
-    const QJsonArray days = root.value(u"days"_s).toArray();
-    for (const QJsonValue &one : root.value(u"series"_s).toArray()) {
-        const QJsonArray values = one.toObject().value(u"values"_s).toArray();
-        const QString name = one.toObject().value(u"name"_s).toString();
-        for (qsizetype i = 0; i < values.size(); ++i)
-            if (!values.at(i).isNull())
-                counts[name][QDate::fromString(days.at(i).toString(), Qt::ISODate)] =
-                    values.at(i).toInt();
-    }
+    const QJsonObject root = QJsonDocument::fromJson(readFile(table)).object();
+    const QJsonArray days = root[u"days"].toArray();
+    for (const QJsonValue &one : root[u"series"].toArray())
+        for (qsizetype i = 0; i < days.size(); ++i)
+            if (const QJsonValue value = one[u"values"][i]; !value.isNull())
+                counts[one[u"name"].toString()]
+                      [QDate::fromString(days[i].toString(), Qt::ISODate)] = value.toInt();
     return counts;
 }
 

@@ -41,15 +41,12 @@ class tst_Newsboat : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void chartTable_data();
     void chartTable();
-    void pivotGrid();
     void filterListsAndSecondOpening();
     void sameAsImported();
 
 private:
-    QString channelOf(int feed) const;
-    QString categoryOf(int feed) const;
+    QString seriesOf(const QString &series, int feed) const;
     DayCounts expected(const QString &series, const QTimeZone &zone) const;
 
     QTemporaryDir m_dir;
@@ -106,17 +103,17 @@ void tst_Newsboat::initTestCase()
         environment);
     m_fetchedTill = QDateTime::currentDateTimeUtc();
     QCOMPARE(newsboat.exitCode, 0);
-    // Only the copy elsewhere is left until the pivot puts one back.
+    // Only the copy elsewhere is left until the filter lists put one back.
     QVERIFY(QFile::remove(m_dir.filePath(u"urls"_s)));
 }
 
-QString tst_Newsboat::channelOf(int feed) const
+// The name a feed has in a series: feed 0 renamed, feed 2 untagged.
+QString tst_Newsboat::seriesOf(const QString &series, int feed) const
 {
-    return feed == 0 ? kRenamed : m_feeds[feed].title;
-}
-
-QString tst_Newsboat::categoryOf(int feed) const
-{
+    if (series == u"channels"_s)
+        return feed == 0 ? kRenamed : m_feeds[feed].title;
+    if (series == u"providers"_s)
+        return m_feeds[feed].siteHost;
     return feed == 2 ? kUntagged : m_feeds[feed].category;
 }
 
@@ -125,79 +122,49 @@ DayCounts tst_Newsboat::expected(const QString &series, const QTimeZone &zone) c
 {
     DayCounts counts;
     const QDate fetchedOn = m_fetchedFrom.toTimeZone(zone).date();
-    for (int f = 0; f < m_feeds.size(); ++f) {
-        const QString name = series == u"channels"_s    ? channelOf(f)
-                             : series == u"providers"_s ? m_feeds[f].siteHost
-                                                        : categoryOf(f);
+    for (int f = 0; f < m_feeds.size(); ++f)
         for (const RandomFeedItem &item : m_feeds[f].items)
-            ++counts[name][item.date ? item.date->toTimeZone(zone).date() : fetchedOn];
-    }
+            ++counts[seriesOf(series, f)]
+                    [item.date ? item.date->toTimeZone(zone).date() : fetchedOn];
     return counts;
 }
 
-void tst_Newsboat::chartTable_data()
-{
-    QTest::addColumn<QString>("connection");
-    QTest::addColumn<QByteArray>("zone");
-    QTest::addColumn<QString>("series");
-    const QString keyed = u"Provider=SQLite;Data Source=%1;Urls=%2;TimeZone=Asia/Kathmandu"_s;
-    // The urls file beside the cache is gone: found by its tables alone the
-    // cache knows neither tags nor the renamed title; Urls= brings them.
-    QTest::newRow("found by its tables, channels")
-        << u"cache.db"_s << QTimeZone::systemTimeZoneId() << u"channels"_s;
-    for (const QString &series : {u"channels"_s, u"providers"_s, u"categories"_s})
-        QTest::addRow("named, urls elsewhere, Kathmandu, %s", qPrintable(series))
-            << keyed << QByteArray("Asia/Kathmandu") << series;
-}
-
+// The urls file beside the cache is gone: found by its tables alone the
+// cache knows neither tags nor the renamed title; Urls= brings them, and
+// TimeZone= the zone of the days.
 void tst_Newsboat::chartTable()
 {
-    QFETCH(QString, connection);
-    QFETCH(QByteArray, zone);
-    QFETCH(QString, series);
-    const QTimeZone timeZone(zone);
-    if (m_fetchedFrom.toTimeZone(timeZone).date() != m_fetchedTill.toTimeZone(timeZone).date())
-        QSKIP("newsboat fetched across midnight: the undated items' day is not one");
-    connection = connection == u"cache.db"_s
-                     ? m_cache
-                     : connection.arg(m_cache, m_dir.filePath(u"elsewhere/urls"_s));
-    DayCounts want = expected(series, timeZone);
-    if (!connection.contains(u"Urls="_s) && series == u"channels"_s)
-        want[m_feeds[0].title] = want.take(kRenamed);
-    QCOMPARE(chartCounts(connection, series), want);
+    const QTimeZone kathmandu("Asia/Kathmandu");
+    for (const QTimeZone &zone : {QTimeZone::systemTimeZone(), kathmandu})
+        if (m_fetchedFrom.toTimeZone(zone).date() != m_fetchedTill.toTimeZone(zone).date())
+            QSKIP("newsboat fetched across midnight: the undated items' day is not one");
+    DayCounts byTitle = expected(u"channels"_s, QTimeZone::systemTimeZone());
+    byTitle[m_feeds[0].title] = byTitle.take(kRenamed);
+    QCOMPARE(chartCounts(m_cache, u"channels"_s), byTitle);
+    const QString keyed = u"Provider=SQLite;Data Source=%1;Urls=%2;TimeZone=Asia/Kathmandu"_s.arg(
+        m_cache, m_dir.filePath(u"elsewhere/urls"_s));
+    for (const QString &series : {u"channels"_s, u"providers"_s, u"categories"_s})
+        QVERIFY2(chartCounts(keyed, series) == expected(series, kathmandu), qPrintable(series));
 }
 
-// Channel by category, with the urls file beside the cache, as Newsboat's
-// users keep it; the hosts are the chart table's.
-void tst_Newsboat::pivotGrid()
-{
-    QVERIFY(QFile::copy(m_dir.filePath(u"elsewhere/urls"_s), m_dir.filePath(u"urls"_s)));
-    CellCounts want;
-    for (int f = 0; f < m_feeds.size(); ++f)
-        want[categoryOf(f)][channelOf(f)] += int(m_feeds[f].items.size());
-    QCOMPARE(pivotCounts(m_cache, u"Category"_s, u"Channel"_s), want);
-}
-
-// The lists hold every channel, host and tag once; a channel unticked in
-// one window is unticked in the next, as the stored filter names it by an
-// ID that stays the same.
+// With the urls file beside the cache, as Newsboat's users keep it, the
+// lists hold every channel, host and tag once; a channel unticked in one
+// window is unticked in the next, as the stored filter names it by an ID
+// that stays the same.
 void tst_Newsboat::filterListsAndSecondOpening()
 {
-    if (!QFile::exists(m_dir.filePath(u"urls"_s)))
-        QVERIFY(QFile::copy(m_dir.filePath(u"elsewhere/urls"_s), m_dir.filePath(u"urls"_s)));
+    QVERIFY(QFile::copy(m_dir.filePath(u"elsewhere/urls"_s), m_dir.filePath(u"urls"_s)));
     statCharts charts;
     charts.ConnectionString(m_cache);
     gSettings->SaveSetting(u"STATCHART"_s, u"FILTERS"_s, QString());
-    QStringList channels, hosts, categories;
-    for (int f = 0; f < m_feeds.size(); ++f) {
-        channels << channelOf(f);
-        hosts << m_feeds[f].siteHost;
-        categories << categoryOf(f);
-    }
-    for (QStringList *list : {&channels, &hosts, &categories}) {
-        list->sort();
-        list->removeDuplicates();
-    }
+    const auto names = [this](const QString &series) {
+        QStringList out;
+        for (int f = 0; f < m_feeds.size(); ++f)
+            out << seriesOf(series, f);
+        out.sort();
+        out.removeDuplicates();
+        return out;
+    };
     const auto texts = [](const TickList *list) {
         QStringList out;
         for (int row = 1; row < list->model()->Rows(); ++row)
@@ -214,9 +181,9 @@ void tst_Newsboat::filterListsAndSecondOpening()
         auto *panel = window->findChild<frmProvChannels *>();
         QVERIFY(panel);
         TickListModel *list = panel->fgChannels->model();
-        QCOMPARE(texts(panel->fgChannels), channels);
-        QCOMPARE(texts(panel->fgProviders), hosts);
-        QCOMPARE(texts(panel->fgCategories), categories);
+        QCOMPARE(texts(panel->fgChannels), names(u"channels"_s));
+        QCOMPARE(texts(panel->fgProviders), names(u"providers"_s));
+        QCOMPARE(texts(panel->fgCategories), names(u"categories"_s));
         if (opening == 1) {
             unticked = list->cellText(2).trimmed();
             clickTick(panel->fgChannels, 2);
