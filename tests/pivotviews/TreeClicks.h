@@ -8,22 +8,17 @@
 
 namespace qrt::test {
 
-inline QPoint tickBoxCenter(QTreeWidget *tree, QTreeWidgetItem *item)
+inline void clickTick(QTreeWidget *tree, QTreeWidgetItem *item)
 {
+    tree->scrollToItem(item);
     QStyleOptionViewItem option;
     option.initFrom(tree);
     option.rect = tree->visualItemRect(item);
     option.features |= QStyleOptionViewItem::HasCheckIndicator | QStyleOptionViewItem::HasDisplay;
     option.text = item->text(0);
-    return tree->style()
-        ->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, tree)
-        .center();
-}
-
-inline void clickTick(QTreeWidget *tree, QTreeWidgetItem *item)
-{
-    tree->scrollToItem(item);
-    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tickBoxCenter(tree, item));
+    const QRect box =
+        tree->style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, tree);
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, box.center());
 }
 
 } // namespace qrt::test

@@ -1,6 +1,6 @@
-// The pivot page and its script: the language the page uses, its fixed
-// member functions on a real view, a layout script against the same layout
-// made in C++, hostile texts stopped by the limits. A layout captured into
+// The pivot page and its script: the language the page uses, a layout
+// script (with its fixed member functions) against the same layout made in
+// C++, hostile texts stopped by the limits. A layout captured into
 // the settings store and the chart's reading of it back. The page made from
 // stored keys against PivotPageText.h, and the file it goes to. The round
 // trip in the real window is tst_pivotwindow's.
@@ -10,6 +10,7 @@
 #include "TestDatabases.h"
 #include "pivot/PivotAggregator.h"
 #include "pivot/PivotData.h"
+#include "pivot/PivotGridModel.h"
 #include "pivot/PivotLayoutText.h"
 #include "pivot/PivotResult.h"
 #include "pivot/PivotView.h"
@@ -17,13 +18,13 @@
 #include "pivotpage/PivotLayoutCapture.h"
 #include "pivotpage/PivotMemberParser.h"
 #include "pivotpage/PivotPage.h"
-#include "pivotpage/PivotScriptObjects.h"
 #include "pivotpage/PivotTableScriptObject.h"
 #include "script/ScriptInterpreter.h"
 #include "script/ScriptPage.h"
 #include "settings/SettingsTestHome.h"
 
 #include <QProcess>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -32,24 +33,6 @@ using namespace qrt::pivot;
 using namespace qrt::script;
 
 namespace {
-
-// Every cell of a result: the row and column paths and each total's value.
-QStringList cells(const PivotResult &r)
-{
-    QStringList out;
-    for (const PivotResult::Line &row : r.rowLines()) {
-        for (const PivotResult::Line &column : r.columnLines()) {
-            QStringList cell = {r.path(r.rowNodes(), row.node).join(u'/'),
-                                r.path(r.columnNodes(), column.node).join(u'/')};
-            for (int t = 0; t < r.totalCount(); ++t) {
-                const std::optional<double> v = r.value(row.node, column.node, t);
-                cell << (v ? QString::number(*v, 'g', 17) : u"-"_s);
-            }
-            out << cell.join(u'|');
-        }
-    }
-    return out;
-}
 
 // "2005/Qtr1/Jan" for each member.
 QStringList memberPaths(const std::vector<PivotMember> &members)
@@ -85,35 +68,6 @@ const Block kByMonth{u"RowAxis"_s, u"NewsDate By Month"_s, u"Months"_s, {}};
 const Block kProvider{u"RowAxis"_s, u"Provider"_s, u"Provider"_s, {}};
 const Total kCountOfNews{u"News"_s, u"Count of News"_s, u"2"_s};
 
-// Makes a folder refuse new files. Root ignores permissions, so for root
-// the folder is also made immutable where the file system allows that.
-class FolderLock
-{
-public:
-    explicit FolderLock(const QString &folder)
-        : m_folder(folder)
-    {
-        QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner);
-        if (acceptsFiles())
-            m_immutable = QProcess::execute(u"chattr"_s, {u"+i"_s, folder}) == 0;
-    }
-    ~FolderLock()
-    {
-        if (m_immutable)
-            QProcess::execute(u"chattr"_s, {u"-i"_s, m_folder});
-        QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    }
-    bool acceptsFiles() const
-    {
-        QFile probe(m_folder + u"/probe"_s);
-        return probe.open(QIODevice::WriteOnly) && probe.remove();
-    }
-
-private:
-    QString m_folder;
-    bool m_immutable = false;
-};
-
 } // namespace
 
 Q_DECLARE_METATYPE(Block)
@@ -127,8 +81,6 @@ private Q_SLOTS:
     void initTestCase();
     void language_data();
     void language();
-    void parseMembers_data();
-    void parseMembers();
     void layoutScriptMatchesTheLayoutMadeDirectly();
     void hostileTexts_data();
     void hostileTexts();
@@ -138,7 +90,6 @@ private Q_SLOTS:
     void memberParser();
     void chartFilterRecords_data();
     void chartFilterRecords();
-    void unreadableTypeKeepsTheChartsOwn();
     void page_data();
     void page();
     void writeTextFile();
@@ -179,16 +130,11 @@ void tst_PageScript::language_data()
     // What the page's own script uses (For, If, With, Set, Is Nothing, the
     // built-ins, numbers compared with text) is checked by running it below.
     row("strings compare exactly", u"Main = (\"a\" = \"A\") & (\"a\" <> \"b\")"_s, u"FalseTrue"_s);
-    row("literals and &", u"Main = \"say \"\"hi\"\" \" & 12 & \" \" & -2.5 & True"_s,
-        u"say \"hi\" 12 -2.5True"_s);
-    row("continuation and comment", u"Main = \"a\" & _  \n \"b\" ' the end"_s, u"ab"_s);
     row("arguments by value", u"a = \"kept\"\nChange a\nMain = a"_s, u"kept"_s);
     row("arrays are values", u"a = Split(\"1 2\")\nx = a\nx(0) = \"y\"\nMain = Join(a) & Join(x)"_s,
         u"1 2y 2"_s);
     row("any case", u"dIM y\ny = tRUE\nif Y then mAIN = \"yes\""_s, u"yes"_s);
     row("undefined name", u"Main = b"_s, u"Line 3: 'b' is not defined"_s);
-    row("Set needs an object", u"Set x = 1"_s,
-        u"Line 3: Object required: Set takes an object, not Double"_s);
     row("object without Set", u"x = PT"_s, u"Line 3: an object is assigned with Set"_s);
     row("argument count", u"Change 1, 2"_s, u"Line 3: wrong number of arguments for 'Change'"_s);
     row("subscript", u"Main = Split(\"a\")(1)"_s,
@@ -213,51 +159,6 @@ void tst_PageScript::language()
             .arg(body));
     const ScriptOutcome outcome = loaded.isFailed() ? loaded : interpreter.run(u"Main"_s);
     QCOMPARE(outcome.isCompleted() ? outcome.result().toText() : outcome.text(), expected);
-}
-
-void tst_PageScript::parseMembers_data()
-{
-    QTest::addColumn<QString>("fieldSet");
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("members");
-    QTest::addColumn<QStringList>("expected");
-    // Below the root and two steps down: layoutScriptMatchesTheLayoutMadeDirectly.
-    QTest::newRow("one step") << u"NewsDate By Month"_s << u"2005"_s << u"(Qtr2,Qtr1)"_s
-                              << QStringList{u"Qtr2"_s, u"Qtr1"_s};
-    QTest::newRow("three steps") << u"NewsDate By Month"_s << u"2005**|**Qtr1**|**Jan"_s << u"(3)"_s
-                                 << QStringList{u"3"_s};
-}
-
-void tst_PageScript::parseMembers()
-{
-    QFETCH(QString, fieldSet);
-    QFETCH(QString, path);
-    QFETCH(QString, members);
-    QFETCH(QStringList, expected);
-    PivotView view(m_small);
-    ScriptInterpreter interpreter;
-    QVERIFY(interpreter
-                .load(QString(u"Dim ParentMember,ParentFound\r\n"_s +
-                              qrt::test::fixedScriptFunctions().join(u"\r\n"_s)))
-                .isCompleted());
-    const ScriptValue root =
-        makeViewObject(view)->call(u"FieldSets"_s, {fieldSet}).toObject().getProperty(u"Members"_s);
-    // Twice, as the page calls it once per filter record.
-    for (int i = 0; i < 2; ++i) {
-        const ScriptOutcome outcome = interpreter.run(u"ParseMembers"_s, {root, path, members});
-        QVERIFY2(outcome.isCompleted(), qPrintable(outcome.text()));
-        QCOMPARE(outcome.result().elementCount(), expected.size());
-        for (qsizetype m = 0; m < expected.size(); ++m) {
-            ScriptObject &member = outcome.result().element(m).toObject();
-            QCOMPARE(member.getProperty(u"Caption"_s).toText(), expected[m]);
-            QStringList up; // the path of the member's parent, from the top
-            for (ScriptValue p = member.getProperty(u"ParentMember"_s);
-                 p.toObject().getProperty(u"Caption"_s).toText() != u"ALL"_s;
-                 p = p.toObject().getProperty(u"ParentMember"_s))
-                up.prepend(p.toObject().getProperty(u"Caption"_s).toText());
-            QCOMPARE(up.join(u"**|**"_s), path);
-        }
-    }
 }
 
 void tst_PageScript::layoutScriptMatchesTheLayoutMadeDirectly()
@@ -310,14 +211,20 @@ void tst_PageScript::layoutScriptMatchesTheLayoutMadeDirectly()
     direct.setExpandDetails(2);
     direct.setExpandMembers(2);
 
-    QCOMPARE(cells(PivotAggregator::run(scripted)), cells(PivotAggregator::run(direct)));
+    // Every cell: the row and column paths and each total's value.
+    const auto grid = [](PivotView &view) {
+        PivotGridModel model;
+        model.setView(&view);
+        return model.toCsv();
+    };
+    QCOMPARE(grid(scripted), grid(direct));
     // And with every member open, down to the months.
     scripted.setExpandMembers(0);
     direct.setExpandMembers(0);
     const PivotResult expected = PivotAggregator::run(direct);
     QVERIFY(expected.rowsAggregated() > 0);
     QVERIFY(expected.rowsAggregated() < data->rowCount());
-    QCOMPARE(cells(PivotAggregator::run(scripted)), cells(expected));
+    QCOMPARE(grid(scripted), grid(direct));
 }
 
 void tst_PageScript::hostileTexts_data()
@@ -332,30 +239,17 @@ void tst_PageScript::hostileTexts_data()
     QTest::newRow("endless loop")
         << u"Sub Main()\nDim I, J\nFor I = 0 To 1E15\nJ = I\nNext\nEnd Sub"_s
         << u"Line 4: script stopped: too many steps"_s;
-    // Ten calls at each of twenty levels, each level one letter shorter.
-    QTest::newRow("recursion in a loop")
-        << u"Sub Main()\nF \"a/b/c/d/e/f/g/h/i/j/k/l/m/n/o/p/q/r/s/t/u\"\nEnd Sub\nSub F(p)\n"
-           u"Dim a, I\na = Split(p, \"/\")\nIf UBound(a) = 0 Then Exit Sub\nFor I = 0 To 9\n"
-           u"F Replace(p, a(0) & \"/\", \"\")\nNext\nEnd Sub"_s
-        << u"script stopped: too many steps"_s;
     QTest::newRow("growing text")
         << u"Sub Main()\nDim s, I\ns = \"xx\"\nFor I = 0 To 99\ns = s & s & s\nNext\nEnd Sub"_s
         << u"Line 5: the text would be longer than 4194304 characters"_s;
     QTest::newRow("deep nesting") << u"Sub Main()\nx = %1\nEnd Sub"_s.arg(
                                          QString(100000, u'(') + u"1"_s + QString(100000, u')'))
                                   << u"Line 2: the script is nested too deeply"_s;
-    QTest::newRow("deep expressions in deep recursion")
-        << u"Sub Main()\nDim x\nx = F(1)\nEnd Sub\nFunction F(n)\nF = %1F(n)%2\nEnd Function"_s.arg(
-               QString(90, u'('), QString(90, u')'))
-        << u"Line 6: script stopped: too deep"_s;
     QTest::newRow("arrays in arrays")
         << u"Sub Main()\nDim a, I\na = Split(\"x\")\nFor I = 0 To 1E6\na(0) = a\nNext\nEnd Sub"_s
         << u"Line 5: arrays are nested too deeply"_s;
     QTest::newRow("open string") << u"Sub Main()\nx = \"abc\nEnd Sub"_s
                                  << u"Line 2: unterminated string"_s;
-    QTest::newRow("no character for the code") << u"Sub Main()\nx = Chr(256)\nEnd Sub"_s
-                                               << u"Line 2: Invalid procedure call or argument: "
-                                                  u"'Chr(256)'"_s;
 }
 
 void tst_PageScript::hostileTexts()
@@ -444,20 +338,17 @@ void tst_PageScript::capture()
         "DATAFIELDSETSCOUNT=0;DATAFIELDSETNAME1=Old;TOTALSCOUNT=2;TOTALNAME1=Count of News;"
         "TOTALFIELD1=News;TOTALFUNCTION1=2;TOTALNAME2=Latest;TOTALFIELD2=NewsDate;"
         "TOTALFUNCTION2=4"_s.split(u';');
-    QStringList keys, expectedKeys;
+    QStringList keys, stored;
     settings.GetAllKeys(section, keys);
-    for (const QString &entry : expected) {
-        const QString key = entry.section(u'=', 0, 0), text = entry.section(u'=', 1);
+    for (const QString &key : std::as_const(keys)) {
+        const QVariant value = settings.GetSetting(section, key);
         bool number = false;
-        const int value = text.toInt(&number);
-        expectedKeys << key;
-        const QVariant stored = settings.GetSetting(section, key);
-        QCOMPARE(stored.typeId(), int(number ? QMetaType::Int : QMetaType::QString));
-        QCOMPARE(stored, number ? QVariant(value) : QVariant(text));
+        value.toString().toInt(&number);
+        QCOMPARE(value.typeId(), int(number ? QMetaType::Int : QMetaType::QString));
+        stored << key + u'=' + value.toString();
     }
-    keys.sort();
-    expectedKeys.sort();
-    QCOMPARE(keys, expectedKeys);
+    QCOMPARE(QSet<QString>(stored.begin(), stored.end()),
+             QSet<QString>(expected.begin(), expected.end()));
 }
 
 void tst_PageScript::memberParser_data()
@@ -475,7 +366,6 @@ void tst_PageScript::memberParser_data()
     QTest::newRow("a comma splits, parentheses go")
         << u"Provider"_s << QString() << u"(Smith, Jones (UK),Alpha)"_s << QStringList{u"Alpha"_s}
         << 2;
-    QTest::newRow("no member") << u"Provider"_s << QString() << u"()"_s << QStringList() << 0;
 }
 
 void tst_PageScript::memberParser()
@@ -533,17 +423,11 @@ void tst_PageScript::chartFilterRecords()
                  memberPaths(chosenField.ExcludedMembers()),
              chosen);
     QCOMPARE(failures, 0);
-}
-
-// A type that can't be read leaves the chart's own; the other keys still come.
-void tst_PageScript::unreadableTypeKeepsTheChartsOwn()
-{
-    const CAppSettings settings = zorvaneSettings();
+    // A type that can't be read leaves the chart's own; the other keys still come.
     settings.SaveSetting(PivotChartLayout::Section, u"TYPE"_s, u"seven"_s);
     settings.SaveSetting(PivotChartLayout::Section, u"LEGEND"_s, u"0"_s);
     settings.SaveSetting(PivotChartLayout::Section, u"SERIESBYROWS"_s, u"1"_s);
-    const PivotChartLayout::Options options =
-        PivotChartLayout::readOptions(settings, {true, 19, false});
+    const auto options = PivotChartLayout::readOptions(settings, {true, 19, false});
     QCOMPARE(options.type, 19);
     QVERIFY(!options.legend && options.seriesByRows);
 }
@@ -560,8 +444,6 @@ void tst_PageScript::page_data()
                                      << QList{kByMonth, kProvider} << QList{kCountOfNews};
     QTest::newRow("row count 0") << QVariantMap{{u"ROWFIELDSETSCOUNT"_s, 0}} << sqlite
                                  << QList<Block>() << QList{kCountOfNews};
-    QTest::newRow("row count 3") << QVariantMap{{u"ROWFIELDSETSCOUNT"_s, 3}} << sqlite
-                                 << QList{kByMonth, kProvider, kProvider} << QList{kCountOfNews};
     QTest::newRow("empty lists") << QVariantMap{{u"COLUMNFIELDSETSCOUNT"_s, u" 1 "_s},
                                                 {u"COLUMNFIELDSETNAME1"_s, u"Channel"_s},
                                                 {u"ROWFIELDSETFIELDS1"_s, QString()}}
@@ -597,8 +479,6 @@ void tst_PageScript::page_data()
         << QList{Block{u"DataAxis"_s, u"NewsDate By Month"_s, u"Years%%|%%Months"_s, records},
                  kByMonth}
         << QList{Total{u"Provider"_s, u"Providers"_s, u"4"_s}, kCountOfNews};
-    QTest::newRow("no totals") << QVariantMap{{u"TOTALSCOUNT"_s, 0}} << sqlite
-                               << QList{kByMonth, kProvider} << QList<Total>();
 }
 
 void tst_PageScript::page()
@@ -626,8 +506,17 @@ void tst_PageScript::writeTextFile()
     const QByteArray written("caf\xe9 ?\r\n");
     QCOMPARE(SettingsTestHome::contents(path), written);
 
-    FolderLock lock(QFileInfo(path).absolutePath());
-    if (lock.acceptsFiles())
+    // A folder that refuses new files; root ignores permissions, so the
+    // folder is also made immutable where the file system allows that.
+    const QString folder = QFileInfo(path).absolutePath();
+    QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner);
+    const bool immutable = QProcess::execute(u"chattr"_s, {u"+i"_s, folder}) == 0;
+    auto unlock = qScopeGuard([&] {
+        if (immutable)
+            QProcess::execute(u"chattr"_s, {u"-i"_s, folder});
+        QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    });
+    if (QFile probe(folder + u"/probe"_s); probe.open(QIODevice::WriteOnly) && probe.remove())
         QSKIP("this user can write into any folder here");
     QVERIFY(!PivotPage::WriteTextFile(path, u"new"_s));
     QCOMPARE(SettingsTestHome::contents(path), written);

@@ -1,11 +1,10 @@
 // The pivot views in the real window. A table laid out with the mouse comes
 // back, the same grid, in the next window. Both views keep a stored layout
-// through Refresh, a failed first load, a close as the data comes in, a
-// folder name outside Latin-1 and a member with double quotes. The chart:
-// the layout it restores and stores back, a missing member answered in the
-// error dialog, and its values against the engine's grid. The page host
-// WebBrowser1: the script runs after the call, waits once for the data,
-// stops at a failing line; and no table layout is stored that never loaded.
+// through Refresh, a failed first load, a close as the data comes in and a
+// folder name outside Latin-1. The chart: the layout it restores and stores
+// back, a missing member answered in the error dialog, its tool bar, and its
+// values against the engine's grid. The page host WebBrowser1 stops at a
+// failing line; and no layout is stored that never loaded.
 
 #include "../errors/DialogAnswerer.h"
 #include "PivotTestData.h"
@@ -38,10 +37,8 @@
 #include <QListWidget>
 #include <QPointer>
 #include <QPushButton>
-#include <QRegularExpression>
 #include <QScopeGuard>
 #include <QSignalSpy>
-#include <QStyle>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -193,19 +190,11 @@ private Q_SLOTS:
     void initTestCase();
     void init();
     void layoutMadeWithTheMouseComesBack();
-    void refreshKeepsTheLayouts_data();
     void refreshKeepsTheLayouts();
-    void closeAsTheDataComesIn();
-    void layoutRoundTrip_data();
     void layoutRoundTrip();
-    void missingFieldSetIsPassedOver();
-    void noChartSpaceStoresNothing();
     void missingMemberAsksTheUser_data();
     void missingMemberAsksTheUser();
-    void drawnValuesMatchTheGrid();
     void toolBarClicks();
-    void scriptRunsAfterTheCallAndWaitsForData();
-    void scriptErrorStopsAtItsLine();
     void pagesThatCannotShow_data();
     void pagesThatCannotShow();
     void closingWithoutALoadedTableStoresNothing_data();
@@ -284,6 +273,14 @@ void tst_PivotWindow::layoutMadeWithTheMouseComesBack()
     QVERIFY(w);
     auto *table = w->findChild<PivotTable *>();
     QVERIFY(table && table->ActiveView());
+    // The page's script waited once for the data, then ran to its end once:
+    // a second run would add its total again, which fails.
+    QCOMPARE(w->findChild<WebBrowser *>()->statusText(), QString());
+    QCOMPARE(table->ConnectionString(), m_database);
+    QCOMPARE(table->ActiveView()->ExpandMembers(), int(PivotView::ExpandNever));
+    QCOMPARE(fieldSetNames(table->ActiveView()->RowAxis()),
+             QStringList({u"NewsDate By Month"_s, u"Provider"_s}));
+    QCOMPARE(table->ActiveView()->DataAxis().Totals().Count(), 1);
 
     // Category from the field list onto the column area, with the mouse.
     auto *tree = table->findChild<QTreeWidget *>(u"fieldTree"_s);
@@ -333,33 +330,18 @@ void tst_PivotWindow::layoutMadeWithTheMouseComesBack()
     next->close();
 }
 
-void tst_PivotWindow::refreshKeepsTheLayouts_data()
-{
-    QTest::addColumn<QString>("folder");
-    QTest::addColumn<QString>("provider"); // the name of the first provider
-    QTest::addColumn<bool>("comesLater");  // the database, after the first loads failed
-    QTest::newRow("a folder and a member outside Latin-1") << u"Журнал"_s << u"Вести"_s << false;
-    QTest::newRow("double quotes in a stored member")
-        << u"quotes"_s << u"Ace \"Daily\" News"_s << false;
-    QTest::newRow("the first loads fail") << u"later"_s << u"Provider A"_s << true;
-}
-
-// Data loads, Refresh keeps what is on screen, and each close stores the
-// layout the window opened with, twice in a row.
+// The first loads fail, the database there by the Refresh clicks; then
+// Refresh keeps what is on screen, and each close stores the layout the
+// window opened with, twice in a row; in a folder and with a member outside
+// Latin-1.
 void tst_PivotWindow::refreshKeepsTheLayouts()
 {
-    QFETCH(QString, folder);
-    QFETCH(QString, provider);
-    QFETCH(bool, comesLater);
-    const QString made = m_dir.filePath(folder + u"/made.db"_s);
-    const QString database = m_dir.filePath(folder + u"/news.db"_s);
+    const QString made = m_dir.filePath(u"Журнал/made.db"_s);
+    const QString database = m_dir.filePath(u"Журнал/news.db"_s);
     QVERIFY(QDir().mkpath(QFileInfo(database).path()));
     QVERIFY(qrt::test::makeRandomNewsDb(made, 2000, qrt::test::testSeed()));
-    const QString rename = u"UPDATE Providers SET Provider = '%1' WHERE ID = 1"_s;
-    QVERIFY(qrt::test::execAll(made, {rename.arg(QString(provider).replace(u"'"_s, u"''"_s))}));
-    if (!comesLater)
-        QVERIFY(QFile::rename(made, database));
-    const QString providers = provider + u",Provider B"_s;
+    QVERIFY(qrt::test::execAll(made, {u"UPDATE Providers SET Provider = 'Вести' WHERE ID = 1"_s}));
+    const QString providers = u"Вести,Provider B"_s;
     storeLayouts(providers);
     const Entries table = section(kSection), chart = section(kChartSection);
     for (int round = 0; round < 2; ++round) {
@@ -369,7 +351,7 @@ void tst_PivotWindow::refreshKeepsTheLayouts()
         auto *space = w->findChild<PivotChartSpace *>();
         QVERIFY(pt && space);
         QTRY_VERIFY_WITH_TIMEOUT(!space->isLoading(), 20000);
-        if (comesLater && round == 0) {
+        if (round == 0) {
             QVERIFY(!pt->ActiveView() && !space->InternalPivotTable().ActiveView());
             QVERIFY(QFile::rename(made, database));
             clickRefresh(w, pt, 2);
@@ -387,12 +369,6 @@ void tst_PivotWindow::refreshKeepsTheLayouts()
                 providers.split(u','));
         QTRY_VERIFY(grid(pt).count('\n') > 3); // the grid shows the layout within a moment
         const QByteArray shown = grid(pt);
-        QStringList series, kept = providers.split(u','); // the chart's in member order
-        for (const auto &one : space->chartView()->chartData().series)
-            series << one.name;
-        series.sort();
-        kept.sort();
-        QCOMPARE(series, kept);
         const PivotView *tableView = pt->ActiveView();
         const PivotView *chartView = space->InternalPivotTable().ActiveView();
         clickRefresh(w, pt, 2);
@@ -401,7 +377,7 @@ void tst_PivotWindow::refreshKeepsTheLayouts()
                                      space->InternalPivotTable().ActiveView() != chartView,
                                  20000);
         QTRY_COMPARE(grid(pt), shown);
-        QCOMPARE(space->chartView()->chartData().series.size(), std::size_t(series.size()));
+        QCOMPARE(space->chartView()->chartData().series.size(), std::size_t(2));
         w->close();
         QTRY_VERIFY(!w);
         QCOMPARE(section(kSection), table);
@@ -409,38 +385,10 @@ void tst_PivotWindow::refreshKeepsTheLayouts()
     }
 }
 
-// A close in the turn the table's data comes in, before the page's script
-// has laid it out, keeps the stored layout.
-void tst_PivotWindow::closeAsTheDataComesIn()
-{
-    const QString database = m_dir.filePath(u"close.db"_s);
-    QVERIFY(qrt::test::makeRandomNewsDb(database, 500, qrt::test::testSeed()));
-    storeLayouts(u"Provider A,Provider B"_s);
-    const Entries table = section(kSection);
-    QPointer<frmCharts> w = open(database, NoTab);
-    QVERIFY(w);
-    auto *pt = w->findChild<PivotTable *>();
-    QVERIFY(pt);
-    // Queued first, the close comes before the page's script runs again.
-    connect(
-        pt, &PivotTable::loaded, w.data(), [w] { w->close(); }, Qt::QueuedConnection);
-    QTRY_VERIFY_WITH_TIMEOUT(!w, 20000);
-    QCOMPARE(section(kSection), table);
-}
-
-void tst_PivotWindow::layoutRoundTrip_data()
-{
-    QTest::addColumn<Keys>("before");
-    QTest::addColumn<Keys>("after");
-    QTest::newRow("empty store: the default layout") << Keys() << kDefaultKeys;
-    QTest::newRow("every kind of choice") << kStoredKeys << kStoredKeys;
-}
-
+// A layout of every kind of choice shows as stored and is stored back.
 void tst_PivotWindow::layoutRoundTrip()
 {
-    QFETCH(Keys, before);
-    QFETCH(Keys, after);
-    store(kChartSection, before);
+    store(kChartSection, kStoredKeys);
     // A chart space that comes up unlike the window's setup: the window
     // sets each of these.
     const char *const flags[] = {
@@ -467,49 +415,12 @@ void tst_PivotWindow::layoutRoundTrip()
     for (const char *flag : flags)
         QVERIFY2(chart->property(flag).toBool(), flag);
     // What the store says shows: the legend, the type and the direction.
-    const int type = after.filter(QRegularExpression(u"^TYPE="_s)).value(0).mid(5).toInt();
-    QCOMPARE(chart->HasChartSpaceLegend(), after.contains(u"LEGEND=1"_s));
-    QCOMPARE(chart->Charts(0).Type(), type);
-    QCOMPARE(chart->chartView()->chartType(), type);
-    QCOMPARE(chart->HasSeriesByRows(), after.contains(u"SERIESBYROWS=1"_s));
-    QVERIFY(chart->chartView()->legendShown() == chart->HasChartSpaceLegend());
+    QVERIFY(!chart->HasChartSpaceLegend() && chart->HasSeriesByRows());
+    QCOMPARE(chart->Charts(0).Type(), 24);
+    QCOMPARE(chart->chartView()->chartType(), 24);
+    QVERIFY(!chart->chartView()->legendShown());
     // What the close stores is the capture's own writing.
     resumeNext([] { gSettings->DeleteSetting(kChartSection); });
-    w->close();
-    QTRY_VERIFY(!w);
-    for (const QString &key : after)
-        QCOMPARE(stored(key), key);
-}
-
-void tst_PivotWindow::missingFieldSetIsPassedOver()
-{
-    store(kChartSection,
-          kDefaultKeys + Keys{u"ROWFIELDSETSCOUNT=2"_s, u"ROWFIELDSETNAME1=Gone"_s,
-                              u"ROWFIELDSETNAME2=Category"_s, u"ROWFIELDSETFIELDS2=Category"_s});
-    QPointer<frmCharts> w = open(m_random, ChartTab);
-    QVERIFY(w);
-    const PivotView *view = w->findChild<PivotChartSpace *>()->InternalPivotTable().ActiveView();
-    QCOMPARE(fieldSetNames(view->RowAxis()), QStringList{u"Category"_s});
-    QCOMPARE(fieldSetNames(view->ColumnAxis()), QStringList{u"Provider"_s});
-    QCOMPARE(fieldSetNames(view->FilterAxis()), QStringList{u"Channel"_s});
-    QCOMPARE(view->DataAxis().Totals().Count(), 1);
-    // One load for both pivot views: the table's view stands on the same rows.
-    auto *table = w->findChild<PivotTable *>();
-    QTRY_VERIFY(table && table->ActiveView());
-    QCOMPARE(table->ActiveView()->data().get(), view->data().get());
-    w->close();
-}
-
-// Without the chart space's classes the window has no chart to capture:
-// the stored layout stays as it was, keys the capture would not write too.
-void tst_PivotWindow::noChartSpaceStoresNothing()
-{
-    store(kChartSection, kStoredKeys);
-    PivotChartSpace::unregisterClasses();
-    auto reregister = qScopeGuard([] { PivotChartSpace::registerClasses(); });
-    QPointer<frmCharts> w = open(m_random, NoTab);
-    QVERIFY(w && QTest::qWaitForWindowExposed(w));
-    QVERIFY(!w->findChild<PivotChartSpace *>());
     w->close();
     QTRY_VERIFY(!w);
     for (const QString &key : kStoredKeys)
@@ -522,8 +433,6 @@ void tst_PivotWindow::missingMemberAsksTheUser_data()
     QTest::addColumn<QStringList>("included");
     QTest::newRow("ignore goes on with the next caption")
         << QStringList{u"btnIgnore"_s} << QStringList{u"Provider A"_s, u"Provider B"_s};
-    QTest::newRow("retry looks again") << QStringList{u"btnRetry"_s, u"btnIgnore"_s}
-                                       << QStringList{u"Provider A"_s, u"Provider B"_s};
     QTest::newRow("abort leaves no members") << QStringList{u"btnAbort"_s} << QStringList();
 }
 
@@ -531,9 +440,12 @@ void tst_PivotWindow::missingMemberAsksTheUser()
 {
     QFETCH(QStringList, answers);
     QFETCH(QStringList, included);
+    // A field set that is gone is passed over without a question.
     store(kChartSection,
-          kDefaultKeys +
-              Keys{u"COLUMNFIELDSFILTERS1=Provider||2||||(Provider A,Provider Gone,Provider B)"_s});
+          kDefaultKeys + Keys{u"COLUMNFIELDSFILTERS1=Provider||2||||(Provider A,Provider Gone,"
+                              u"Provider B)"_s,
+                              u"ROWFIELDSETSCOUNT=2"_s, u"ROWFIELDSETNAME1=Gone"_s,
+                              u"ROWFIELDSETNAME2=Category"_s, u"ROWFIELDSETFIELDS2=Category"_s});
     DialogAnswerer answerer(answers);
     QPointer<frmCharts> w = open(m_random, ChartTab);
     QVERIFY(w);
@@ -547,37 +459,52 @@ void tst_PivotWindow::missingMemberAsksTheUser()
     PivotFieldSet &provider = view->FieldSets(u"Provider"_s);
     QCOMPARE(captions(provider.Fields(0).IncludedMembers()), included);
     QCOMPARE(provider.AllIncludeExclude(), 2);
+    QCOMPARE(fieldSetNames(view->RowAxis()), QStringList{u"Category"_s});
+    QCOMPARE(fieldSetNames(view->ColumnAxis()), QStringList{u"Provider"_s});
+    QCOMPARE(fieldSetNames(view->FilterAxis()), QStringList{u"Channel"_s});
+    // One load for both pivot views: the table's view stands on the same rows.
+    auto *table = w->findChild<PivotTable *>();
+    QTRY_VERIFY(table && table->ActiveView());
+    QCOMPARE(table->ActiveView()->data().get(), view->data().get());
     w->close();
 }
 
-// Each drawn value found again in the grid by the captions of its
-// category and series, for both directions and with a filter choice.
-void tst_PivotWindow::drawnValuesMatchTheGrid()
+// From an empty store the default layout, each drawn value found again in
+// the grid by the whole paths of its category and series, both directions.
+// The type picked in the gallery, the legend and the direction switched on
+// the tool bar: the chart shows them and the window stores them.
+void tst_PivotWindow::toolBarClicks()
 {
-    store(kChartSection,
-          {u"ROWFIELDSETNAME1=Category"_s, u"ROWFIELDSETFIELDS1=Category"_s,
-           u"FILTERFIELDSFILTERS1=Channel||1||||(Channel 1,Channel 3)"_s, u"TYPE=0"_s});
+    resumeNext([] { gSettings->DeleteSetting(kChartSection); });
     QPointer<frmCharts> w = open(m_random, ChartTab);
     QVERIFY(w);
     auto *chart = w->findChild<PivotChartSpace *>();
-    PivotView *view = chart->InternalPivotTable().ActiveView();
-    const PivotResult grid = PivotAggregator::run(*view);
-    const auto nodeOf = [&grid](const std::vector<PivotResult::Node> &nodes,
-                                const QStringList &path) {
+    QVERIFY(chart->HasChartSpaceLegend() && chart->chartView()->legendShown());
+    QCOMPARE(chart->chartView()->chartType(), 7);
+    auto *toolbar = chart->findChild<QToolBar *>(u"toolbar"_s);
+    const auto click = [toolbar, chart](const QString &action) {
+        QTest::mouseClick(toolbar->widgetForAction(chart->findChild<QAction *>(action)),
+                          Qt::LeftButton);
+    };
+    const PivotResult grid = PivotAggregator::run(*chart->InternalPivotTable().ActiveView());
+    // A leaf by its whole path: months shown without their year repeat.
+    const auto nodeOf = [&grid](const std::vector<PivotResult::Node> &nodes, const QString &whole) {
         for (int node = 0; node < int(nodes.size()); ++node)
-            if (nodes[std::size_t(node)].children.empty() && grid.path(nodes, node) == path)
+            if (nodes[std::size_t(node)].children.empty() && grid.wholePath(nodes, node) == whole)
                 return node;
         return -1;
     };
     for (bool byRows : {false, true}) {
-        chart->setHasSeriesByRows(byRows);
+        if (byRows)
+            click(u"seriesByRowsAction"_s);
+        QCOMPARE(chart->HasSeriesByRows(), byRows);
         const PivotChartData &data = chart->chartView()->chartData();
         QCOMPARE(qsizetype(data.categories.size()),
                  qsizetype(byRows ? grid.columnNodes().size() : grid.rowNodes().size()) - 1);
         for (int s = 0; s < int(data.series.size()); ++s) {
             for (int c = 0; c < int(data.categories.size()); ++c) {
-                const QStringList &category = data.categories[std::size_t(c)];
-                const QStringList &series = data.series[std::size_t(s)].path;
+                const QString &category = data.categoryTips[std::size_t(c)];
+                const QString &series = data.series[std::size_t(s)].tip;
                 const int row = nodeOf(grid.rowNodes(), byRows ? series : category);
                 const int column = nodeOf(grid.columnNodes(), byRows ? category : series);
                 QVERIFY(row > 0 && column > 0);
@@ -585,31 +512,9 @@ void tst_PivotWindow::drawnValuesMatchTheGrid()
             }
         }
     }
-    // The filter choice is in the numbers: the two channels are left out.
-    qrt::db::Connection connection;
-    QVERIFY(connection.Open(m_random));
-    QSqlQuery count(connection.database());
-    QVERIFY(count.exec(u"SELECT COUNT(NULLIF(Title, '')) FROM News JOIN Channels ON "
-                       "Channels.ID = News.Channel WHERE Channels.Channel NOT IN "
-                       "('Channel 1', 'Channel 3')"_s) &&
-            count.next());
-    QCOMPARE(grid.value(0, 0, 0), std::optional<double>(count.value(0).toDouble()));
-    w->close();
-}
-
-// The type picked in the gallery, the legend and the direction switched on
-// the tool bar: the chart shows them and the window stores them.
-void tst_PivotWindow::toolBarClicks()
-{
-    store(kChartSection, kDefaultKeys);
-    QPointer<frmCharts> w = open(m_random, ChartTab);
-    QVERIFY(w);
-    auto *chart = w->findChild<PivotChartSpace *>();
-    auto *toolbar = chart->findChild<QToolBar *>(u"toolbar"_s);
-    const auto click = [toolbar, chart](const QString &action) {
-        QTest::mouseClick(toolbar->widgetForAction(chart->findChild<QAction *>(action)),
-                          Qt::LeftButton);
-    };
+    click(u"legendAction"_s);
+    QVERIFY(!chart->HasChartSpaceLegend());
+    QVERIFY(!chart->chartView()->legendShown());
     // The gallery's menu runs its own loop: the pick happens inside it.
     auto *gallery = chart->findChild<QListWidget *>(u"chartTypeGallery"_s);
     int pies = 0;
@@ -626,11 +531,6 @@ void tst_PivotWindow::toolBarClicks()
     QTRY_VERIFY(!gallery->isVisible());
     QCOMPARE(chart->Charts(0).Type(), 19);
     QCOMPARE(chart->chartView()->chartType(), 19);
-    click(u"legendAction"_s);
-    QVERIFY(!chart->HasChartSpaceLegend());
-    QVERIFY(!chart->chartView()->legendShown());
-    click(u"seriesByRowsAction"_s);
-    QVERIFY(chart->HasSeriesByRows());
     // By rows the months are the series: the pie's slices are the providers.
     QCOMPARE(
         chart->chartView()->chartData().categories.size(),
@@ -638,7 +538,11 @@ void tst_PivotWindow::toolBarClicks()
             chart->InternalPivotTable().ActiveView()->FieldSets(u"Provider"_s).Members().Count()));
     w->close();
     QTRY_VERIFY(!w);
-    for (const QString &entry : {u"TYPE=19"_s, u"LEGEND=0"_s, u"SERIESBYROWS=1"_s})
+    Keys expected = kDefaultKeys;
+    expected.replaceInStrings(u"TYPE=7"_s, u"TYPE=19"_s)
+        .replaceInStrings(u"LEGEND=1"_s, u"LEGEND=0"_s)
+        .replaceInStrings(u"SERIESBYROWS=0"_s, u"SERIESBYROWS=1"_s);
+    for (const QString &entry : expected)
         QCOMPARE(stored(entry), entry);
 }
 
@@ -646,54 +550,6 @@ QString tst_PivotWindow::writePage(const QString &text)
 {
     const QString path = m_dir.filePath(u"page.htm"_s);
     return PivotPage::WriteTextFile(path, text) ? path : QString();
-}
-
-void tst_PivotWindow::scriptRunsAfterTheCallAndWaitsForData()
-{
-    const QString path = writePage(PivotPage::BuildPivotPage(*gSettings, m_database));
-    WebBrowser host;
-    host.resize(500, 300);
-    host.show();
-    QSignalSpy finished(&host, &WebBrowser::scriptFinished);
-    host.Navigate2(path);
-    PivotTable *table = tableOf(&host);
-    QVERIFY(table);
-    QVERIFY(table->ConnectionString().isEmpty());
-    QVERIFY(host.property("busy").toBool());
-    QVERIFY(finished.wait(20000));
-    QVERIFY(!host.property("busy").toBool());
-    // Pending at the first ActiveView, then run once more to the end (the
-    // page sets ExpandMembers near it); a second time would add its total
-    // again, which fails.
-    QCOMPARE(host.statusText(), QString());
-    QCOMPARE(table->ConnectionString(), m_database);
-    QCOMPARE(table->ActiveView()->ExpandMembers(), int(PivotView::ExpandNever));
-    QCOMPARE(fieldSetNames(table->ActiveView()->RowAxis()),
-             QStringList({u"NewsDate By Month"_s, u"Provider"_s}));
-    QCOMPARE(table->ActiveView()->DataAxis().Totals().Count(), 1);
-    QCOMPARE(table->geometry(), host.rect());
-}
-
-void tst_PivotWindow::scriptErrorStopsAtItsLine()
-{
-    store(kSection, {u"COLUMNFIELDSETSCOUNT=1"_s, u"COLUMNFIELDSETNAME1=Provider"_s,
-                     u"COLUMNFIELDSETFIELDS1=Provider"_s, u"ROWFIELDSETSCOUNT=1"_s,
-                     u"ROWFIELDSETNAME1=Nope"_s});
-    const QString page = PivotPage::BuildPivotPage(*gSettings, m_database);
-    const int line =
-        page.split(u"\r\n"_s).indexOf(u"Set pFieldSet = PT.ActiveView.FieldSets(\"Nope\")"_s) + 1;
-    QVERIFY(line > 0);
-    WebBrowser host;
-    host.show();
-    QSignalSpy finished(&host, &WebBrowser::scriptFinished);
-    host.Navigate2(writePage(page));
-    QVERIFY(finished.wait(20000));
-    QVERIFY2(host.statusText().startsWith(u"Line %1: "_s.arg(line)), qPrintable(host.statusText()));
-    QVERIFY(host.findChild<QLabel *>(u"status"_s)->isVisible());
-    PivotTable *table = tableOf(&host);
-    QCOMPARE(fieldSetNames(table->ActiveView()->ColumnAxis()), QStringList{u"Provider"_s});
-    QCOMPARE(fieldSetNames(table->ActiveView()->RowAxis()), QStringList());
-    QCOMPARE(table->ActiveView()->ExpandMembers(), int(PivotView::ExpandAutomatic));
 }
 
 void tst_PivotWindow::pagesThatCannotShow_data()
@@ -709,43 +565,83 @@ void tst_PivotWindow::pagesThatCannotShow_data()
                script
         << u"Line 1: Cannot create the object 'PT'"_s;
     QTest::newRow("no object") << u"<html><body></body>"_s + script << u"has no object"_s;
+    // The window's page stops at the line of a stale stored name, the steps
+    // before it kept.
+    QTest::newRow("stale name") << u"stored"_s << u"FieldSets(\"Nope\")"_s;
 }
 
 void tst_PivotWindow::pagesThatCannotShow()
 {
     QFETCH(QString, page);
     QFETCH(QString, notice);
+    const bool stale = page == u"stored"_s;
+    if (stale) {
+        store(kSection, {u"COLUMNFIELDSETSCOUNT=1"_s, u"COLUMNFIELDSETNAME1=Provider"_s,
+                         u"COLUMNFIELDSETFIELDS1=Provider"_s, u"ROWFIELDSETSCOUNT=1"_s,
+                         u"ROWFIELDSETNAME1=Nope"_s});
+        page = PivotPage::BuildPivotPage(*gSettings, m_database);
+        const int line =
+            page.split(u"\r\n"_s).indexOf(u"Set pFieldSet = PT.ActiveView."_s + notice) + 1;
+        QVERIFY(line > 0);
+        notice = u"Line %1: "_s.arg(line);
+    }
     const QString path = page.isEmpty() ? m_dir.filePath(u"none.htm"_s) : writePage(page);
     WebBrowser host;
+    host.show();
     QSignalSpy finished(&host, &WebBrowser::scriptFinished);
     host.Navigate2(path);
-    QVERIFY(finished.wait(5000));
+    QVERIFY(finished.wait(20000));
     QVERIFY2(host.statusText().contains(notice), qPrintable(host.statusText()));
-    QVERIFY(!tableOf(&host));
+    PivotTable *table = tableOf(&host);
+    QCOMPARE(table != nullptr, stale);
+    if (!stale)
+        return;
+    QVERIFY(host.findChild<QLabel *>(u"status"_s)->isVisible());
+    QCOMPARE(fieldSetNames(table->ActiveView()->ColumnAxis()), QStringList{u"Provider"_s});
+    QCOMPARE(fieldSetNames(table->ActiveView()->RowAxis()), QStringList());
+    QCOMPARE(table->ActiveView()->ExpandMembers(), int(PivotView::ExpandAutomatic));
 }
 
 void tst_PivotWindow::closingWithoutALoadedTableStoresNothing_data()
 {
-    QTest::addColumn<bool>("registered");
-    QTest::newRow("no pivot table class") << false;
-    QTest::newRow("closed before its data is in") << true;
+    QTest::addColumn<int>("closed"); // 0: without the pivot classes
+    QTest::newRow("no pivot classes") << 0;
+    QTest::newRow("closed before its data is in") << 1;
+    // Before the page's script has laid it out.
+    QTest::newRow("closed in the turn its data comes in") << 2;
 }
 
+// Without a loaded table or a chart space to capture, the stored layouts
+// stay as they were, keys the capture would not write too.
 void tst_PivotWindow::closingWithoutALoadedTableStoresNothing()
 {
-    QFETCH(bool, registered);
-    // The real pivot table registers itself when the library loads.
-    auto restore = qScopeGuard([] { PivotTable::registerClasses(); });
-    if (!registered)
+    QFETCH(int, closed);
+    storeLayouts(u"Provider A,Provider B"_s);
+    store(kChartSection, kStoredKeys);
+    const Entries table = section(kSection);
+    // The real pivot views register themselves when the library loads.
+    auto restore = qScopeGuard([] {
+        PivotTable::registerClasses();
+        PivotChartSpace::registerClasses();
+    });
+    if (closed == 0) {
         PivotTable::unregisterClasses();
+        PivotChartSpace::unregisterClasses();
+    }
     QPointer<frmCharts> w = open(m_database, NoTab);
     QVERIFY(w);
-    QCOMPARE(w->WebBrowser1.isNull(), !registered); // the pages left are tst_statcharts'
-    w->close();
-    QTRY_VERIFY(w.isNull());
-    QStringList keys;
-    resumeNext([&] { gSettings->GetAllKeys(kSection, keys); });
-    QCOMPARE(keys, QStringList());
+    QCOMPARE(w->WebBrowser1.isNull(), closed == 0); // the pages left are tst_statcharts'
+    QCOMPARE(w->findChild<PivotChartSpace *>() == nullptr, closed == 0);
+    if (closed == 2) // queued first, the close comes before the page's script runs again
+        connect(
+            w->findChild<PivotTable *>(), &PivotTable::loaded, w.data(), [w] { w->close(); },
+            Qt::QueuedConnection);
+    else
+        w->close();
+    QTRY_VERIFY_WITH_TIMEOUT(w.isNull(), 20000);
+    QCOMPARE(section(kSection), table);
+    for (const QString &key : closed == 0 ? kStoredKeys : Keys())
+        QCOMPARE(stored(key), key);
 }
 
 QTEST_MAIN(tst_PivotWindow)
