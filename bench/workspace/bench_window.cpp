@@ -1,5 +1,5 @@
 // Opening the window on the demo database of one and ten million news items,
-// as a user does: how long until the built-in chart is drawn (target at ten
+// as a user does: how long until the built-in chart of all of them is drawn (target at ten
 // million: 0.5 s after show()), whether the window keeps answering while the
 // pivot views load off the GUI thread (the longest gap between ticks of a
 // 10 ms timer; target 50 ms), how long until the pivot
@@ -15,6 +15,7 @@
 // (--benchmark_filter=chart:0, then chart:1).
 
 #include "BenchWindow.h"
+#include "newschart/NamedPeriod.h"
 #include "pivotviews/PivotChartSpace.h"
 
 #include <qrt/statCharts.h>
@@ -72,11 +73,23 @@ qint64 procStatus(const char *key)
     return 0;
 }
 
+// The demo items end with 2025, so the first run's period ("Last Month")
+// would draw an empty chart: the window opens on "All" instead, as a user
+// who chose it last time finds it, and draws every item.
+bool chooseAllItems()
+{
+    return QProcess::execute(qEnvironmentVariable("ZORVANE_STATS"),
+                             {u"settings"_s, u"set"_s, u"STATCHART"_s, u"PERIOD"_s,
+                              QString::number(qrt::chart::NamedPeriod::All), u"--int"_s}) == 0;
+}
+
 void OpenWindow(benchmark::State &state)
 {
     const QString path = database(state.range(0));
     if (path.isEmpty())
         return state.SkipWithError("no demo database");
+    if (!chooseAllItems())
+        return state.SkipWithError("the period could not be stored");
     const bool withChart = state.range(1) != 0;
     if (!withChart)
         PivotChartSpace::unregisterClasses();

@@ -3,11 +3,13 @@
 #include "base/Dates.h"
 #include "db/Connection.h"
 #include "db/Dialect.h"
+#include "db/NewsHalves.h"
 #include "db/Recordset.h"
 #include "db/StatementGuard.h"
 #include "db/StatementInterrupt.h"
 #include "pivot/PivotColumnBuilder.h"
 #include "pivot/PivotData.h"
+#include "pivot/PivotGroupTable.h"
 #include "pivot/PivotGroupedStatement.h"
 #include "pivot/PivotRowRanges.h"
 
@@ -25,9 +27,9 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -167,6 +169,34 @@ void readRow(sqlite3_stmt *stmt, int columns, const std::vector<bool> &counted, 
     ++batch.rows;
 }
 
+// A row of a merging load, its texts pointing into SQLite's own buffers
+// until the next step.
+void readRow(sqlite3_stmt *stmt, int columns, const std::vector<bool> &counted,
+             std::vector<PivotGroupTable::Value> &row)
+{
+    using Type = PivotGroupTable::Value::Type;
+    row.resize(static_cast<std::size_t>(columns));
+    for (int c = 0; c < columns; ++c) {
+        PivotGroupTable::Value &value = row[static_cast<std::size_t>(c)];
+        const int type = sqlite3_column_type(stmt, c);
+        value.type = type == SQLITE_NULL ? Type::Null : Type::Number;
+        if (static_cast<std::size_t>(c) < counted.size() && counted[static_cast<std::size_t>(c)]) {
+            value.number = type == SQLITE_TEXT || type == SQLITE_BLOB
+                               ? (sqlite3_column_bytes(stmt, c) > 0 ? 1 : 0)
+                               : 1;
+        } else if (type == SQLITE_INTEGER) {
+            value.number = static_cast<double>(sqlite3_column_int64(stmt, c));
+        } else if (type == SQLITE_FLOAT) {
+            value.number = sqlite3_column_double(stmt, c);
+        } else if (type != SQLITE_NULL) {
+            value.type = Type::Text;
+            const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(stmt, c));
+            value.text =
+                std::string_view(text, static_cast<std::size_t>(sqlite3_column_bytes(stmt, c)));
+        }
+    }
+}
+
 // Where the values of a load go: one builder per column of the statement;
 // a grouped load also gives each row's weight and, for a column kept by
 // its counts, the count instead of a value.
@@ -187,9 +217,6 @@ public:
             m_times.push_back(plan[i].time);
             m_counted.push_back(merging && plan[i].kind == Kind::Count);
         }
-        m_counts.resize(samples.size());
-        m_cut.resize(samples.size());
-        m_cutTexts.resize(samples.size());
     }
 
     // The columns a merging load reads as 1 or 0.
@@ -198,44 +225,11 @@ public:
     bool isGrouped() const { return !m_kinds.empty(); }
     bool isMerging() const { return m_merging; }
 
-    // One row of a merging load: a new group's values go to the builders,
-    // a known group's weight and counts go up.
-    void merge(const Batch::Value *row, std::string_view bytes)
-    {
-        m_key.clear();
-        for (std::size_t c = 0; c < m_builders.size(); ++c) {
-            if (m_kinds[c] == Kind::Count)
-                continue;
-            const Batch::Value &v = row[c];
-            m_key += static_cast<char>(v.type);
-            if (v.type == SQLITE_TEXT) {
-                const std::string_view text = keyText(c, v, bytes);
-                const auto length = static_cast<quint32>(text.size());
-                m_key.append(reinterpret_cast<const char *>(&length), sizeof length);
-                m_key.append(text);
-            } else if (v.type != SQLITE_NULL) {
-                m_key.append(reinterpret_cast<const char *>(&v.number), sizeof v.number);
-            }
-        }
-        const auto [it, added] =
-            m_groups.try_emplace(m_key, static_cast<quint32>(m_weightsSoFar.size()));
-        if (added) {
-            m_weightsSoFar.push_back(0);
-            for (std::size_t c = 0; c < m_builders.size(); ++c) {
-                if (m_kinds[c] == Kind::Count)
-                    m_counts[c].push_back(0);
-                else if (row[c].type == SQLITE_TEXT)
-                    text(c, m_kinds[c] == Kind::Date ? m_cutTexts[c]
-                                                     : bytes.substr(row[c].offset, row[c].length));
-                else
-                    add(c, row[c], bytes);
-            }
-        }
-        ++m_weightsSoFar[it->second];
-        for (std::size_t c = 0; c < m_builders.size(); ++c)
-            if (m_kinds[c] == Kind::Count && row[c].type != SQLITE_NULL)
-                m_counts[c][it->second] += static_cast<quint32>(row[c].number);
-    }
+    // A merging load's own table, one per reading thread.
+    PivotGroupTable newTable() const { return PivotGroupTable(m_kinds, m_times); }
+    // The merged groups, which finish() hands to the builders.
+    void setGroups(PivotGroupTable &&groups) { m_groups.emplace(std::move(groups)); }
+
     void add(std::size_t c, const Batch::Value &value, std::string_view bytes)
     {
         switch (value.type) {
@@ -286,14 +280,8 @@ public:
 
     std::vector<PivotColumn> finish()
     {
-        if (m_merging) {
-            for (std::size_t c = 0; c < m_builders.size(); ++c)
-                for (quint32 count : m_counts[c])
-                    m_builders[c].addCount(count);
-            for (quint32 weight : m_weightsSoFar)
-                count(m_builders.size(), weight);
-            m_groups = {};
-        }
+        if (m_groups)
+            addGroups(*std::exchange(m_groups, std::nullopt));
         std::vector<PivotColumn> columns;
         columns.reserve(m_builders.size());
         for (PivotColumnBuilder &builder : m_builders)
@@ -304,14 +292,24 @@ public:
     std::vector<std::vector<quint32>> takeWeights() { return std::move(m_weights); }
 
 private:
-    // A merged row's text, a date cut to the planned time; the cut stays in
-    // m_cutTexts[c] until the next row.
-    std::string_view keyText(std::size_t c, const Batch::Value &v, std::string_view bytes)
+    void addGroups(const PivotGroupTable &groups)
     {
-        const std::string_view whole = bytes.substr(v.offset, v.length);
-        if (m_kinds[c] != Kind::Date)
-            return whole;
-        return m_cutTexts[c] = PivotGroupedStatement::cutDate(whole, m_times[c], m_cut[c]);
+        using Type = PivotGroupTable::Value::Type;
+        std::vector<PivotGroupTable::Value> row;
+        for (std::size_t g = 0; g < groups.size(); ++g) {
+            groups.values(g, row);
+            for (std::size_t c = 0; c < m_builders.size(); ++c) {
+                if (m_kinds[c] == Kind::Count)
+                    m_builders[c].addCount(groups.count(g, c));
+                else if (row[c].type == Type::Text)
+                    m_builders[c].addText(row[c].text);
+                else if (row[c].type == Type::Number)
+                    m_builders[c].addNumber(row[c].number);
+                else
+                    m_builders[c].addNull();
+            }
+            count(m_builders.size(), groups.rows(g));
+        }
     }
 
     bool isCount(std::size_t c) const
@@ -332,25 +330,15 @@ private:
     std::vector<Kind> m_kinds;
     std::vector<PivotGrain::Time> m_times;
     std::vector<bool> m_counted;
-    std::vector<std::string> m_cut;           // merging: an hour's text per date column
-    std::vector<std::string_view> m_cutTexts; // merging: this row's cut dates
     std::vector<std::vector<quint32>> m_weights;
     bool m_merging = false;
-    std::string m_key;
-    std::unordered_map<std::string, quint32> m_groups;
-    std::vector<quint32> m_weightsSoFar;
-    std::vector<std::vector<quint32>> m_counts; // merging: per counted column, per group
+    std::optional<PivotGroupTable> m_groups;
 };
 
 void encode(const Batch &batch, Sink &sink)
 {
     const std::size_t columns = sink.columnCount();
     const std::string_view bytes(batch.bytes);
-    if (sink.isMerging()) {
-        for (std::size_t i = 0; i < batch.values.size(); i += columns)
-            sink.merge(&batch.values[i], bytes);
-        return;
-    }
     for (std::size_t i = 0; i < batch.values.size(); ++i)
         sink.add(i % columns, batch.values[i], bytes);
 }
@@ -388,73 +376,146 @@ struct Part
     std::atomic<qint64> rows = 0; // published a batch at a time, for the progress
 };
 
-// Steps a part into the queue until its end, an error, the other part's
+// Rows of a load of all rows, copied into batches for the thread that
+// encodes them.
+class BatchWriter
+{
+public:
+    BatchWriter(BatchQueue &queue, const std::vector<bool> &counted)
+        : m_queue(queue)
+        , m_counted(counted)
+    {}
+    // False once the other side stopped.
+    bool take(sqlite3_stmt *stmt, int columns)
+    {
+        if (!m_batch && !(m_batch = m_queue.empty()))
+            return false;
+        readRow(stmt, columns, m_counted, *m_batch);
+        if (m_batch->rows == Batch::Rows)
+            m_queue.push(std::exchange(m_batch, nullptr));
+        return true;
+    }
+    void end(bool done)
+    {
+        if (m_batch)
+            done ? m_queue.push(m_batch) : m_queue.recycle(m_batch);
+    }
+
+private:
+    BatchQueue &m_queue;
+    const std::vector<bool> &m_counted;
+    Batch *m_batch = nullptr;
+};
+
+// Rows of a merging load, grouped where they are read.
+class TableWriter
+{
+public:
+    TableWriter(PivotGroupTable table, const std::vector<bool> &counted)
+        : table(std::move(table))
+        , m_counted(counted)
+    {}
+    bool take(sqlite3_stmt *stmt, int columns)
+    {
+        readRow(stmt, columns, m_counted, m_row);
+        table.add(m_row);
+        return true;
+    }
+    void end(bool) {}
+
+    PivotGroupTable table;
+
+private:
+    const std::vector<bool> &m_counted;
+    std::vector<PivotGroupTable::Value> m_row;
+};
+
+// Steps a part into its writer until its end, an error, the other part's
 // failure (`stop`) or a cancel from `progress`, which only one part is given.
-void step(Part &part, const std::vector<bool> &counted, BatchQueue &queue, std::atomic<bool> &stop,
+template<typename Writer>
+void step(Part &part, Writer &writer, std::atomic<bool> &stop,
           const std::function<bool(qint64 rows)> &progress)
 {
     const int columns = sqlite3_column_count(part.stmt);
-    Batch *batch = nullptr;
     qint64 rows = 0;
     while (!stop && (part.rc = sqlite3_step(part.stmt)) == SQLITE_ROW) {
-        if (!batch && !(batch = queue.empty()))
+        if (!writer.take(part.stmt, columns))
             break;
-        readRow(part.stmt, columns, counted, *batch);
-        if (batch->rows == Batch::Rows) {
-            queue.push(batch);
-            batch = nullptr;
-            part.rows = rows + 1;
-        }
-        if (++rows % PivotLoader::ProgressStep == 0 && progress && !progress(rows)) {
+        if (++rows % Batch::Rows == 0)
+            part.rows = rows;
+        if (rows % PivotLoader::ProgressStep == 0 && progress && !progress(rows)) {
             part.cancelled = true;
             break;
         }
     }
     const bool done = part.rc == SQLITE_DONE && !part.cancelled;
-    if (batch)
-        done ? queue.push(batch) : queue.recycle(batch);
+    writer.end(done);
     part.rows = rows;
     if (!done)
         stop = true;
 }
 
-// Steps the parts at once, each on a thread, into the sink on another.
-bool readParts(std::array<Part, 2> &parts, std::size_t count, Sink &sink,
-               const PivotLoader::Progress &progress, QString *error)
+// Steps the parts at once, each on a thread of its own.
+template<typename Writer>
+void stepParts(std::array<Part, 2> &parts, std::size_t count, std::array<Writer, 2> &writers,
+               const PivotLoader::Progress &progress)
 {
-    BatchQueue queue;
-    std::thread encoder([&] {
-        while (Batch *batch = queue.full()) {
-            encode(*batch, sink);
-            queue.recycle(batch);
-        }
-    });
     std::atomic<bool> stop = false;
     std::thread second;
     if (count > 1)
-        second = std::thread([&] { step(parts[1], sink.counted(), queue, stop, {}); });
-    step(parts[0], sink.counted(), queue, stop, [&](qint64 rows) {
+        second = std::thread([&] { step(parts[1], writers[1], stop, {}); });
+    step(parts[0], writers[0], stop, [&](qint64 rows) {
         return reportProgress(progress, rows + (count > 1 ? parts[1].rows.load() : 0));
     });
     if (second.joinable())
         second.join();
-    const bool done = std::all_of(parts.begin(), parts.begin() + count, [](const Part &part) {
-        return part.rc == SQLITE_DONE && !part.cancelled;
-    });
-    done ? queue.finish() : queue.stop();
-    encoder.join();
-    for (std::size_t i = 0; i < count && !done; ++i) {
+}
+
+// A merging load groups on the reading threads and adds the tables up at
+// the end; a load of all rows encodes its batches on a thread of its own.
+bool readParts(std::array<Part, 2> &parts, std::size_t count, Sink &sink,
+               const PivotLoader::Progress &progress, QString *error)
+{
+    const auto done = [&] {
+        return std::all_of(parts.begin(), parts.begin() + count, [](const Part &part) {
+            return part.rc == SQLITE_DONE && !part.cancelled;
+        });
+    };
+    if (sink.isMerging()) {
+        std::array<TableWriter, 2> writers{TableWriter(sink.newTable(), sink.counted()),
+                                           TableWriter(sink.newTable(), sink.counted())};
+        stepParts(parts, count, writers, progress);
+        if (done()) {
+            writers[0].table.absorb(writers[1].table);
+            sink.setGroups(std::move(writers[0].table));
+        }
+    } else {
+        BatchQueue queue;
+        std::thread encoder([&] {
+            while (Batch *batch = queue.full()) {
+                encode(*batch, sink);
+                queue.recycle(batch);
+            }
+        });
+        std::array<BatchWriter, 2> writers{BatchWriter(queue, sink.counted()),
+                                           BatchWriter(queue, sink.counted())};
+        stepParts(parts, count, writers, progress);
+        done() ? queue.finish() : queue.stop();
+        encoder.join();
+    }
+    const bool read = done();
+    for (std::size_t i = 0; i < count && !read; ++i) {
         if (parts[i].cancelled)
             *error = PivotLoader::cancelledText();
         else if (parts[i].rc != SQLITE_DONE && parts[i].rc != SQLITE_ROW && error->isEmpty())
             *error =
                 u"reading rows failed: "_s + QString::fromUtf8(sqlite3_errmsg(parts[i].handle));
     }
-    if (!done && error->isEmpty())
+    if (!read && error->isEmpty())
         *error = u"reading rows failed"_s;
     for (std::size_t i = 0; i < count; ++i)
         sqlite3_finalize(parts[i].stmt);
-    return done;
+    return read;
 }
 
 // The SQLite path: one prepared statement (already translated; the
@@ -472,21 +533,6 @@ bool readSqlite(db::Connection &connection, const QString &sql, Sink &sink,
     return readParts(parts, 1, sink, progress, error);
 }
 
-bool rowidRange(sqlite3 *handle, qint64 &low, qint64 &high)
-{
-    sqlite3_stmt *stmt = nullptr;
-    const bool read = sqlite3_prepare_v2(handle, "SELECT min(rowid), max(rowid) FROM main.News", -1,
-                                         &stmt, nullptr) == SQLITE_OK &&
-                      sqlite3_step(stmt) == SQLITE_ROW &&
-                      sqlite3_column_type(stmt, 0) == SQLITE_INTEGER;
-    if (read) {
-        low = sqlite3_column_int64(stmt, 0);
-        high = sqlite3_column_int64(stmt, 1);
-    }
-    sqlite3_finalize(stmt);
-    return read && high > low;
-}
-
 // The two halves of News as two parts, the second on a connection of its
 // own, where the statement reads News row by row (see PivotRowRanges);
 // none when it is to be read whole, and -1 when the load was cancelled
@@ -494,15 +540,13 @@ bool rowidRange(sqlite3 *handle, qint64 &low, qint64 &high)
 int halves(db::Connection &connection, db::Connection &second, const QString &connectionString,
            const QString &sql, db::StatementInterrupt *interrupt, std::array<Part, 2> &parts)
 {
-    qint64 low = 0, high = 0;
+    std::optional<std::array<qint64, 3>> bounds;
     if (connection.source().isReader() || !PivotRowRanges::readsNewsRowByRow(sql) ||
-        !rowidRange(connection.sqliteHandle(), low, high) ||
+        !(bounds = db::NewsHalves::bounds(connection.sqliteHandle())) ||
         !second.Open(connectionString, db::Connection::Access::ReadOnly,
                      db::Connection::LongStatementTimeoutSeconds) ||
         !second.sqliteHandle() || second.source().isReader())
         return 0;
-    const qint64 middle = low + (high - low) / 2;
-    const qint64 bounds[] = {low - 1, middle, high};
     db::Connection *connections[] = {&connection, &second};
     const auto finalize = [&parts] {
         for (Part &part : parts)
@@ -512,7 +556,7 @@ int halves(db::Connection &connection, db::Connection &second, const QString &co
     for (std::size_t i = 0; i < 2; ++i) {
         parts[i].handle = connections[i]->sqliteHandle();
         parts[i].stmt = prepareSqlite(
-            parts[i].handle, PivotRowRanges::over(sql, bounds[i], bounds[i + 1]), &ignored);
+            parts[i].handle, PivotRowRanges::over(sql, (*bounds)[i], (*bounds)[i + 1]), &ignored);
     }
     if (!parts[0].stmt || !parts[1].stmt) {
         finalize();
