@@ -192,9 +192,14 @@ ChannelDayCounts::Snapshot ChannelDayCounts::read(const QString &connectionStrin
 {
     Snapshot snapshot{connectionString, stamp};
     db::Connection connection;
+    db::Connection second;
+    const auto halves = [&] {
+        return connection.engine() == db::Engine::SQLite && second.Open(connectionString) ? &second
+                                                                                          : nullptr;
+    };
     snapshot.usable = connection.Open(connectionString) &&
                       ChannelDayScan::readChannels(connection, snapshot.channels) &&
-                      ChannelDayScan::readNews(connection, snapshot.days, stop.get()) &&
+                      ChannelDayScan::readNews(connection, snapshot.days, stop.get(), halves()) &&
                       !stop->load();
     if (!snapshot.usable) {
         snapshot.days.clear();

@@ -2,6 +2,7 @@
 
 #include "base/Dates.h"
 #include "db/Connection.h"
+#include "db/NewsHalves.h"
 #include "db/Recordset.h"
 #include "newschart/StatisticsStatement.h"
 
@@ -13,6 +14,8 @@
 #include <limits>
 #include <optional>
 #include <string_view>
+#include <thread>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -137,21 +140,36 @@ private:
     qint64 m_lastChannel = 0;
 };
 
-// SQLite: one pass over News, stepping the engine's statement directly. A
-// NULL channel joins nothing and a NULL date passes no bound: both are left
-// out; a channel or date of another type would compare by rules of its own.
-bool readSqliteNews(sqlite3 *db, ChannelDays &out, const std::atomic<bool> *stop)
+// Rows after < rowid <= upTo.
+using RowidRange = std::optional<std::pair<qint64, qint64>>;
+
+// SQLite: one pass over News (or a range of it), stepping the engine's
+// statement directly. A NULL channel joins nothing and a NULL date passes no
+// bound: both are left out; a channel or date of another type would compare
+// by rules of its own, and ends the pass with a failure, which `failed`
+// tells a pass over the other range.
+bool readSqliteNews(sqlite3 *db, const RowidRange &range, ChannelDays &out,
+                    const std::atomic<bool> *stop, std::atomic<bool> &failed)
 {
+    const char *sql = range ? "SELECT Channel, pubDate, ID IS NOT NULL FROM News "
+                              "WHERE rowid > ?1 AND rowid <= ?2"
+                            : "SELECT Channel, pubDate, ID IS NOT NULL FROM News";
     sqlite3_stmt *stmt = nullptr;
-    if (sqlite3_prepare_v2(db, "SELECT Channel, pubDate, ID IS NOT NULL FROM News", -1, &stmt,
-                           nullptr) != SQLITE_OK)
+    if (sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr) != SQLITE_OK) {
+        failed = true;
         return false;
+    }
+    if (range) {
+        sqlite3_bind_int64(stmt, 1, range->first);
+        sqlite3_bind_int64(stmt, 2, range->second);
+    }
     DayCollector days;
     PubDates dates;
     int rc = SQLITE_OK;
     qint64 rows = 0;
     while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
-        if (stop && (++rows & 0xffff) == 0 && stop->load(std::memory_order_relaxed))
+        if ((++rows & 0xffff) == 0 &&
+            ((stop && stop->load(std::memory_order_relaxed)) || failed.load()))
             break;
         const int channelType = sqlite3_column_type(stmt, 0);
         const int dateType = sqlite3_column_type(stmt, 1);
@@ -166,9 +184,66 @@ bool readSqliteNews(sqlite3 *db, ChannelDays &out, const std::atomic<bool> *stop
         days.add(sqlite3_column_int64(stmt, 0), *date, sqlite3_column_int(stmt, 2) != 0);
     }
     sqlite3_finalize(stmt);
-    if (rc != SQLITE_DONE) // an error, or a row the pass cannot take
+    if (rc != SQLITE_DONE) { // an error, or a row the pass cannot take
+        failed = true;
         return false;
+    }
     days.finish(out);
+    return true;
+}
+
+// A day of one channel seen in both halves.
+void addDay(ChannelDay &into, const ChannelDay &day)
+{
+    into.firstDate = std::min(into.firstDate, day.firstDate);
+    into.lastDate = std::max(into.lastDate, day.lastDate);
+    into.newsCount += day.newsCount;
+    into.midnightCount += day.midnightCount;
+    into.atMidnight = into.atMidnight || day.atMidnight;
+}
+
+// The other half's days added to `into`'s, each channel's still by day.
+void addDays(ChannelDays &into, ChannelDays &&other)
+{
+    for (auto &[channel, days] : other) {
+        const auto [it, added] = into.try_emplace(channel, std::move(days));
+        if (added)
+            continue;
+        std::vector<ChannelDay> merged;
+        merged.reserve(it->second.size() + days.size());
+        auto a = it->second.begin();
+        auto b = days.begin();
+        while (a != it->second.end() || b != days.end()) {
+            if (b == days.end() || (a != it->second.end() && a->day < b->day)) {
+                merged.push_back(*a++);
+            } else if (a == it->second.end() || b->day < a->day) {
+                merged.push_back(*b++);
+            } else {
+                merged.push_back(*a++);
+                addDay(merged.back(), *b++);
+            }
+        }
+        it->second = std::move(merged);
+    }
+}
+
+// Both halves of News at once when a second connection is at hand.
+bool readSqlite(sqlite3 *db, sqlite3 *second, ChannelDays &out, const std::atomic<bool> *stop)
+{
+    std::atomic<bool> failed = false;
+    const auto bounds = second ? db::NewsHalves::bounds(db) : std::nullopt;
+    if (!bounds)
+        return readSqliteNews(db, std::nullopt, out, stop, failed);
+    ChannelDays upper;
+    bool upperRead = false;
+    std::thread other([&] {
+        upperRead = readSqliteNews(second, {{(*bounds)[1], (*bounds)[2]}}, upper, stop, failed);
+    });
+    const bool lowerRead = readSqliteNews(db, {{(*bounds)[0], (*bounds)[1]}}, out, stop, failed);
+    other.join();
+    if (!lowerRead || !upperRead)
+        return false;
+    addDays(out, std::move(upper));
     return true;
 }
 
@@ -231,11 +306,17 @@ bool fitsSeriesId(qint64 id)
 } // namespace
 
 bool ChannelDayScan::readNews(db::Connection &connection, ChannelDays &out,
-                              const std::atomic<bool> *stop)
+                              const std::atomic<bool> *stop, db::Connection *second)
 {
     switch (connection.engine()) {
     case db::Engine::SQLite:
-        return readSqliteNews(connection.sqliteHandle(), out, stop);
+        return readSqlite(connection.sqliteHandle(),
+                          second && !connection.source().isReader() &&
+                                  second->engine() == db::Engine::SQLite &&
+                                  !second->source().isReader()
+                              ? second->sqliteHandle()
+                              : nullptr,
+                          out, stop);
     case db::Engine::PostgreSQL:
         return readPostgresNews(connection, out);
     default:

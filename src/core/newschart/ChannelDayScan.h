@@ -45,9 +45,10 @@ using ChannelDays = std::unordered_map<qint64, std::vector<ChannelDay>>;
 namespace ChannelDayScan {
 
 // All of News in one pass (SQLite) or one grouping statement (PostgreSQL);
-// a SQLite pass gives up soon after *stop turns true.
-bool readNews(db::Connection &connection, ChannelDays &out,
-              const std::atomic<bool> *stop = nullptr);
+// a SQLite pass gives up soon after *stop turns true. With a `second`
+// connection to the same SQLite file, each reads half of News at once.
+bool readNews(db::Connection &connection, ChannelDays &out, const std::atomic<bool> *stop = nullptr,
+              db::Connection *second = nullptr);
 // The joined channels; false also when an ID is no 32-bit whole number.
 bool readChannels(db::Connection &connection, std::vector<ChannelRow> &out);
 

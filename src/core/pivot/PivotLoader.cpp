@@ -3,6 +3,7 @@
 #include "base/Dates.h"
 #include "db/Connection.h"
 #include "db/Dialect.h"
+#include "db/NewsHalves.h"
 #include "db/Recordset.h"
 #include "db/StatementGuard.h"
 #include "db/StatementInterrupt.h"
@@ -532,21 +533,6 @@ bool readSqlite(db::Connection &connection, const QString &sql, Sink &sink,
     return readParts(parts, 1, sink, progress, error);
 }
 
-bool rowidRange(sqlite3 *handle, qint64 &low, qint64 &high)
-{
-    sqlite3_stmt *stmt = nullptr;
-    const bool read = sqlite3_prepare_v2(handle, "SELECT min(rowid), max(rowid) FROM main.News", -1,
-                                         &stmt, nullptr) == SQLITE_OK &&
-                      sqlite3_step(stmt) == SQLITE_ROW &&
-                      sqlite3_column_type(stmt, 0) == SQLITE_INTEGER;
-    if (read) {
-        low = sqlite3_column_int64(stmt, 0);
-        high = sqlite3_column_int64(stmt, 1);
-    }
-    sqlite3_finalize(stmt);
-    return read && high > low;
-}
-
 // The two halves of News as two parts, the second on a connection of its
 // own, where the statement reads News row by row (see PivotRowRanges);
 // none when it is to be read whole, and -1 when the load was cancelled
@@ -554,15 +540,13 @@ bool rowidRange(sqlite3 *handle, qint64 &low, qint64 &high)
 int halves(db::Connection &connection, db::Connection &second, const QString &connectionString,
            const QString &sql, db::StatementInterrupt *interrupt, std::array<Part, 2> &parts)
 {
-    qint64 low = 0, high = 0;
+    std::optional<std::array<qint64, 3>> bounds;
     if (connection.source().isReader() || !PivotRowRanges::readsNewsRowByRow(sql) ||
-        !rowidRange(connection.sqliteHandle(), low, high) ||
+        !(bounds = db::NewsHalves::bounds(connection.sqliteHandle())) ||
         !second.Open(connectionString, db::Connection::Access::ReadOnly,
                      db::Connection::LongStatementTimeoutSeconds) ||
         !second.sqliteHandle() || second.source().isReader())
         return 0;
-    const qint64 middle = low + (high - low) / 2;
-    const qint64 bounds[] = {low - 1, middle, high};
     db::Connection *connections[] = {&connection, &second};
     const auto finalize = [&parts] {
         for (Part &part : parts)
@@ -572,7 +556,7 @@ int halves(db::Connection &connection, db::Connection &second, const QString &co
     for (std::size_t i = 0; i < 2; ++i) {
         parts[i].handle = connections[i]->sqliteHandle();
         parts[i].stmt = prepareSqlite(
-            parts[i].handle, PivotRowRanges::over(sql, bounds[i], bounds[i + 1]), &ignored);
+            parts[i].handle, PivotRowRanges::over(sql, (*bounds)[i], (*bounds)[i + 1]), &ignored);
     }
     if (!parts[0].stmt || !parts[1].stmt) {
         finalize();
