@@ -8,8 +8,12 @@ std::optional<std::array<qint64, 3>> NewsHalves::bounds(sqlite3 *handle)
 {
     sqlite3_stmt *stmt = nullptr;
     std::optional<std::array<qint64, 3>> halves;
-    if (sqlite3_prepare_v2(handle, "SELECT min(rowid), max(rowid) FROM main.News", -1, &stmt,
-                           nullptr) == SQLITE_OK &&
+    // One subquery each: SQLite finds a lone min() or max() of the rowid at
+    // one end of the table, but reads every row for both in one SELECT.
+    if (sqlite3_prepare_v2(handle,
+                           "SELECT (SELECT min(rowid) FROM main.News), "
+                           "(SELECT max(rowid) FROM main.News)",
+                           -1, &stmt, nullptr) == SQLITE_OK &&
         sqlite3_step(stmt) == SQLITE_ROW && sqlite3_column_type(stmt, 0) == SQLITE_INTEGER) {
         const qint64 low = sqlite3_column_int64(stmt, 0);
         const qint64 high = sqlite3_column_int64(stmt, 1);
