@@ -193,9 +193,12 @@ ChannelDayCounts::Snapshot ChannelDayCounts::read(const QString &connectionStrin
     Snapshot snapshot{connectionString, stamp};
     db::Connection connection;
     db::Connection second;
+    // A reader's own database is read whole (its News is not a table).
     const auto halves = [&] {
-        return connection.engine() == db::Engine::SQLite && second.Open(connectionString) ? &second
-                                                                                          : nullptr;
+        return connection.engine() == db::Engine::SQLite && !connection.source().isReader() &&
+                       second.Open(connectionString)
+                   ? &second
+                   : nullptr;
     };
     snapshot.usable = connection.Open(connectionString) &&
                       ChannelDayScan::readChannels(connection, snapshot.channels) &&

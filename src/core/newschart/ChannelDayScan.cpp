@@ -310,13 +310,8 @@ bool ChannelDayScan::readNews(db::Connection &connection, ChannelDays &out,
 {
     switch (connection.engine()) {
     case db::Engine::SQLite:
-        return readSqlite(connection.sqliteHandle(),
-                          second && !connection.source().isReader() &&
-                                  second->engine() == db::Engine::SQLite &&
-                                  !second->source().isReader()
-                              ? second->sqliteHandle()
-                              : nullptr,
-                          out, stop);
+        return readSqlite(connection.sqliteHandle(), second ? second->sqliteHandle() : nullptr, out,
+                          stop);
     case db::Engine::PostgreSQL:
         return readPostgresNews(connection, out);
     default:

@@ -46,7 +46,8 @@ namespace ChannelDayScan {
 
 // All of News in one pass (SQLite) or one grouping statement (PostgreSQL);
 // a SQLite pass gives up soon after *stop turns true. With a `second`
-// connection to the same SQLite file, each reads half of News at once.
+// connection to the same SQLite file of our schema, each reads half of
+// News at once.
 bool readNews(db::Connection &connection, ChannelDays &out, const std::atomic<bool> *stop = nullptr,
               db::Connection *second = nullptr);
 // The joined channels; false also when an ID is no 32-bit whole number.

@@ -133,28 +133,21 @@ private:
     bool m_stopped = false;
 };
 
-// A column kept by its count gives 1 or 0 (a non-blank value or not),
-// the long texts it holds are not copied.
-void readRow(sqlite3_stmt *stmt, int columns, const std::vector<bool> &counted, Batch &batch)
+// A row of a load of all rows, its texts copied into the batch.
+void readRow(sqlite3_stmt *stmt, int columns, Batch &batch)
 {
     for (int c = 0; c < columns; ++c) {
         Batch::Value value{0, 0, 0, sqlite3_column_type(stmt, c)};
-        const bool count = static_cast<std::size_t>(c) < counted.size() && counted[c];
         switch (value.type) {
         case SQLITE_INTEGER:
-            value.number = count ? 1 : static_cast<double>(sqlite3_column_int64(stmt, c));
+            value.number = static_cast<double>(sqlite3_column_int64(stmt, c));
             break;
         case SQLITE_FLOAT:
-            value.number = count ? 1 : sqlite3_column_double(stmt, c);
+            value.number = sqlite3_column_double(stmt, c);
             break;
         case SQLITE_TEXT:
         case SQLITE_BLOB: {
             value.type = SQLITE_TEXT;
-            if (count) {
-                value.type = SQLITE_INTEGER;
-                value.number = sqlite3_column_bytes(stmt, c) > 0 ? 1 : 0;
-                break;
-            }
             const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(stmt, c));
             value.offset = batch.bytes.size();
             value.length = static_cast<std::size_t>(sqlite3_column_bytes(stmt, c));
@@ -170,7 +163,8 @@ void readRow(sqlite3_stmt *stmt, int columns, const std::vector<bool> &counted, 
 }
 
 // A row of a merging load, its texts pointing into SQLite's own buffers
-// until the next step.
+// until the next step. A column kept by its count gives 1 or 0 (a
+// non-blank value or not), the long texts it holds are not looked at.
 void readRow(sqlite3_stmt *stmt, int columns, const std::vector<bool> &counted,
              std::vector<PivotGroupTable::Value> &row)
 {
@@ -381,16 +375,15 @@ struct Part
 class BatchWriter
 {
 public:
-    BatchWriter(BatchQueue &queue, const std::vector<bool> &counted)
+    explicit BatchWriter(BatchQueue &queue)
         : m_queue(queue)
-        , m_counted(counted)
     {}
     // False once the other side stopped.
     bool take(sqlite3_stmt *stmt, int columns)
     {
         if (!m_batch && !(m_batch = m_queue.empty()))
             return false;
-        readRow(stmt, columns, m_counted, *m_batch);
+        readRow(stmt, columns, *m_batch);
         if (m_batch->rows == Batch::Rows)
             m_queue.push(std::exchange(m_batch, nullptr));
         return true;
@@ -403,7 +396,6 @@ public:
 
 private:
     BatchQueue &m_queue;
-    const std::vector<bool> &m_counted;
     Batch *m_batch = nullptr;
 };
 
@@ -497,8 +489,7 @@ bool readParts(std::array<Part, 2> &parts, std::size_t count, Sink &sink,
                 queue.recycle(batch);
             }
         });
-        std::array<BatchWriter, 2> writers{BatchWriter(queue, sink.counted()),
-                                           BatchWriter(queue, sink.counted())};
+        std::array<BatchWriter, 2> writers{BatchWriter(queue), BatchWriter(queue)};
         stepParts(parts, count, writers, progress);
         done() ? queue.finish() : queue.stop();
         encoder.join();
