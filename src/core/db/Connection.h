@@ -63,6 +63,9 @@ public:
     // libpq's connection on PostgreSQL, for what the driver does not offer
     // (cancelling, COPY); null on other engines.
     pg_conn *postgresHandle() const;
+    // Before a statement that groups every row of a big table into few
+    // groups: see Connection.cpp. Nothing on an engine that needs nothing.
+    void preferHashedGrouping();
     // Stops the statement running on this connection, called from any
     // thread while the connection is open: SQLite's interrupt, or a cancel
     // request to the PostgreSQL server. Empty where the engine has none.

@@ -249,17 +249,23 @@ bool readSqlite(sqlite3 *db, sqlite3 *second, ChannelDays &out, const std::atomi
 
 // PostgreSQL: the server groups News by channel and day. Only a timestamp
 // without time zone has the day the reader sees, and only a whole-number
-// channel compares with Channels.ID as the statement's join does.
+// channel compares with Channels.ID as the statement's join does. The dates
+// come as texts: a timestamp value would become a QDateTime in local time,
+// which asks the C library for the time zone, a stat() of /etc/localtime,
+// for every value.
 bool readPostgresNews(db::Connection &connection, ChannelDays &out)
 {
     const QString midnight = u"News.pubDate = date_trunc('day', News.pubDate)"_s;
+    connection.preferHashedGrouping();
     db::Recordset rows;
-    rows.Open(u"SELECT News.Channel, date_trunc('day', News.pubDate), Count(News.ID), "
-              "Min(News.pubDate), Max(News.pubDate), Count(News.ID) FILTER (WHERE "_s +
+    rows.Open(u"SELECT News.Channel, to_char(date_trunc('day', News.pubDate), 'YYYY-MM-DD'), "
+              "Count(News.ID), to_char(Min(News.pubDate), 'YYYY-MM-DD HH24:MI:SS.US'), "
+              "to_char(Max(News.pubDate), 'YYYY-MM-DD HH24:MI:SS.US'), "
+              "Count(News.ID) FILTER (WHERE "_s +
                   midnight + u"), Count(*) FILTER (WHERE "_s + midnight +
                   u"), pg_typeof(Min(News.pubDate))::text, pg_typeof(News.Channel)::text "
                   "FROM News WHERE News.Channel IS NOT NULL AND News.pubDate IS NOT NULL "
-                  "GROUP BY 1, 2"_s,
+                  "GROUP BY News.Channel, date_trunc('day', News.pubDate)"_s,
               connection);
     if (!rows.lastError().isEmpty())
         return false;

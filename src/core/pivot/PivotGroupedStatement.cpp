@@ -92,9 +92,17 @@ QString statement(const QString &statement, const std::vector<Column> &plan)
             selected << u"COUNT(CASE WHEN CAST(%1 AS TEXT) <> '' THEN 1 END)"_s.arg(x);
             continue;
         }
-        const QString value = plan[i].kind == Column::Kind::Date ? serverDate(x, plan[i].time) : x;
-        selected << value;
-        grouped << value;
+        if (plan[i].kind == Column::Kind::Date) {
+            // Grouped by the value, handed over as its text: a timestamp
+            // would become a QDateTime in local time, which asks the C
+            // library for the zone (a stat() of /etc/localtime) per row.
+            const QString cut = serverDate(x, plan[i].time);
+            selected << u"to_char(%1, 'YYYY-MM-DD HH24:MI:SS')"_s.arg(cut);
+            grouped << cut;
+            continue;
+        }
+        selected << x;
+        grouped << x;
     }
     selected << u"COUNT(*)"_s;
     return u"WITH q ("_s + names.join(u", "_s) + u") AS (\n"_s + nestable(statement) +

@@ -14,7 +14,6 @@
 #include "pivot/PivotRowRanges.h"
 
 #include <QSet>
-#include <QSqlQuery>
 
 #include <sqlite3.h>
 
@@ -694,21 +693,6 @@ bool sample(db::Connection &connection, const QString &commandText, Sampler &sam
     return true;
 }
 
-// PostgreSQL cannot tell how few the groups are (days by channels, against
-// as many as there are rows by its estimate), so it would sort every row of
-// the join on disk to group them; a hash table holds the real groups in a
-// few megabytes. Compiling the statement to machine code costs seconds
-// more than it saves for a statement that runs once.
-void preferHashing(db::Connection &connection)
-{
-    if (connection.engine() != db::Engine::PostgreSQL)
-        return;
-    QSqlQuery query(connection.database());
-    for (const QString &setting :
-         {u"SET jit = off"_s, u"SET work_mem = '256MB'"_s, u"SET enable_sort = off"_s})
-        query.exec(setting);
-}
-
 enum class Outcome { Done, Failed, AllRowsInstead };
 
 // The grouped load; AllRowsInstead when the statement cannot be grouped
@@ -737,7 +721,7 @@ Outcome readGrouped(db::Connection &connection, const QString &connectionString,
     const QString translated = db::Dialect::translate(commandText, connection.engine());
     const QString sql = sqlite ? translated : PivotGroupedStatement::statement(translated, plan);
     Sink sink(samples, plan, sqlite);
-    preferHashing(connection);
+    connection.preferHashedGrouping();
     QString reason;
     const bool read = connection.engine() == db::Engine::SQLite
                           ? readSqliteGrouped(connection, connectionString, sql, sink, progress,
