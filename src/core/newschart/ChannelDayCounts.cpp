@@ -252,7 +252,7 @@ std::unique_ptr<StatisticsRows> ChannelDayCounts::serve(const PanelFilter &filte
         qint64 first = till + 2;
         for (const auto *days : channels)
             if (const auto day = inPeriod(*days); day != days->end())
-                first = std::min(first, day->day);
+                first = std::min<qint64>(first, day->day);
         span.clear();
         for (const auto *days : channels) {
             for (auto day = inPeriod(*days); day != days->end() && day->day <= till + 1; ++day) {

@@ -21,14 +21,16 @@ class Connection;
 
 namespace qrt::chart {
 
+// A window holds one for every day of every channel (a few hundred
+// thousand), hence the narrow fields: 32 bytes.
 struct ChannelDay
 {
-    qint64 day = 0;
     double firstDate = 0.0;
     double lastDate = 0.0;
-    qint64 newsCount = 0;     // rows with a news ID, which is what Count counts
-    qint64 midnightCount = 0; // of those, the ones at the day's midnight
-    bool atMidnight = false;  // some row, with an ID or not, at midnight
+    qint32 day = 0;
+    quint32 newsCount = 0;     // rows with a news ID, which is what Count counts
+    quint32 midnightCount = 0; // of those, the ones at the day's midnight
+    bool atMidnight = false;   // some row, with an ID or not, at midnight
 };
 
 // One row of the channels joined to their provider and category; ids and
