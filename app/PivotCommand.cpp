@@ -17,7 +17,7 @@
 #include "pivotpage/PivotMemberParser.h"
 #include "pivotpage/PivotPage.h"
 #include "pivotpage/PivotPageRun.h"
-#include "pivotpage/PivotStatement.h"
+#include "pivot/PivotStatement.h"
 #include "settings/CAppSettings.h"
 
 #include <QCommandLineParser>

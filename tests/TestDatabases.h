@@ -5,7 +5,7 @@
 
 #include "db/Connection.h"
 #include "db/Recordset.h"
-#include "pivotpage/PivotStatement.h"
+#include "pivot/PivotStatement.h"
 
 #include <QCoreApplication>
 #include <QSqlError>

@@ -23,7 +23,7 @@
 #include "pivot/PivotLoader.h"
 #include "pivot/PivotResult.h"
 #include "pivot/PivotView.h"
-#include "pivotpage/PivotStatement.h"
+#include "pivot/PivotStatement.h"
 
 #include <QCoreApplication>
 #include <QDir>

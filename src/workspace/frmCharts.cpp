@@ -25,7 +25,7 @@
 #include "pivotpage/PivotLayoutCapture.h"
 #include "pivotpage/PivotMemberParser.h"
 #include "pivotpage/PivotPage.h"
-#include "pivotpage/PivotStatement.h"
+#include "pivot/PivotStatement.h"
 #include "pivotviews/PivotChartSpace.h"
 #include "pivotviews/WebBrowser.h"
 #include "settings/CAppSettings.h"

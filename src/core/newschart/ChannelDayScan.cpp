@@ -1,6 +1,7 @@
 #include "newschart/ChannelDayScan.h"
 
 #include "base/Dates.h"
+#include "base/SmallIdTable.h"
 #include "db/Connection.h"
 #include "db/NewsHalves.h"
 #include "db/Recordset.h"
@@ -100,21 +101,16 @@ public:
     void finish(ChannelDays &out)
     {
         out.clear();
-        for (auto &[channel, s] : m_slots) {
+        for (auto &[channel, s] : m_slots.values()) {
             std::sort(s.days.begin(), s.days.end(),
                       [](const ChannelDay &a, const ChannelDay &b) { return a.day < b.day; });
             s.days.shrink_to_fit();
             out.emplace(channel, std::move(s.days));
         }
         m_slots.clear();
-        m_direct.clear();
     }
 
 private:
-    // Channels by small ID straight from a table: items of many channels
-    // come interleaved, and a hash lookup per item was a tenth of the pass.
-    static constexpr qint64 DirectChannels = 1 << 16;
-
     struct Slot
     {
         qint32 lastDay = 0;
@@ -123,17 +119,7 @@ private:
         std::vector<ChannelDay> days;
     };
 
-    Slot &slot(qint64 channel)
-    {
-        if (channel < 0 || channel >= DirectChannels)
-            return m_slots[channel];
-        const auto at = size_t(channel);
-        if (at >= m_direct.size())
-            m_direct.resize(at + 1, nullptr);
-        if (!m_direct[at])
-            m_direct[at] = &m_slots[channel]; // the map's nodes stay where they are
-        return *m_direct[at];
-    }
+    Slot &slot(qint64 channel) { return m_slots[channel]; }
 
     static ChannelDay &cell(Slot &s, qint32 day, double date)
     {
@@ -147,8 +133,7 @@ private:
         return s.days[it->second];
     }
 
-    std::unordered_map<qint64, Slot> m_slots;
-    std::vector<Slot *> m_direct;
+    SmallIdTable<Slot> m_slots;
 };
 
 // Rows after < rowid <= upTo.

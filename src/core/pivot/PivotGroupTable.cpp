@@ -26,7 +26,7 @@ PivotGroupTable::PivotGroupTable(std::vector<Kind> kinds, std::vector<PivotGrain
             m_countSlot[c] = m_counted++;
 }
 
-void PivotGroupTable::add(const std::vector<Value> &row)
+void PivotGroupTable::add(const std::vector<Value> &row, quint32 rows)
 {
     m_key.clear();
     for (std::size_t c = 0; c < m_kinds.size(); ++c) {
@@ -47,7 +47,7 @@ void PivotGroupTable::add(const std::vector<Value> &row)
         }
     }
     const std::size_t group = groupOf(m_key);
-    ++m_rows[group];
+    m_rows[group] += rows;
     for (std::size_t c = 0; c < m_kinds.size(); ++c)
         if (m_kinds[c] == Kind::Count && row[c].type != Value::Type::Null)
             m_counts[group * m_counted + m_countSlot[c]] += static_cast<quint32>(row[c].number);

@@ -33,7 +33,9 @@ public:
     PivotGroupTable(std::vector<Kind> kinds, std::vector<PivotGrain::Time> times);
 
     // One row, a value per column; a date text is cut to its column's time.
-    void add(const std::vector<Value> &row);
+    // `rows` of them when they were already counted together, a counted
+    // column then giving its count over all of them.
+    void add(const std::vector<Value> &row, quint32 rows = 1);
     // Another table's groups added to this one's.
     void absorb(const PivotGroupTable &other);
 

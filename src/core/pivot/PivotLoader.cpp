@@ -11,6 +11,7 @@
 #include "pivot/PivotData.h"
 #include "pivot/PivotGroupTable.h"
 #include "pivot/PivotGroupedStatement.h"
+#include "pivot/PivotNewsCells.h"
 #include "pivot/PivotRowRanges.h"
 
 #include <QSet>
@@ -462,6 +463,27 @@ void stepParts(std::array<Part, 2> &parts, std::size_t count, std::array<Writer,
         second.join();
 }
 
+// Whether every part was read to its end; if not, why. The parts'
+// statements are done with.
+bool finishParts(std::array<Part, 2> &parts, std::size_t count, QString *error)
+{
+    const bool read = std::all_of(parts.begin(), parts.begin() + count, [](const Part &part) {
+        return part.rc == SQLITE_DONE && !part.cancelled;
+    });
+    for (std::size_t i = 0; i < count && !read; ++i) {
+        if (parts[i].cancelled)
+            *error = PivotLoader::cancelledText();
+        else if (parts[i].rc != SQLITE_DONE && parts[i].rc != SQLITE_ROW && error->isEmpty())
+            *error =
+                u"reading rows failed: "_s + QString::fromUtf8(sqlite3_errmsg(parts[i].handle));
+    }
+    if (!read && error->isEmpty())
+        *error = u"reading rows failed"_s;
+    for (std::size_t i = 0; i < count; ++i)
+        sqlite3_finalize(std::exchange(parts[i].stmt, nullptr));
+    return read;
+}
+
 // A merging load groups on the reading threads and adds the tables up at
 // the end; a load of all rows encodes its batches on a thread of its own.
 bool readParts(std::array<Part, 2> &parts, std::size_t count, Sink &sink,
@@ -493,19 +515,7 @@ bool readParts(std::array<Part, 2> &parts, std::size_t count, Sink &sink,
         done() ? queue.finish() : queue.stop();
         encoder.join();
     }
-    const bool read = done();
-    for (std::size_t i = 0; i < count && !read; ++i) {
-        if (parts[i].cancelled)
-            *error = PivotLoader::cancelledText();
-        else if (parts[i].rc != SQLITE_DONE && parts[i].rc != SQLITE_ROW && error->isEmpty())
-            *error =
-                u"reading rows failed: "_s + QString::fromUtf8(sqlite3_errmsg(parts[i].handle));
-    }
-    if (!read && error->isEmpty())
-        *error = u"reading rows failed"_s;
-    for (std::size_t i = 0; i < count; ++i)
-        sqlite3_finalize(parts[i].stmt);
-    return read;
+    return finishParts(parts, count, error);
 }
 
 // The SQLite path: one prepared statement (already translated; the
@@ -523,15 +533,17 @@ bool readSqlite(db::Connection &connection, const QString &sql, Sink &sink,
     return readParts(parts, 1, sink, progress, error);
 }
 
+using RangeStatement = std::function<QString(qint64 after, qint64 upTo)>;
+
 // The two halves of News as two parts, the second on a connection of its
-// own, where the statement reads News row by row (see PivotRowRanges);
-// none when it is to be read whole, and -1 when the load was cancelled
-// meanwhile.
+// own, each running the statement of its range of rowids; none when News
+// is to be read whole, and -1 when the load was cancelled meanwhile.
 int halves(db::Connection &connection, db::Connection &second, const QString &connectionString,
-           const QString &sql, db::StatementInterrupt *interrupt, std::array<Part, 2> &parts)
+           const RangeStatement &statementOf, db::StatementInterrupt *interrupt,
+           std::array<Part, 2> &parts)
 {
     std::optional<std::array<qint64, 3>> bounds;
-    if (connection.source().isReader() || !PivotRowRanges::readsNewsRowByRow(sql) ||
+    if (connection.source().isReader() ||
         !(bounds = db::NewsHalves::bounds(connection.sqliteHandle())) ||
         !second.Open(connectionString, db::Connection::Access::ReadOnly,
                      db::Connection::LongStatementTimeoutSeconds) ||
@@ -545,8 +557,8 @@ int halves(db::Connection &connection, db::Connection &second, const QString &co
     QString ignored;
     for (std::size_t i = 0; i < 2; ++i) {
         parts[i].handle = connections[i]->sqliteHandle();
-        parts[i].stmt = prepareSqlite(
-            parts[i].handle, PivotRowRanges::over(sql, (*bounds)[i], (*bounds)[i + 1]), &ignored);
+        parts[i].stmt =
+            prepareSqlite(parts[i].handle, statementOf((*bounds)[i], (*bounds)[i + 1]), &ignored);
     }
     if (!parts[0].stmt || !parts[1].stmt) {
         finalize();
@@ -569,7 +581,14 @@ bool readSqliteGrouped(db::Connection &connection, const QString &connectionStri
 {
     db::Connection second;
     std::array<Part, 2> parts;
-    const int count = halves(connection, second, connectionString, sql, interrupt, parts);
+    const int count = PivotRowRanges::readsNewsRowByRow(sql)
+                          ? halves(
+                                connection, second, connectionString,
+                                [&sql](qint64 after, qint64 upTo) {
+                                    return PivotRowRanges::over(sql, after, upTo);
+                                },
+                                interrupt, parts)
+                          : 0;
     if (count < 0) {
         *error = PivotLoader::cancelledText();
         return false;
@@ -580,6 +599,130 @@ bool readSqliteGrouped(db::Connection &connection, const QString &connectionStri
     if (interrupt)
         interrupt->arm(connection.interrupter());
     return read;
+}
+
+// Items of News for the views' own statement, counted by channel and cut
+// date where they are read (PivotNewsCells).
+class NewsCellWriter
+{
+public:
+    explicit NewsCellWriter(PivotGrain::Time time)
+        : cells(time)
+    {}
+    // False, and refused, for a channel or date that the join or the cut
+    // would take by rules of their own: a number or text for a channel, a
+    // number for a date. A null channel joins nothing.
+    bool take(sqlite3_stmt *stmt, int)
+    {
+        using Type = PivotGroupTable::Value::Type;
+        const int channel = sqlite3_column_type(stmt, 0);
+        const int date = sqlite3_column_type(stmt, 1);
+        if (channel == SQLITE_NULL)
+            return true;
+        if (channel != SQLITE_INTEGER || (date != SQLITE_TEXT && date != SQLITE_NULL)) {
+            refused = true;
+            return false;
+        }
+        PivotGroupTable::Value value;
+        if (date == SQLITE_TEXT) {
+            value.type = Type::Text;
+            value.text =
+                std::string_view(reinterpret_cast<const char *>(sqlite3_column_text(stmt, 1)),
+                                 static_cast<std::size_t>(sqlite3_column_bytes(stmt, 1)));
+        }
+        const int title = sqlite3_column_type(stmt, 2);
+        const bool titled = title == SQLITE_TEXT || title == SQLITE_BLOB
+                                ? sqlite3_column_bytes(stmt, 2) > 0
+                                : title != SQLITE_NULL;
+        cells.add(sqlite3_column_int64(stmt, 0), value, titled);
+        return true;
+    }
+    void end(bool) {}
+
+    PivotNewsCells cells;
+    bool refused = false;
+};
+
+PivotNewsCells::Stored stored(sqlite3_stmt *stmt, int column)
+{
+    using Type = PivotGroupTable::Value::Type;
+    switch (sqlite3_column_type(stmt, column)) {
+    case SQLITE_NULL:
+        return {};
+    case SQLITE_INTEGER:
+        return {Type::Number, static_cast<double>(sqlite3_column_int64(stmt, column)), {}};
+    case SQLITE_FLOAT:
+        return {Type::Number, sqlite3_column_double(stmt, column), {}};
+    default:
+        return {Type::Text, 0,
+                std::string(reinterpret_cast<const char *>(sqlite3_column_text(stmt, column)),
+                            static_cast<std::size_t>(sqlite3_column_bytes(stmt, column)))};
+    }
+}
+
+// The channels' rows; false when an ID is no whole number, which the join
+// would compare with the items' channels by rules of its own.
+bool readChannelRows(sqlite3 *handle, std::vector<PivotNewsCells::ChannelRow> &rows)
+{
+    QString ignored;
+    sqlite3_stmt *stmt = prepareSqlite(handle, PivotNewsCells::channelStatement(), &ignored);
+    if (!stmt)
+        return false;
+    int rc = SQLITE_OK;
+    bool wholeNumbers = true;
+    while (wholeNumbers && (rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+        const int id = sqlite3_column_type(stmt, 0);
+        wholeNumbers = id == SQLITE_INTEGER || id == SQLITE_NULL;
+        if (id == SQLITE_INTEGER)
+            rows.push_back(
+                {sqlite3_column_int64(stmt, 0), stored(stmt, 1), stored(stmt, 2), stored(stmt, 3)});
+    }
+    sqlite3_finalize(stmt);
+    return wholeNumbers && rc == SQLITE_DONE;
+}
+
+// The views' own statement grouped from News and the channels' rows:
+// true when read, false when cancelled, nothing when it is to be read the
+// general way.
+std::optional<bool> readNewsCells(db::Connection &connection, const QString &connectionString,
+                                  PivotGrain::Time time, Sink &sink,
+                                  const PivotLoader::Progress &progress,
+                                  db::StatementInterrupt *interrupt, QString *error)
+{
+    std::vector<PivotNewsCells::ChannelRow> channels;
+    if (connection.source().isReader() || !readChannelRows(connection.sqliteHandle(), channels))
+        return std::nullopt;
+    db::Connection second;
+    std::array<Part, 2> parts;
+    int count = halves(
+        connection, second, connectionString,
+        [](qint64 after, qint64 upTo) {
+            return PivotNewsCells::newsStatement({{after, upTo}});
+        },
+        interrupt, parts);
+    if (count < 0) {
+        *error = PivotLoader::cancelledText();
+        return false;
+    }
+    if (count == 0) {
+        parts[0].handle = connection.sqliteHandle();
+        parts[0].stmt = prepareSqlite(parts[0].handle, PivotNewsCells::newsStatement(), error);
+        if (!parts[0].stmt)
+            return std::nullopt;
+        count = 1;
+    }
+    std::array<NewsCellWriter, 2> writers{NewsCellWriter(time), NewsCellWriter(time)};
+    stepParts(parts, std::size_t(count), writers, progress);
+    const bool read = finishParts(parts, std::size_t(count), error);
+    if (interrupt && count == 2)
+        interrupt->arm(connection.interrupter());
+    if (!read)
+        return *error == PivotLoader::cancelledText() ? std::optional(false) : std::nullopt;
+    writers[0].cells.absorb(writers[1].cells);
+    PivotGroupTable groups = sink.newTable();
+    writers[0].cells.join(channels, groups);
+    sink.setGroups(std::move(groups));
+    return true;
 }
 
 // Every other engine: the record set, a QVariant per value, into the sink's
@@ -723,11 +866,17 @@ Outcome readGrouped(db::Connection &connection, const QString &connectionString,
     Sink sink(samples, plan, sqlite);
     connection.preferHashedGrouping();
     QString reason;
-    const bool read = connection.engine() == db::Engine::SQLite
-                          ? readSqliteGrouped(connection, connectionString, sql, sink, progress,
-                                              interrupt, &reason)
-                          : readRecordset(connection, sql, sink, progress, &reason);
+    std::optional<bool> read;
+    if (sqlite && PivotNewsCells::applies(commandText, plan))
+        read = readNewsCells(connection, connectionString, plan[PivotNewsCells::Date].time, sink,
+                             progress, interrupt, &reason);
     if (!read) {
+        reason.clear();
+        read = sqlite ? readSqliteGrouped(connection, connectionString, sql, sink, progress,
+                                          interrupt, &reason)
+                      : readRecordset(connection, sql, sink, progress, &reason);
+    }
+    if (!*read) {
         if (reason != PivotLoader::cancelledText())
             return Outcome::AllRowsInstead;
         *error = reason;

@@ -2,7 +2,7 @@
 
 #include "base/ResumeNext.h"
 #include "base/RoundedNumber.h"
-#include "pivotpage/PivotStatement.h"
+#include "pivot/PivotStatement.h"
 #include "settings/CAppSettings.h"
 
 #include <QDir>

@@ -1,0 +1,90 @@
+#pragma once
+// The pivot views' own statement (pivotStatement()) joins every news item
+// to its channel's row, provider and category. Grouped with its dates cut
+// and its titles counted, each of its groups is a channel's items on one
+// cut date joined to one row of the channels: so a load of that statement
+// reads News alone, counting its items by channel and cut date here, reads
+// the few channel rows once, and makes the groups of both. Stepping the
+// join instead would look up three tables for each of millions of items.
+// Any other statement is grouped the general way (PivotGroupTable).
+
+#include "base/SmallIdTable.h"
+#include "pivot/PivotGroupTable.h"
+
+#include <QString>
+
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace qrt::pivot {
+
+class PivotNewsCells
+{
+public:
+    using Value = PivotGroupTable::Value;
+
+    // The statement's columns, in its order.
+    enum Column { Provider, Channel, Title, Date, Category, Columns };
+
+    // A value of a channel's row, kept.
+    struct Stored
+    {
+        Value::Type type = Value::Type::Null;
+        double number = 0;
+        std::string text;
+    };
+    // One row of Channels joined to its provider and category.
+    struct ChannelRow
+    {
+        qint64 id = 0;
+        Stored provider, channel, category;
+    };
+
+    // Whether the statement is the views' own and the plan groups it as
+    // this does: dates cut, titles counted, the rest by value.
+    static bool applies(const QString &commandText,
+                        const std::vector<PivotGroupedStatement::Column> &plan);
+    // The statement of the channels' rows (ID, provider, channel, category)
+    // and of News' items (channel, date, title), all of them or those of
+    // after < rowid <= upTo.
+    static QString channelStatement();
+    static QString newsStatement(std::optional<std::pair<qint64, qint64>> range = std::nullopt);
+
+    explicit PivotNewsCells(PivotGrain::Time time);
+
+    // An item of a channel: its date is null or a text (cut here), and its
+    // title counts or not.
+    void add(qint64 channel, const Value &date, bool titled);
+    // The other part's items added to these.
+    void absorb(const PivotNewsCells &other);
+    // The groups of the statement: every cell of a channel once for each
+    // of its rows.
+    void join(const std::vector<ChannelRow> &channels, PivotGroupTable &groups) const;
+
+private:
+    struct Cell
+    {
+        quint32 rows = 0;
+        quint32 titled = 0;
+    };
+    // A channel's cells by date (a tag, then the cut text), with the last
+    // one at hand: a channel's items tend to come day by day.
+    struct Dates
+    {
+        std::unordered_map<std::string, Cell> cells;
+        const std::string *lastKey = nullptr;
+        Cell *last = nullptr;
+    };
+
+    Cell &cell(Dates &dates, char tag, std::string_view text);
+
+    PivotGrain::Time m_time;
+    std::string m_scratch;
+    std::string m_key;
+    SmallIdTable<Dates> m_channels;
+};
+
+} // namespace qrt::pivot
