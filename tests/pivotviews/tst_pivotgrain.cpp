@@ -74,11 +74,15 @@ QStringList randomNews(bool postgres, QRandomGenerator &rng, bool oddTypes = fal
     sql << u"INSERT INTO Categories VALUES "_s + rows.join(u',')
         << u"INSERT INTO Providers VALUES "_s + rows.join(u',');
     rows.clear();
-    for (int c = 1; c <= 9; ++c)
+    // Channel 10 has the name, provider and category of channel 1.
+    const QVariant first = name(1);
+    for (int c = 1; c <= 10; ++c) {
+        const int like = c == 10 ? 1 : c;
         rows << u"(%1, %2, %3, %4)"_s.arg(channelId(c))
-                    .arg(sqlText(name(c)))
-                    .arg(1 + c % 4)
-                    .arg(1 + c % 3);
+                    .arg(sqlText(like == 1 ? first : name(c)))
+                    .arg(1 + like % 4)
+                    .arg(1 + like % 3);
+    }
     sql << u"INSERT INTO Channels VALUES "_s + rows.join(u',');
     const int items = 400 + rng.bounded(300);
     const QDateTime start(QDate(2023, 12, 30), QTime(22, 0));
@@ -102,7 +106,7 @@ QStringList randomNews(bool postgres, QRandomGenerator &rng, bool oddTypes = fal
         // No channel, or one there is not: the item joins nothing.
         QString channel = roll == 4   ? u"NULL"_s
                           : roll == 5 ? u"99"_s
-                                      : QString::number(channelId(1 + int(rng.bounded(9))));
+                                      : QString::number(channelId(1 + int(rng.bounded(10))));
         if (oddTypes && roll == 6)
             channel = u"'x1'"_s;
         // Sparse and partly negative keys: the halves a load may read News in

@@ -219,6 +219,24 @@ public:
     bool isGrouped() const { return !m_kinds.empty(); }
     bool isMerging() const { return m_merging; }
 
+    // One group: its values, a counted column's count as its number, and
+    // the number of its rows.
+    void addGroup(const std::vector<PivotGroupTable::Value> &row, quint32 rows)
+    {
+        using Type = PivotGroupTable::Value::Type;
+        for (std::size_t c = 0; c < m_builders.size(); ++c) {
+            if (m_kinds[c] == Kind::Count)
+                m_builders[c].addCount(static_cast<quint32>(row[c].number));
+            else if (row[c].type == Type::Text)
+                m_builders[c].addText(row[c].text);
+            else if (row[c].type == Type::Number)
+                m_builders[c].addNumber(row[c].number);
+            else
+                m_builders[c].addNull();
+        }
+        count(m_builders.size(), rows);
+    }
+
     // A merging load's own table, one per reading thread.
     PivotGroupTable newTable() const { return PivotGroupTable(m_kinds, m_times); }
     // The merged groups, which finish() hands to the builders.
@@ -288,21 +306,13 @@ public:
 private:
     void addGroups(const PivotGroupTable &groups)
     {
-        using Type = PivotGroupTable::Value::Type;
         std::vector<PivotGroupTable::Value> row;
         for (std::size_t g = 0; g < groups.size(); ++g) {
             groups.values(g, row);
-            for (std::size_t c = 0; c < m_builders.size(); ++c) {
+            for (std::size_t c = 0; c < m_builders.size(); ++c)
                 if (m_kinds[c] == Kind::Count)
-                    m_builders[c].addCount(groups.count(g, c));
-                else if (row[c].type == Type::Text)
-                    m_builders[c].addText(row[c].text);
-                else if (row[c].type == Type::Number)
-                    m_builders[c].addNumber(row[c].number);
-                else
-                    m_builders[c].addNull();
-            }
-            count(m_builders.size(), groups.rows(g));
+                    row[c].number = groups.count(g, c);
+            addGroup(row, groups.rows(g));
         }
     }
 
@@ -719,9 +729,8 @@ std::optional<bool> readNewsCells(db::Connection &connection, const QString &con
     if (!read)
         return *error == PivotLoader::cancelledText() ? std::optional(false) : std::nullopt;
     writers[0].cells.absorb(writers[1].cells);
-    PivotGroupTable groups = sink.newTable();
-    writers[0].cells.join(channels, groups);
-    sink.setGroups(std::move(groups));
+    writers[0].cells.join(channels,
+                          [&sink](const auto &row, quint32 rows) { sink.addGroup(row, rows); });
     return true;
 }
 

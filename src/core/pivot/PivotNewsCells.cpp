@@ -2,6 +2,8 @@
 
 #include "pivot/PivotStatement.h"
 
+#include <map>
+
 using namespace Qt::StringLiterals;
 
 namespace qrt::pivot {
@@ -16,6 +18,17 @@ constexpr char kTextDate = 'T';
 PivotGroupTable::Value view(const PivotNewsCells::Stored &stored)
 {
     return {stored.type, stored.number, stored.text};
+}
+
+// A value as a part of a key: its type, then its number or its text.
+std::string key(const PivotNewsCells::Stored &stored)
+{
+    std::string out(1, static_cast<char>(stored.type));
+    if (stored.type == PivotGroupTable::Value::Type::Number)
+        out.append(reinterpret_cast<const char *>(&stored.number), sizeof stored.number);
+    else if (stored.type == PivotGroupTable::Value::Type::Text)
+        out += std::to_string(stored.text.size()) + ':' + stored.text;
+    return out;
 }
 
 } // namespace
@@ -78,34 +91,48 @@ PivotNewsCells::Cell &PivotNewsCells::cell(Dates &dates, char tag, std::string_v
     return found;
 }
 
-void PivotNewsCells::absorb(const PivotNewsCells &other)
+void PivotNewsCells::addCells(Cells &into, const Cells &cells)
 {
-    for (const auto &[channel, dates] : other.m_channels.values()) {
-        Dates &into = m_channels[channel];
-        for (const auto &[key, c] : dates.cells) {
-            Cell &sum = into.cells[key];
-            sum.rows += c.rows;
-            sum.titled += c.titled;
-        }
+    for (const auto &[key, c] : cells) {
+        Cell &sum = into[key];
+        sum.rows += c.rows;
+        sum.titled += c.titled;
     }
 }
 
-void PivotNewsCells::join(const std::vector<ChannelRow> &channels, PivotGroupTable &groups) const
+void PivotNewsCells::absorb(const PivotNewsCells &other)
 {
+    for (const auto &[channel, dates] : other.m_channels.values())
+        addCells(m_channels[channel].cells, dates.cells);
+}
+
+void PivotNewsCells::join(const std::vector<ChannelRow> &channels, const Group &group) const
+{
+    // The channels' rows by their three values; most stand alone.
+    std::map<std::string, std::vector<const ChannelRow *>> rowsOf;
+    for (const ChannelRow &channel : channels)
+        if (m_channels.values().contains(channel.id))
+            rowsOf[key(channel.provider) + key(channel.channel) + key(channel.category)].push_back(
+                &channel);
     std::vector<Value> row(Columns);
-    for (const ChannelRow &channel : channels) {
-        const auto found = m_channels.values().find(channel.id);
-        if (found == m_channels.values().end())
-            continue;
-        row[Provider] = view(channel.provider);
-        row[Channel] = view(channel.channel);
-        row[Category] = view(channel.category);
-        for (const auto &[key, c] : found->second.cells) {
+    Cells added;
+    for (const auto &[names, rows] : rowsOf) {
+        const Cells *cells = &m_channels.values().at(rows.front()->id).cells;
+        if (rows.size() > 1) {
+            added.clear();
+            for (const ChannelRow *channel : rows)
+                addCells(added, m_channels.values().at(channel->id).cells);
+            cells = &added;
+        }
+        row[Provider] = view(rows.front()->provider);
+        row[Channel] = view(rows.front()->channel);
+        row[Category] = view(rows.front()->category);
+        for (const auto &[date, c] : *cells) {
             row[Title] = {Value::Type::Number, double(c.titled), {}};
-            row[Date] = key[0] == kTextDate
-                            ? Value{Value::Type::Text, 0, std::string_view(key).substr(1)}
+            row[Date] = date[0] == kTextDate
+                            ? Value{Value::Type::Text, 0, std::string_view(date).substr(1)}
                             : Value{};
-            groups.add(row, c.rows);
+            group(row, c.rows);
         }
     }
 }

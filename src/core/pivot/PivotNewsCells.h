@@ -13,6 +13,7 @@
 
 #include <QString>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -60,9 +61,12 @@ public:
     void add(qint64 channel, const Value &date, bool titled);
     // The other part's items added to these.
     void absorb(const PivotNewsCells &other);
-    // The groups of the statement: every cell of a channel once for each
-    // of its rows.
-    void join(const std::vector<ChannelRow> &channels, PivotGroupTable &groups) const;
+    // The groups of the statement, each once: the cells of the channels
+    // whose rows have the same provider, channel and category added up,
+    // a channel's cells counted once for each of its rows. The title's
+    // column gives the titles counted as its number.
+    using Group = std::function<void(const std::vector<Value> &row, quint32 rows)>;
+    void join(const std::vector<ChannelRow> &channels, const Group &group) const;
 
 private:
     struct Cell
@@ -72,14 +76,16 @@ private:
     };
     // A channel's cells by date (a tag, then the cut text), with the last
     // one at hand: a channel's items tend to come day by day.
+    using Cells = std::unordered_map<std::string, Cell>;
     struct Dates
     {
-        std::unordered_map<std::string, Cell> cells;
+        Cells cells;
         const std::string *lastKey = nullptr;
         Cell *last = nullptr;
     };
 
     Cell &cell(Dates &dates, char tag, std::string_view text);
+    static void addCells(Cells &into, const Cells &cells);
 
     PivotGrain::Time m_time;
     std::string m_scratch;
