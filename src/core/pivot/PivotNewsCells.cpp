@@ -1,7 +1,11 @@
 #include "pivot/PivotNewsCells.h"
 
+#include "base/Dates.h"
 #include "pivot/PivotStatement.h"
 
+#include <algorithm>
+#include <cstdio>
+#include <limits>
 #include <map>
 
 using namespace Qt::StringLiterals;
@@ -12,8 +16,39 @@ namespace {
 
 using Kind = PivotGroupedStatement::Column::Kind;
 
-constexpr char kNullDate = 'N';
-constexpr char kTextDate = 'T';
+constexpr qint64 kMinutesPerDay = 1440;
+// Date keys: none, then the texts other than a plain date's, by number;
+// a plain date's minutes lie far above both.
+constexpr qint64 kNullDate = std::numeric_limits<qint64>::min();
+constexpr qint64 kOtherDates = kNullDate + 1;
+
+bool digits(std::string_view text, std::size_t from, std::size_t count, int &out)
+{
+    out = 0;
+    for (std::size_t i = from; i < from + count; ++i) {
+        if (text[i] < '0' || text[i] > '9')
+            return false;
+        out = out * 10 + (text[i] - '0');
+    }
+    return true;
+}
+
+// The minutes since day 0 of a cut plain date ("2025-01-31" or
+// "2025-01-31 10:00", also with a 'T'), one the date parser reads; none
+// for any other text, which is kept as it is.
+std::optional<qint64> plainMinutes(std::string_view cut)
+{
+    int year = 0, month = 0, day = 0, hour = 0, minute = 0;
+    if ((cut.size() != 10 && cut.size() != 16) || !digits(cut, 0, 4, year) || cut[4] != '-' ||
+        !digits(cut, 5, 2, month) || cut[7] != '-' || !digits(cut, 8, 2, day))
+        return std::nullopt;
+    if (cut.size() == 16 && ((cut[10] != ' ' && cut[10] != 'T') || !digits(cut, 11, 2, hour) ||
+                             cut[13] != ':' || !digits(cut, 14, 2, minute)))
+        return std::nullopt;
+    if (!dates::fromText(cut))
+        return std::nullopt;
+    return dates::daysFromCivil(year, month, day) * kMinutesPerDay + qint64(hour) * 60 + minute;
+}
 
 PivotGroupTable::Value view(const PivotNewsCells::Stored &stored)
 {
@@ -69,70 +104,142 @@ PivotNewsCells::PivotNewsCells(PivotGrain::Time time)
 
 void PivotNewsCells::add(qint64 channel, const Value &date, bool titled)
 {
-    const bool text = date.type == Value::Type::Text;
+    const bool isNull = date.type != Value::Type::Text;
     const std::string_view cut =
-        text ? PivotGroupedStatement::cutDate(date.text, m_time, m_scratch) : std::string_view();
-    Cell &c = cell(m_channels[channel], text ? kTextDate : kNullDate, cut);
-    ++c.rows;
-    c.titled += titled;
-}
-
-PivotNewsCells::Cell &PivotNewsCells::cell(Dates &dates, char tag, std::string_view text)
-{
-    const std::string *last = dates.lastKey;
-    if (last && last->size() == text.size() + 1 && (*last)[0] == tag &&
-        std::string_view(*last).substr(1) == text)
-        return *dates.last;
-    m_key.assign(1, tag);
-    m_key.append(text);
-    auto &[key, found] = *dates.cells.try_emplace(m_key).first;
-    dates.lastKey = &key;
-    dates.last = &found;
-    return found;
-}
-
-void PivotNewsCells::addCells(Cells &into, const Cells &cells)
-{
-    for (const auto &[key, c] : cells) {
-        Cell &sum = into[key];
-        sum.rows += c.rows;
-        sum.titled += c.titled;
+        isNull ? std::string_view() : PivotGroupedStatement::cutDate(date.text, m_time, m_scratch);
+    Last &last = m_last[channel];
+    if (last.set && last.isNull == isNull && std::string_view(last.text, last.length) == cut) {
+        Record &r = m_records[last.record];
+        ++r.rows;
+        r.titled += titled;
+        return;
     }
+    m_records.push_back({channel, isNull ? kNullDate : dateKey(cut), 1, titled});
+    m_settled = false;
+    if (m_records.size() >= m_settleAt) { // items in no order of date: added up now and then
+        settle();
+        m_settleAt = std::max(2 * m_records.size(), kSettleRecords);
+        return;
+    }
+    last.record = m_records.size() - 1;
+    last.isNull = isNull;
+    last.set = cut.size() <= sizeof last.text;
+    last.length = static_cast<quint8>(std::min(cut.size(), sizeof last.text));
+    std::copy_n(cut.data(), last.length, last.text);
 }
 
-void PivotNewsCells::absorb(const PivotNewsCells &other)
+qint64 PivotNewsCells::dateKey(std::string_view cut)
 {
-    for (const auto &[channel, dates] : other.m_channels.values())
-        addCells(m_channels[channel].cells, dates.cells);
+    if (const auto minutes = plainMinutes(cut))
+        return *minutes;
+    const auto [it, added] =
+        m_otherKeys.try_emplace(std::string(cut), kOtherDates + qint64(m_otherTexts.size()));
+    if (added)
+        m_otherTexts.emplace_back(cut);
+    return it->second;
 }
 
-void PivotNewsCells::join(const std::vector<ChannelRow> &channels, const Group &group) const
+bool PivotNewsCells::isOtherDate(qint64 key) const
 {
+    return key >= kOtherDates && key < kOtherDates + qint64(m_otherTexts.size());
+}
+
+std::string PivotNewsCells::dateText(qint64 key) const
+{
+    if (isOtherDate(key))
+        return m_otherTexts[std::size_t(key - kOtherDates)];
+    const qint64 day =
+        key >= 0 ? key / kMinutesPerDay : -((-key + kMinutesPerDay - 1) / kMinutesPerDay);
+    const qint64 minute = key - day * kMinutesPerDay;
+    const dates::Fields f = dates::toFields(double(day));
+    char text[32];
+    const int n = m_time == PivotGrain::Time::Days
+                      ? std::snprintf(text, sizeof text, "%04d-%02d-%02d", f.year, f.month, f.day)
+                      : std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d", f.year,
+                                      f.month, f.day, int(minute / 60), int(minute % 60));
+    return std::string(text, std::size_t(std::max(n, 0)));
+}
+
+void PivotNewsCells::addUp(std::vector<Record> &records)
+{
+    std::sort(records.begin(), records.end(), [](const Record &a, const Record &b) {
+        return a.channel != b.channel ? a.channel < b.channel : a.date < b.date;
+    });
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        if (kept > 0 && records[kept - 1].channel == records[i].channel &&
+            records[kept - 1].date == records[i].date) {
+            records[kept - 1].rows += records[i].rows;
+            records[kept - 1].titled += records[i].titled;
+        } else {
+            records[kept++] = records[i];
+        }
+    }
+    records.resize(kept);
+}
+
+void PivotNewsCells::settle()
+{
+    if (m_settled)
+        return;
+    addUp(m_records);
+    m_records.shrink_to_fit();
+    m_last.clear(); // the records moved
+    m_settled = true;
+}
+
+void PivotNewsCells::absorb(PivotNewsCells &other)
+{
+    for (Record r : other.m_records) {
+        if (other.isOtherDate(r.date))
+            r.date = dateKey(other.m_otherTexts[std::size_t(r.date - kOtherDates)]);
+        m_records.push_back(r);
+    }
+    other.m_records = {};
+    m_settled = false;
+    settle();
+}
+
+void PivotNewsCells::join(const std::vector<ChannelRow> &channels, const Group &group)
+{
+    settle();
+    using Range =
+        std::pair<std::vector<Record>::const_iterator, std::vector<Record>::const_iterator>;
     // The channels' rows by their three values; most stand alone.
-    std::map<std::string, std::vector<const ChannelRow *>> rowsOf;
-    for (const ChannelRow &channel : channels)
-        if (m_channels.values().contains(channel.id))
-            rowsOf[key(channel.provider) + key(channel.channel) + key(channel.category)].push_back(
-                &channel);
+    std::map<std::string, std::vector<std::pair<const ChannelRow *, Range>>> rowsOf;
+    for (const ChannelRow &channel : channels) {
+        const Range range = std::equal_range(
+            m_records.cbegin(), m_records.cend(), Record{channel.id, 0, 0, 0},
+            [](const Record &a, const Record &b) { return a.channel < b.channel; });
+        if (range.first != range.second)
+            rowsOf[key(channel.provider) + key(channel.channel) + key(channel.category)]
+                .emplace_back(&channel, range);
+    }
     std::vector<Value> row(Columns);
-    Cells added;
+    std::vector<Record> added;
+    std::string date;
     for (const auto &[names, rows] : rowsOf) {
-        const Cells *cells = &m_channels.values().at(rows.front()->id).cells;
+        Range cells = rows.front().second;
         if (rows.size() > 1) {
             added.clear();
-            for (const ChannelRow *channel : rows)
-                addCells(added, m_channels.values().at(channel->id).cells);
-            cells = &added;
+            for (const auto &[channel, range] : rows)
+                for (auto r = range.first; r != range.second; ++r)
+                    added.push_back({0, r->date, r->rows, r->titled});
+            addUp(added);
+            cells = {added.cbegin(), added.cend()};
         }
-        row[Provider] = view(rows.front()->provider);
-        row[Channel] = view(rows.front()->channel);
-        row[Category] = view(rows.front()->category);
-        for (const auto &[date, c] : *cells) {
-            row[Title] = {Value::Type::Number, double(c.titled), {}};
-            row[Date] = date[0] == kTextDate
-                            ? Value{Value::Type::Text, 0, std::string_view(date).substr(1)}
-                            : Value{};
-            group(row, c.rows);
+        const ChannelRow &channel = *rows.front().first;
+        row[Provider] = view(channel.provider);
+        row[Channel] = view(channel.channel);
+        row[Category] = view(channel.category);
+        for (auto r = cells.first; r != cells.second; ++r) {
+            row[Title] = {Value::Type::Number, double(r->titled), {}};
+            row[Date] = Value{};
+            if (r->date != kNullDate) {
+                date = dateText(r->date);
+                row[Date] = {Value::Type::Text, 0, date};
+            }
+            group(row, r->rows);
         }
     }
 }

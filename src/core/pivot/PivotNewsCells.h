@@ -7,6 +7,10 @@
 // the few channel rows once, and makes the groups of both. Stepping the
 // join instead would look up three tables for each of millions of items.
 // Any other statement is grouped the general way (PivotGroupTable).
+//
+// The counts are flat records, sorted and added up at the end: a hash
+// node per cell would scatter a few hundred thousand small blocks over the
+// heap, which keeps them after the load.
 
 #include "base/SmallIdTable.h"
 #include "pivot/PivotGroupTable.h"
@@ -60,37 +64,53 @@ public:
     // title counts or not.
     void add(qint64 channel, const Value &date, bool titled);
     // The other part's items added to these.
-    void absorb(const PivotNewsCells &other);
+    void absorb(PivotNewsCells &other);
+
     // The groups of the statement, each once: the cells of the channels
     // whose rows have the same provider, channel and category added up,
     // a channel's cells counted once for each of its rows. The title's
     // column gives the titles counted as its number.
     using Group = std::function<void(const std::vector<Value> &row, quint32 rows)>;
-    void join(const std::vector<ChannelRow> &channels, const Group &group) const;
+    void join(const std::vector<ChannelRow> &channels, const Group &group);
 
 private:
-    struct Cell
+    // A channel's items on one date: a plain date's minutes since day 0
+    // at the cut's precision, another text by its number, or none.
+    struct Record
     {
+        qint64 channel = 0;
+        qint64 date = 0;
         quint32 rows = 0;
         quint32 titled = 0;
     };
-    // A channel's cells by date (a tag, then the cut text), with the last
-    // one at hand: a channel's items tend to come day by day.
-    using Cells = std::unordered_map<std::string, Cell>;
-    struct Dates
+    // Each channel's last cut date, whose record takes the next items of
+    // that date at once: a channel's items tend to come day by day.
+    struct Last
     {
-        Cells cells;
-        const std::string *lastKey = nullptr;
-        Cell *last = nullptr;
+        std::size_t record = 0;
+        char text[16] = {};
+        quint8 length = 0;
+        bool isNull = false;
+        bool set = false;
     };
 
-    Cell &cell(Dates &dates, char tag, std::string_view text);
-    static void addCells(Cells &into, const Cells &cells);
+    // Records before they are added up: 24 MiB.
+    static constexpr std::size_t kSettleRecords = std::size_t(1) << 20;
+
+    qint64 dateKey(std::string_view cut);
+    bool isOtherDate(qint64 key) const;
+    void settle();
+    static void addUp(std::vector<Record> &records);
+    std::string dateText(qint64 key) const;
 
     PivotGrain::Time m_time;
     std::string m_scratch;
-    std::string m_key;
-    SmallIdTable<Dates> m_channels;
+    std::vector<Record> m_records;
+    bool m_settled = true;
+    std::size_t m_settleAt = kSettleRecords;
+    SmallIdTable<Last> m_last;
+    std::vector<std::string> m_otherTexts;
+    std::unordered_map<std::string, qint64> m_otherKeys;
 };
 
 } // namespace qrt::pivot
