@@ -15,11 +15,22 @@ namespace {
 // pivot's join of every item, and SQLite would then look up each item by
 // its channel, in no order on disk, at three times the cost of reading
 // News from end to end.
+//
+// PostgreSQL cannot tell how few the days are that count News by channel
+// and day (the chart's first drawing, the pivot views' load): it takes
+// date_trunc('day', pubDate) for as many values as pubDate. Told by the
+// statistics of that expression (from version 14), it lets each worker
+// process group its share of the rows, which halves the time.
 QStringList indexes(Engine engine)
 {
+    if (engine == Engine::SQLite)
+        return {u"CREATE INDEX News_pubDate ON News (pubDate)"_s,
+                u"CREATE INDEX News_Channel ON News (Channel + 0)"_s};
     return {u"CREATE INDEX News_pubDate ON News (pubDate)"_s,
-            engine == Engine::SQLite ? u"CREATE INDEX News_Channel ON News (Channel + 0)"_s
-                                     : u"CREATE INDEX News_Channel ON News (Channel)"_s};
+            u"CREATE INDEX News_Channel ON News (Channel)"_s,
+            u"DO $$ BEGIN IF current_setting('server_version_num')::int >= 140000 THEN "
+            "EXECUTE 'CREATE STATISTICS News_Day ON (date_trunc(''day'', pubDate)) FROM News'; "
+            "END IF; END $$"_s};
 }
 
 QStringList tables(Engine engine, bool keysAfterRows)

@@ -231,9 +231,10 @@ void Connection::preferHashedGrouping()
     if (m_engine != Engine::PostgreSQL || !IsOpen())
         return;
     QSqlQuery query(m_db);
-    for (const char *setting : {"SET jit = off", "SET work_mem = '256MB'", "SET enable_sort = off",
-                                "SET parallel_setup_cost = 0", "SET parallel_tuple_cost = 0",
-                                "SET parallel_leader_participation = off"})
+    for (const char *setting :
+         {"SET jit = off", "SET work_mem = '256MB'", "SET enable_sort = off",
+          "SET enable_incremental_sort = off", "SET parallel_setup_cost = 0",
+          "SET parallel_tuple_cost = 0", "SET parallel_leader_participation = off"})
         query.exec(QString::fromLatin1(setting));
 }
 

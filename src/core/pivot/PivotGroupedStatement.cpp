@@ -14,6 +14,13 @@ QString columnName(std::size_t index)
     return u"c"_s + QString::number(index);
 }
 
+bool isDates(const Sample &s)
+{
+    return s.nonBlank > 0 && s.dateTexts + s.dateValues == s.nonBlank;
+}
+
+} // namespace
+
 QString serverDate(const QString &x, PivotGrain::Time time)
 {
     const QString unit = time == PivotGrain::Time::Hours     ? u"hour"_s
@@ -21,13 +28,6 @@ QString serverDate(const QString &x, PivotGrain::Time time)
                                                              : u"day"_s;
     return u"date_trunc('%1', %2)"_s.arg(unit, x);
 }
-
-bool isDates(const Sample &s)
-{
-    return s.nonBlank > 0 && s.dateTexts + s.dateValues == s.nonBlank;
-}
-
-} // namespace
 
 std::vector<Column> plan(const std::vector<Sample> &samples, const PivotGrain &grain,
                          db::Engine engine)

@@ -53,6 +53,8 @@ std::vector<Column> plan(const std::vector<Sample> &samples, const PivotGrain &g
 // The grain a load by this plan holds.
 PivotGrain heldGrain(const std::vector<Sample> &samples, const std::vector<Column> &plan);
 
+// A server's timestamp x cut to the time (date_trunc).
+QString serverDate(const QString &x, PivotGrain::Time time);
 // The statement without the ';' that may end it, ready to be nested.
 QString nestable(const QString &statement);
 // The first rows, for the sample (engines that fetch a whole result at once).

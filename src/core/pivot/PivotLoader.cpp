@@ -644,7 +644,7 @@ public:
         const bool titled = title == SQLITE_TEXT || title == SQLITE_BLOB
                                 ? sqlite3_column_bytes(stmt, 2) > 0
                                 : title != SQLITE_NULL;
-        cells.add(sqlite3_column_int64(stmt, 0), value, titled);
+        cells.add(sqlite3_column_int64(stmt, 0), value, 1, titled);
         return true;
     }
     void end(bool) {}
@@ -731,6 +731,81 @@ std::optional<bool> readNewsCells(db::Connection &connection, const QString &con
     writers[0].cells.absorb(writers[1].cells);
     writers[0].cells.join(channels,
                           [&sink](const auto &row, quint32 rows) { sink.addGroup(row, rows); });
+    return true;
+}
+
+// A server's value in a channel's row: none, or a text; nothing for any
+// other type, which the general load keeps by rules of its own.
+std::optional<PivotNewsCells::Stored> storedName(const QVariant &value)
+{
+    if (value.isNull())
+        return PivotNewsCells::Stored{};
+    if (value.typeId() != QMetaType::QString)
+        return std::nullopt;
+    return PivotNewsCells::Stored{PivotGroupTable::Value::Type::Text, 0,
+                                  value.toString().toStdString()};
+}
+
+// The channels' rows from a server; false where an ID is no whole number
+// or a name no text.
+bool readServerChannelRows(db::Connection &connection,
+                           std::vector<PivotNewsCells::ChannelRow> &rows)
+{
+    db::Recordset rs;
+    if (!rs.Open(PivotNewsCells::channelStatement(), connection))
+        return false;
+    for (; !rs.IsEOF(); rs.MoveNext()) {
+        const QVariant id = rs.Value(0);
+        if (id.isNull())
+            continue;
+        const auto provider = storedName(rs.Value(1));
+        const auto channel = storedName(rs.Value(2));
+        const auto category = storedName(rs.Value(3));
+        if ((id.typeId() != QMetaType::Int && id.typeId() != QMetaType::LongLong) || !provider ||
+            !channel || !category)
+            return false;
+        rows.push_back({id.toLongLong(), *provider, *channel, *category});
+    }
+    return rs.lastError().isEmpty();
+}
+
+// The views' own statement on PostgreSQL: the server counts News by
+// channel and cut date, the channels' rows come once (see readNewsCells).
+// Only a timestamp without time zone is cut as the general load cuts it,
+// and only a whole-number channel compares as the join does.
+std::optional<bool> readServerNewsCells(db::Connection &connection, PivotGrain::Time time,
+                                        Sink &sink, const PivotLoader::Progress &progress,
+                                        QString *error)
+{
+    std::vector<PivotNewsCells::ChannelRow> channels;
+    if (connection.source().isReader() || !readServerChannelRows(connection, channels))
+        return std::nullopt;
+    db::Recordset rs;
+    if (!rs.Open(PivotNewsCells::serverNewsStatement(time), connection))
+        return std::nullopt;
+    static const QStringList wholeNumbers = {u"integer"_s, u"bigint"_s, u"smallint"_s};
+    PivotNewsCells cells(time);
+    std::string text;
+    qint64 read = 0;
+    for (; !rs.IsEOF(); rs.MoveNext()) {
+        if (!wholeNumbers.contains(rs.Text(4)) || rs.Text(5) != u"timestamp without time zone"_s)
+            return std::nullopt;
+        if (rs.IsNull(0))
+            continue; // joins nothing
+        PivotGroupTable::Value date;
+        if (!rs.IsNull(1)) {
+            text = rs.Text(1).toStdString();
+            date = {PivotGroupTable::Value::Type::Text, 0, text};
+        }
+        cells.add(rs.Int(0), date, quint32(rs.Int(2)), quint32(rs.Int(3)));
+        if (++read % PivotLoader::ProgressStep == 0 && !reportProgress(progress, read)) {
+            *error = PivotLoader::cancelledText();
+            return false;
+        }
+    }
+    if (!rs.lastError().isEmpty())
+        return std::nullopt;
+    cells.join(channels, [&sink](const auto &row, quint32 rows) { sink.addGroup(row, rows); });
     return true;
 }
 
@@ -876,9 +951,14 @@ Outcome readGrouped(db::Connection &connection, const QString &connectionString,
     connection.preferHashedGrouping();
     QString reason;
     std::optional<bool> read;
-    if (sqlite && PivotNewsCells::applies(commandText, plan))
-        read = readNewsCells(connection, connectionString, plan[PivotNewsCells::Date].time, sink,
-                             progress, interrupt, &reason);
+    if (PivotNewsCells::applies(commandText, plan)) {
+        const PivotGrain::Time time = plan[PivotNewsCells::Date].time;
+        if (sqlite)
+            read = readNewsCells(connection, connectionString, time, sink, progress, interrupt,
+                                 &reason);
+        else if (connection.engine() == db::Engine::PostgreSQL)
+            read = readServerNewsCells(connection, time, sink, progress, &reason);
+    }
     if (!read) {
         reason.clear();
         read = sqlite ? readSqliteGrouped(connection, connectionString, sql, sink, progress,

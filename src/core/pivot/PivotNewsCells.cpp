@@ -98,11 +98,19 @@ QString PivotNewsCells::newsStatement(std::optional<std::pair<qint64, qint64>> r
                  : all;
 }
 
+QString PivotNewsCells::serverNewsStatement(PivotGrain::Time time)
+{
+    const QString cut = PivotGroupedStatement::serverDate(u"News.pubDate"_s, time);
+    return u"SELECT News.Channel, to_char(%1, 'YYYY-MM-DD HH24:MI:SS'), Count(*), "
+           "Count(NULLIF(CAST(News.Title AS TEXT), '')), pg_typeof(News.Channel)::text, "
+           "pg_typeof(Min(News.pubDate))::text FROM News GROUP BY News.Channel, %1"_s.arg(cut);
+}
+
 PivotNewsCells::PivotNewsCells(PivotGrain::Time time)
     : m_time(time)
 {}
 
-void PivotNewsCells::add(qint64 channel, const Value &date, bool titled)
+void PivotNewsCells::add(qint64 channel, const Value &date, quint32 rows, quint32 titled)
 {
     const bool isNull = date.type != Value::Type::Text;
     const std::string_view cut =
@@ -110,11 +118,11 @@ void PivotNewsCells::add(qint64 channel, const Value &date, bool titled)
     Last &last = m_last[channel];
     if (last.set && last.isNull == isNull && std::string_view(last.text, last.length) == cut) {
         Record &r = m_records[last.record];
-        ++r.rows;
+        r.rows += rows;
         r.titled += titled;
         return;
     }
-    m_records.push_back({channel, isNull ? kNullDate : dateKey(cut), 1, titled});
+    m_records.push_back({channel, isNull ? kNullDate : dateKey(cut), rows, titled});
     m_settled = false;
     if (m_records.size() >= m_settleAt) { // items in no order of date: added up now and then
         settle();

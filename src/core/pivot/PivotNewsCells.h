@@ -57,12 +57,16 @@ public:
     // after < rowid <= upTo.
     static QString channelStatement();
     static QString newsStatement(std::optional<std::pair<qint64, qint64>> range = std::nullopt);
+    // A server's count of News by channel and date cut to the time (a
+    // text), with the titles that count and the types of the channel and
+    // the date.
+    static QString serverNewsStatement(PivotGrain::Time time);
 
     explicit PivotNewsCells(PivotGrain::Time time);
 
-    // An item of a channel: its date is null or a text (cut here), and its
-    // title counts or not.
-    void add(qint64 channel, const Value &date, bool titled);
+    // Items of a channel: their date is null or a text (cut here), and
+    // so many of them have a title that counts.
+    void add(qint64 channel, const Value &date, quint32 rows, quint32 titled);
     // The other part's items added to these.
     void absorb(PivotNewsCells &other);
 
