@@ -10,6 +10,7 @@
 #include "pivot/PivotAggregator.h"
 #include "pivot/PivotData.h"
 #include "pivot/PivotGrain.h"
+#include "pivot/PivotNewsCells.h"
 #include "pivot/PivotResult.h"
 #include "pivot/PivotRowRanges.h"
 #include "pivot/PivotView.h"
@@ -21,6 +22,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
+#include <tuple>
 
 using namespace Qt::StringLiterals;
 using namespace qrt::pivot;
@@ -263,6 +266,7 @@ private Q_SLOTS:
                         QRandomGenerator &rng);
     void partsAddUpToTheWhole_data();
     void partsAddUpToTheWhole();
+    void newsCellsCountEveryItem();
 
 private:
     QTemporaryDir m_dir;
@@ -396,6 +400,65 @@ void tst_PivotGrain::partsAddUpToTheWhole()
     for (PivotView *view : {&all, &byDay})
         view->RowAxis().InsertFieldSet(view->FieldSets(u"Channel"_s));
     QCOMPARE(cells(PivotAggregator::run(byDay)), cells(PivotAggregator::run(all)));
+}
+
+// Items by channel and cut date, counted in two parts in no order of date
+// (more than the records kept before they are added up), against a plain
+// count of each item for each channel row with its three names.
+void tst_PivotGrain::newsCellsCountEveryItem()
+{
+    using Value = PivotNewsCells::Value;
+    const auto text = [](const char *t) { return PivotNewsCells::Stored{Value::Type::Text, 0, t}; };
+    // Channels 1 and 2 share their names, 70000 has a row twice, -5 none.
+    const std::vector<PivotNewsCells::ChannelRow> rows = {
+        {1, text("P"), text("Same"), text("C")},
+        {2, text("P"), text("Same"), text("C")},
+        {70000, text("P"), text("Far"), {}},
+        {70000, text("P"), text("Far"), {}},
+    };
+    const char *dates[] = {"2024-01-05 10:00:00",
+                           "2024-01-05T23:59:59",
+                           "2024-01-06",
+                           "2024-02-30 10:00:00",
+                           "someday",
+                           "2024-01-07 00:00",
+                           nullptr};
+    const qint64 channels[] = {1, 2, 70000, -5};
+    using Key = std::tuple<std::string, std::string>; // names, date text ("" for none)
+    std::map<Key, std::pair<quint32, quint32>> expected;
+    PivotNewsCells parts[2] = {PivotNewsCells(PivotGrain::Time::Days),
+                               PivotNewsCells(PivotGrain::Time::Days)};
+    QRandomGenerator rng(qrt::test::testSeed());
+    std::string scratch;
+    for (int i = 0; i < 3000000; ++i) {
+        const qint64 channel = channels[rng.bounded(4)];
+        const char *date = dates[rng.bounded(int(std::size(dates)))];
+        const bool titled = rng.bounded(3) != 0;
+        const Value value = date ? Value{Value::Type::Text, 0, date} : Value{};
+        parts[i % 2].add(channel, value, 1, titled);
+        const std::string cut =
+            date
+                ? std::string(PivotGroupedStatement::cutDate(date, PivotGrain::Time::Days, scratch))
+                : std::string();
+        for (const auto &row : rows) {
+            if (row.id != channel)
+                continue;
+            auto &[items, titles] = expected[{row.channel.text, cut}];
+            ++items;
+            titles += titled;
+        }
+    }
+    parts[0].absorb(parts[1]);
+    std::map<Key, std::pair<quint32, quint32>> joined;
+    bool once = true;
+    parts[0].join(rows, [&](const std::vector<Value> &row, quint32 items) {
+        const Key key{std::string(row[PivotNewsCells::Channel].text),
+                      std::string(row[PivotNewsCells::Date].text)};
+        once = once && !joined.contains(key);
+        joined[key] = {items, quint32(row[PivotNewsCells::Title].number)};
+    });
+    QVERIFY(once);
+    QCOMPARE(joined, expected);
 }
 
 QTEST_GUILESS_MAIN(tst_PivotGrain)
