@@ -225,17 +225,22 @@ std::unique_ptr<StatisticsRows> sqliteJoinedScan(db::Connection &connection, con
 
 // PostgreSQL: the server groups by series and day with a hash aggregate.
 // Days are cut by the server, so only a timestamp without time zone
-// qualifies: its day is the one the reader sees.
+// qualifies: its day is the one the reader sees. The first and last times
+// come as texts, as a timestamp would become a QDateTime in local time,
+// which asks the C library for the time zone for every value.
 std::unique_ptr<StatisticsRows> postgresDaily(db::Connection &connection, const QString &where,
                                               const SeriesColumns &columns)
 {
     db::Recordset rows;
     rows.Open(u"SELECT "_s + columns.id +
-                  u", Min(News.pubDate), Max(News.pubDate), "
+                  u", to_char(Min(News.pubDate), 'YYYY-MM-DD HH24:MI:SS.US'), "
+                  "to_char(Max(News.pubDate), 'YYYY-MM-DD HH24:MI:SS.US'), "
                   "Count(News.ID), "_s +
                   columns.name + u", pg_typeof(Min(News.pubDate))::text FROM "_s +
                   StatisticsStatement::Joins + u" WHERE "_s + where + u" GROUP BY "_s + columns.id +
-                  u", "_s + columns.name + u", date_trunc('day', News.pubDate) ORDER BY 1, 2"_s,
+                  u", "_s + columns.name +
+                  u", date_trunc('day', News.pubDate) ORDER BY 1, "
+                  "Min(News.pubDate)"_s,
               connection);
     if (!rows.lastError().isEmpty())
         return nullptr;
