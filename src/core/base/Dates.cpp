@@ -164,10 +164,14 @@ qint64 daysFromCivil(int year, int month, int day)
 
 Date fromFields(const Fields &f)
 {
-    const auto days = static_cast<double>(daysFromCivil(f.year, f.month, f.day));
-    const double time =
-        ((f.hour * 60.0 + f.minute) * 60.0 + f.second) / 86400.0 + f.msec / kMsecPerDay;
-    return days < 0 ? days - time : days + time;
+    return withTime(static_cast<double>(daysFromCivil(f.year, f.month, f.day)), f.hour, f.minute,
+                    f.second, f.msec);
+}
+
+Date withTime(Date day, int hour, int minute, int second, int msec)
+{
+    const double time = ((hour * 60.0 + minute) * 60.0 + second) / 86400.0 + msec / kMsecPerDay;
+    return day < 0 ? day - time : day + time;
 }
 
 Date fromYmd(int year, int month, int day)

@@ -26,6 +26,9 @@ struct Fields
 qint64 daysFromCivil(int year, int month, int day);
 
 Date fromFields(const Fields &f);
+// A whole day's value with a time of day added, as fromFields() adds it
+// (away from day 0 for days before it).
+Date withTime(Date day, int hour, int minute, int second, int msec = 0);
 Date fromYmd(int year, int month, int day);
 // Negative dates keep the time of day as an absolute fraction: -1.25 is
 // 1899-12-29 06:00, as the classic date type counts them.

@@ -48,8 +48,7 @@ public:
     }
 
 private:
-    // The sum is the parser's own (dates::fromFields), the day's part
-    // worked out once per day.
+    // The value the parser gives, the day's part worked out once per day.
     std::optional<double> readPlain(std::string_view text)
     {
         if (!m_hasDay || std::memcmp(text.data(), m_dayText, 10) != 0) {
@@ -64,8 +63,7 @@ private:
         if (!twoDigits(text, 11, hour) || !twoDigits(text, 14, minute) ||
             !twoDigits(text, 17, second) || hour > 23 || minute > 59 || second > 59)
             return std::nullopt;
-        const double time = ((hour * 60.0 + minute) * 60.0 + second) / 86400.0 + 0.0;
-        return m_day < 0 ? m_day - time : m_day + time;
+        return dates::withTime(m_day, hour, minute, second);
     }
     static bool twoDigits(std::string_view text, size_t at, int &out)
     {

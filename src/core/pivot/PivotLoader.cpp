@@ -783,13 +783,15 @@ std::optional<bool> readServerNewsCells(db::Connection &connection, PivotGrain::
     db::Recordset rs;
     if (!rs.Open(PivotNewsCells::serverNewsStatement(time), connection))
         return std::nullopt;
+    // The types are the columns', the same in every row.
     static const QStringList wholeNumbers = {u"integer"_s, u"bigint"_s, u"smallint"_s};
+    if (!rs.IsEOF() &&
+        (!wholeNumbers.contains(rs.Text(4)) || rs.Text(5) != u"timestamp without time zone"_s))
+        return std::nullopt;
     PivotNewsCells cells(time);
     std::string text;
     qint64 read = 0;
     for (; !rs.IsEOF(); rs.MoveNext()) {
-        if (!wholeNumbers.contains(rs.Text(4)) || rs.Text(5) != u"timestamp without time zone"_s)
-            return std::nullopt;
         if (rs.IsNull(0))
             continue; // joins nothing
         PivotGroupTable::Value date;
