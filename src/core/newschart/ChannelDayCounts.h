@@ -47,6 +47,8 @@ public:
 
     // Waits for a read under way and takes its counts.
     void waitForRead();
+    // What the user should know of the database the counts come from.
+    QString notice() const { return m_connection.source().notice(); }
     // How often News was read, for the tests.
     int scans() const { return m_scans; }
 
