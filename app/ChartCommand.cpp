@@ -238,7 +238,7 @@ int run(const QStringList &arguments)
         std::fprintf(stderr, "zorvane-stats chart: %s\n", qPrintable(notice));
 
     if (chart.NumSeries() == 0) {
-        if (const QString why = connection.lastError(); !why.isEmpty()) {
+        if (const QString &why = connection.lastError(); !why.isEmpty()) {
             std::fprintf(stderr, "zorvane-stats chart: %s\n", qPrintable(why));
             return 1;
         }
