@@ -220,12 +220,14 @@ int run(const QStringList &arguments)
     chart.setIsStacked(parser.isSet(u"stacked"_s));
     chart.setLegendIsShowing(!parser.isSet(u"no-legend"_s));
     NewsChartBuilder builder(chart);
-    // A long period reads most of News either way: counted by channel and
-    // day alone (SQLite in two halves at once, PostgreSQL in its workers)
-    // and joined to the channels in memory, as the window does, it is drawn
-    // sooner than by the statement over the joined tables.
+    // All items, counted by channel and day alone (SQLite in two halves at
+    // once, PostgreSQL in its workers) and joined to the channels in memory
+    // as the window does, are drawn sooner than by the statement over the
+    // joined tables. A shorter period is not: the statement reads only its
+    // rows, found by the index on pubDate (a quarter of ten million items:
+    // 0.8 s against 2.3 s for counting them all).
     qrt::chart::ChannelDayCounts counts;
-    if (form.TillDate - form.FromDate > qrt::chart::ChannelDayCounts::LongPeriodDays)
+    if (form.FromDate <= NamedPeriod::FirstDate(NamedPeriod::All, dates::today()))
         builder.setCounts(&counts);
     builder.ClearChart(form);
     qrt::db::Connection connection;

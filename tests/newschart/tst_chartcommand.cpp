@@ -153,24 +153,24 @@ void tst_ChartCommand::csvTables_data()
                       "Date,World,Sports\r\n"
                       "2005-01-03,1,1\r\n")
         << QString();
-    // Over two months: counted from memory, as the window does. The item
-    // without an ID moves MaxDate but is not counted.
-    QTest::newRow("a long period") << period("2004-11-01", "2005-01-10")
-                                   << QByteArray("Title,News Count for January 2005\r\n"
-                                                 "MinDate,2005-01-01 08:00:00\r\n"
-                                                 "MaxDate,2005-01-10 12:30:00\r\n"
-                                                 "Date,Alpha Wire,Beta News\r\n"
-                                                 "2005-01-01,2,\r\n"
-                                                 "2005-01-02,,\r\n"
-                                                 "2005-01-03,1,1\r\n"
-                                                 "2005-01-04,,\r\n"
-                                                 "2005-01-05,,\r\n"
-                                                 "2005-01-06,,\r\n"
-                                                 "2005-01-07,,\r\n"
-                                                 "2005-01-08,,\r\n"
-                                                 "2005-01-09,,\r\n"
-                                                 "2005-01-10,,1\r\n")
-                                   << QString();
+    // From day 0 on: every item counted by channel and day, as the window
+    // does. The item without an ID moves MaxDate but is not counted.
+    QTest::newRow("from day 0") << period("1899-12-30", "2005-01-10")
+                                << QByteArray("Title,News Count for January 2005\r\n"
+                                              "MinDate,2005-01-01 08:00:00\r\n"
+                                              "MaxDate,2005-01-10 12:30:00\r\n"
+                                              "Date,Alpha Wire,Beta News\r\n"
+                                              "2005-01-01,2,\r\n"
+                                              "2005-01-02,,\r\n"
+                                              "2005-01-03,1,1\r\n"
+                                              "2005-01-04,,\r\n"
+                                              "2005-01-05,,\r\n"
+                                              "2005-01-06,,\r\n"
+                                              "2005-01-07,,\r\n"
+                                              "2005-01-08,,\r\n"
+                                              "2005-01-09,,\r\n"
+                                              "2005-01-10,,1\r\n")
+                                << QString();
     // The starting dates of an empty chart: the far ends of the period.
     QTest::newRow("no news") << period("2006-01-01", "2006-01-31") + QStringList{u"--table"_s}
                              << QByteArray("Title,\r\n"
