@@ -1,9 +1,9 @@
 // Opening the window on the demo database of one and ten million news items,
 // as a user does: how long until the built-in chart is drawn (target at ten
 // million: 0.5 s after show()), of all items and of the first run's period
-// ("Last Month") on items that run up to today, whether the window keeps answering while the
-// pivot views load off the GUI thread (the longest gap between ticks of a
-// 10 ms timer; target 50 ms), how long until the pivot
+// ("Last Month") on items that run up to today; whether the window keeps
+// answering while the pivot views load off the GUI thread (the longest gap
+// between ticks of a 10 ms timer; target 50 ms); how long until the pivot
 // table's page has run, and the memory with the table open. The pivot
 // engine's own load of the same rows (bench_pivotviews, same run) is the
 // peer: the table adds its grid and widgets to that load, nothing more.
