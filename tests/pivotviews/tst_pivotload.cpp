@@ -14,9 +14,13 @@
 #include "pivot/PivotResult.h"
 #include "pivot/PivotView.h"
 
+#include <QDir>
+#include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 using namespace qrt::pivot;
@@ -49,6 +53,23 @@ QStringList newsAt(bool postgres, const QStringList &times)
     for (int i = 0; i < times.size(); ++i)
         sql << u"INSERT INTO News VALUES (%1, '%2', 1, 'item')"_s.arg(i + 1).arg(times[i]);
     return sql;
+}
+
+// The nice value of each of this process's threads, by thread ID.
+QMap<int, int> threadNices()
+{
+    QMap<int, int> nices;
+    const QDir tasks(u"/proc/self/task"_s);
+    for (const QString &thread : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile stat(tasks.filePath(thread + u"/stat"_s));
+        if (!stat.open(QIODevice::ReadOnly))
+            continue; // ended meanwhile
+        const QByteArray line = stat.readAll();
+        // After the command in parentheses: the state, and the nice value 16 fields on.
+        nices.insert(thread.toInt(),
+                     line.mid(line.lastIndexOf(')') + 2).split(' ').value(16).toInt());
+    }
+    return nices;
 }
 
 } // namespace
@@ -195,6 +216,12 @@ void tst_PivotLoad::viewsShareOneLoad()
     QVERIFY(progress.last().at(0).toLongLong() <= m_options.items);
     QCoreApplication::processEvents();
     QCOMPARE(thirdFinished.count(), 0);
+    // The load ran below this (the GUI) thread, on a thread of the load's
+    // own pool, which keeps that priority; this one keeps its own.
+    const QMap<int, int> nices = threadNices();
+    const int gui = nices.value(int(QCoreApplication::applicationPid()), -100);
+    QVERIFY2(gui > -100 && std::ranges::max(nices.values()) > gui,
+             qPrintable(QDebug::toString(nices)));
     // A view asking later while the data is held is tst_pivotrefine's.
 }
 

@@ -2,6 +2,7 @@
 
 #include "base/Dates.h"
 #include "base/SmallIdTable.h"
+#include "base/ThreadPriority.h"
 #include "db/Connection.h"
 #include "db/NewsHalves.h"
 #include "db/Recordset.h"
@@ -221,7 +222,9 @@ void addDays(ChannelDays &into, ChannelDays &&other)
     }
 }
 
-// Both halves of News at once when a second connection is at hand.
+// Both halves of News at once when a second connection is at hand, each on
+// a thread of its own below the GUI thread: the caller may be a thread of
+// the shared pool, which must keep its priority.
 bool readSqlite(sqlite3 *db, sqlite3 *second, ChannelDays &out, const std::atomic<bool> *stop)
 {
     std::atomic<bool> failed = false;
@@ -229,11 +232,17 @@ bool readSqlite(sqlite3 *db, sqlite3 *second, ChannelDays &out, const std::atomi
     if (!bounds)
         return readSqliteNews(db, std::nullopt, out, stop, failed);
     ChannelDays upper;
+    bool lowerRead = false;
     bool upperRead = false;
+    std::thread lower([&] {
+        lowerThreadPriority();
+        lowerRead = readSqliteNews(db, {{(*bounds)[0], (*bounds)[1]}}, out, stop, failed);
+    });
     std::thread other([&] {
+        lowerThreadPriority();
         upperRead = readSqliteNews(second, {{(*bounds)[1], (*bounds)[2]}}, upper, stop, failed);
     });
-    const bool lowerRead = readSqliteNews(db, {{(*bounds)[0], (*bounds)[1]}}, out, stop, failed);
+    lower.join();
     other.join();
     if (!lowerRead || !upperRead)
         return false;

@@ -1,5 +1,6 @@
 #include "pivot/PivotDataCache.h"
 
+#include "base/ThreadPriority.h"
 #include "db/StatementInterrupt.h"
 #include "pivot/PivotData.h"
 #include "pivot/PivotLoader.h"
@@ -101,6 +102,8 @@ std::shared_ptr<PivotDataCache::Entry> PivotDataCache::start(const QString &conn
     entry->m_interrupt = interrupt;
     entry->m_future = QtConcurrent::run(&m_pool, [this, connectionString, commandText, grain, key,
                                                   interrupt](QPromise<Result> &promise) {
+        // The pool's threads do nothing but these loads.
+        lowerThreadPriority();
         promise.setProgressRange(0, 0); // the number of rows is not known ahead
         const auto progress = [&promise](qint64 rows) {
             promise.setProgressValue(
