@@ -129,7 +129,7 @@ bool skipZone(Scanner<Char> &s)
 }
 
 template<typename Char>
-std::optional<Date> parse(const Char *begin, const Char *end)
+std::optional<Fields> parse(const Char *begin, const Char *end)
 {
     while (begin != end && *begin == Char(' '))
         ++begin;
@@ -140,7 +140,7 @@ std::optional<Date> parse(const Char *begin, const Char *end)
     if (end - begin >= 3 && begin[2] == Char(':')) { // time alone: day 0
         if (!scanTime(s, f) || !skipZone(s) || !s.atEnd())
             return std::nullopt;
-        return fromFields(f);
+        return f;
     }
     if (!s.digits(4, f.year) || !s.take(Char('-')) || !s.digits(2, f.month) || !s.take(Char('-')) ||
         !s.digits(2, f.day) || !validCivil(f.year, f.month, f.day))
@@ -151,7 +151,7 @@ std::optional<Date> parse(const Char *begin, const Char *end)
         if (!scanTime(s, f) || !skipZone(s) || !s.atEnd())
             return std::nullopt;
     }
-    return fromFields(f);
+    return f;
 }
 
 } // namespace
@@ -265,10 +265,17 @@ QString toSortableText(Date value)
 
 std::optional<Date> fromText(QStringView text)
 {
-    return parse(text.utf16(), text.utf16() + text.size());
+    const auto fields = parse(text.utf16(), text.utf16() + text.size());
+    return fields ? std::optional(fromFields(*fields)) : std::nullopt;
 }
 
 std::optional<Date> fromText(std::string_view text)
+{
+    const auto fields = fieldsFromText(text);
+    return fields ? std::optional(fromFields(*fields)) : std::nullopt;
+}
+
+std::optional<Fields> fieldsFromText(std::string_view text)
 {
     return parse(text.data(), text.data() + text.size());
 }

@@ -66,5 +66,7 @@ QString toSortableText(Date value);
 // belongs to is the day its source printed on it.
 std::optional<Date> fromText(QStringView text);
 std::optional<Date> fromText(std::string_view text);
+// The fields of a text fromText() reads, as written.
+std::optional<Fields> fieldsFromText(std::string_view text);
 
 } // namespace qrt::dates

@@ -22,32 +22,18 @@ constexpr qint64 kMinutesPerDay = 1440;
 constexpr qint64 kNullDate = std::numeric_limits<qint64>::min();
 constexpr qint64 kOtherDates = kNullDate + 1;
 
-bool digits(std::string_view text, std::size_t from, std::size_t count, int &out)
-{
-    out = 0;
-    for (std::size_t i = from; i < from + count; ++i) {
-        if (text[i] < '0' || text[i] > '9')
-            return false;
-        out = out * 10 + (text[i] - '0');
-    }
-    return true;
-}
-
 // The minutes since day 0 of a cut plain date ("2025-01-31" or
 // "2025-01-31 10:00", also with a 'T'), one the date parser reads; none
 // for any other text, which is kept as it is.
 std::optional<qint64> plainMinutes(std::string_view cut)
 {
-    int year = 0, month = 0, day = 0, hour = 0, minute = 0;
-    if ((cut.size() != 10 && cut.size() != 16) || !digits(cut, 0, 4, year) || cut[4] != '-' ||
-        !digits(cut, 5, 2, month) || cut[7] != '-' || !digits(cut, 8, 2, day))
+    if ((cut.size() != 10 && cut.size() != 16) || cut[4] != '-' || cut.back() == ' ')
+        return std::nullopt; // a time alone, or spaces the parser passes over
+    const auto f = dates::fieldsFromText(cut);
+    if (!f)
         return std::nullopt;
-    if (cut.size() == 16 && ((cut[10] != ' ' && cut[10] != 'T') || !digits(cut, 11, 2, hour) ||
-                             cut[13] != ':' || !digits(cut, 14, 2, minute)))
-        return std::nullopt;
-    if (!dates::fromText(cut))
-        return std::nullopt;
-    return dates::daysFromCivil(year, month, day) * kMinutesPerDay + qint64(hour) * 60 + minute;
+    return dates::daysFromCivil(f->year, f->month, f->day) * kMinutesPerDay + qint64(f->hour) * 60 +
+           f->minute;
 }
 
 PivotGroupTable::Value view(const PivotNewsCells::Stored &stored)
